@@ -1,0 +1,77 @@
+// Owning two-dimensional matrix and one-dimensional buffer used for every
+// table of the aligner. Cells are never initialised by construction.
+#pragma once
+
+#include <cstdint>
+
+namespace KARVO {
+
+template <typename T>
+class Matrix {
+ public:
+  Matrix(std::uint64_t rows, std::uint64_t cols) : cols_(cols), rows_(rows), rowTable_(nullptr) {
+    if (rows == 0 || cols == 0) {
+      cols_ = 0;
+      rows_ = 0;
+      return;
+    }
+    allocate();
+  }
+
+  // Square n x n form; only the float tables of the tree phase use it.
+  explicit Matrix(std::uint64_t n) : Matrix(n, n) {}
+
+  ~Matrix() {
+    if (rowTable_ != nullptr) {
+      delete[] rowTable_[0];
+      delete[] rowTable_;
+    }
+  }
+
+  Matrix(const Matrix&) = delete;
+  Matrix& operator=(const Matrix&) = delete;
+
+  std::uint64_t rows() const { return rows_; }
+  std::uint64_t cols() const { return cols_; }
+
+  T* operator[](std::uint64_t i) { return rowTable_[i]; }
+  const T* operator[](std::uint64_t i) const { return rowTable_[i]; }
+
+  T** rowTable() { return rowTable_; }
+  T* const* rowTable() const { return rowTable_; }
+
+ private:
+  void allocate() {
+    // The block is allocated first so that a failing row table allocation
+    // can release it before the exception leaves the constructor.
+    T* block = new T[rows_ * cols_];
+    try {
+      rowTable_ = new T*[rows_];
+    } catch (...) {
+      delete[] block;
+      throw;
+    }
+    rowTable_[0] = block;
+    for (std::uint64_t i = 1; i < rows_; ++i) rowTable_[i] = rowTable_[i - 1] + cols_;
+  }
+
+  std::uint64_t cols_;  // the column count is the first field, by design
+  std::uint64_t rows_;
+  T** rowTable_;
+};
+
+}  // namespace KARVO
+
+template <typename T>
+class Array {
+ public:
+  explicit Array(std::uint32_t n) : data(n > 0 ? new T[n] : nullptr), length(n) {}
+  ~Array() {
+    if (length != 0 && data != nullptr) delete[] data;
+  }
+  Array(const Array&) = delete;
+  Array& operator=(const Array&) = delete;
+
+  T* data;
+  std::uint32_t length;
+};

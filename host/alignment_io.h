@@ -1,0 +1,52 @@
+// Reading alignments from FASTA (aligned or not), Clustal, MSF and Stockholm
+// files, and writing them as FASTA, Clustal or MSF.
+#pragma once
+
+#include <iosfwd>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "host/alignment.h"
+
+namespace KARVO {
+
+enum class AlignmentFormat { Fasta, Clustal, Msf, Stockholm };
+
+// A malformed or unreadable file. what() is one line naming the file, the
+// line (and column where there is one) and the problem, for example
+// "globins.fa:12:7: unexpected character '#' in sequence HBA_HUMAN".
+class AlignmentReadError : public std::runtime_error {
+ public:
+  AlignmentReadError(const std::string& file, unsigned long line, unsigned long column, const std::string& problem);
+  const std::string& file() const { return file_; }
+  unsigned long line() const { return line_; }      // 0 when the problem is the whole file
+  unsigned long column() const { return column_; }  // 0 when there is no column
+  const std::string& problem() const { return problem_; }
+
+ private:
+  std::string file_;
+  unsigned long line_;
+  unsigned long column_;
+  std::string problem_;
+};
+
+// Reads a file, recognising its format from its content.
+std::unique_ptr<Alignment> readAlignmentFile(const std::string& path);
+
+// Reads from a stream; displayName stands for the file in error messages.
+std::unique_ptr<Alignment> readAlignment(std::istream& in, const std::string& displayName);
+
+void writeAlignment(std::ostream& out, const Alignment& alignment, AlignmentFormat format);
+
+// Writes to a temporary file in the same folder and renames it over path, so
+// that path is never half-written. Throws std::runtime_error with a one-line
+// message naming path on failure (nothing is left behind).
+void writeAlignmentFile(const std::string& path, const Alignment& alignment, AlignmentFormat format);
+
+// "fasta", "clustal", "msf" (any case), or a file name whose extension says it
+// (.fa .fasta .fas .faa, .aln .clustal, .msf); nullopt otherwise.
+std::optional<AlignmentFormat> formatFromName(const std::string& nameOrPath);
+
+}  // namespace KARVO

@@ -1,0 +1,67 @@
+// Entry points of the plug-in library libZemtra.so.0, looked up by name.
+#pragma once
+
+#include <QString>
+#include <vector>
+
+#include "run/run_interaction.h"
+#include "run/zemtra_kv.h"
+
+namespace KARVO {
+class Alignment;
+}
+
+// The four run parameters that the dialog otherwise asks for.
+struct ZemtraParameters {
+  int matNo = 0;
+  int gap = 40;
+  int prealigned = 0;
+  QString logName = QStringLiteral("zemtra.log");
+};
+
+// A node of the guide tree as the tree builder places it; left and right
+// index the node list (-1 for none); index is the run row of a leaf, -1 for
+// an inner node.
+struct GuideTreeNode {
+  int id = 0;
+  int size = 1;
+  long index = -1;
+  float height = 0.0f;
+  float x = 0.0f;
+  int left = -1;
+  int right = -1;
+};
+
+// What a window-less host learns about one call.
+enum class ExchangeOutcome {
+  Rewritten,             // the run driver ran and the range was written back
+  NoRange,               // "No range set for alignment"
+  NoAdditionalSequences, // "No additional sequences to align"
+  FewerThanTwo,          // "Fewer than two sequences to align"
+};
+
+struct ZemtraRunReport {
+  ExchangeOutcome exchange = ExchangeOutcome::NoRange;
+  RunDetails run;                     // valid when exchange is Rewritten
+  std::vector<unsigned long> sentRows;  // host row of each run row
+  unsigned int fixed = 0;
+  std::vector<GuideTreeNode> tree;    // empty unless the tree phase ran
+  int treeRoot = -1;
+};
+
+extern "C" {
+
+// Shows the parameter dialog and re-aligns the alignment's selected range.
+bool Execute1(KARVO::Alignment& alignment);
+
+// Nothing to release: the plug-in keeps no state between calls.
+void Cleanup();
+
+// Window-less entry point: the same steps as Execute1 without the dialog.
+// report may be null.
+bool ExecuteWithParameters(KARVO::Alignment& alignment, const ZemtraParameters& parameters,
+                           RunInteraction& interaction, ZemtraRunReport* report);
+
+using ExecuteWithParametersFn = bool (*)(KARVO::Alignment&, const ZemtraParameters&, RunInteraction&,
+                                         ZemtraRunReport*);
+}

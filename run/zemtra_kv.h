@@ -1,0 +1,35 @@
+// One re-alignment run: log location, banner, pairwise phase, tables, the
+// multiple alignment phase and the run log.
+#pragma once
+
+#include <QString>
+
+#include "core/matrix.h"
+#include "run/run_interaction.h"
+#include "tree/join_history.h"
+
+// How a run ended, for hosts that report it; the log is unaffected.
+enum class RunOutcome {
+  Completed,
+  FewerThanTwoSequences,  // nothing was run
+  DirectoryFailed,        // the personal temporary directory could not be made
+  OverwriteRefused,       // the user kept the existing log
+  Cancelled,              // cancelled in the pairwise phase; the log was written
+};
+
+struct RunDetails {
+  RunOutcome outcome = RunOutcome::Completed;
+  QString logPath;         // where the log went (or should have gone)
+  bool logWritten = false;  // false when the file could not be opened
+  JoinHistory history;     // joins of the tree phase (empty for two sequences)
+};
+
+// The run with the Qt dialogs (message box, progress dialog) of the host.
+void zemtra_kv(bool* ok, QString logName, unsigned long* len, unsigned long* nres, const KARVO::Matrix<char>& names,
+               KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap);
+
+// The same run through any interaction; details, when not null, receives how
+// the run ended and its join history.
+void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned long* len, unsigned long* nres,
+               const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap,
+               RunDetails* details);

@@ -1,0 +1,56 @@
+// Average-linkage cluster tree interleaved with the progressive alignment of
+// the joined groups.
+#pragma once
+
+#include <ostream>
+
+#include "core/matrix.h"
+#include "tree/join_history.h"
+
+// Join state that travels through one tree phase.
+struct Counters {
+  explicit Counters(unsigned long listSize, int gapPenalty, int matrix, std::ostream* logStream);
+
+  int gap;
+  int matNo;
+  int nJ;
+  Array<unsigned long> groupJ;
+  int nK;
+  Array<unsigned long> groupK;
+  unsigned long lenJ;
+  unsigned long lenK;
+  int alen;
+  int score;
+  int step;
+  std::ostream* log;
+};
+
+void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matrix<char>& names,
+             const KARVO::Matrix<float>& fscore, KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp,
+             KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, unsigned int fixed);
+
+// The same, also recording the joins and the family table into history when
+// it is not null. The log and every result are identical.
+void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matrix<char>& names,
+             const KARVO::Matrix<float>& fscore, KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp,
+             KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, unsigned int fixed,
+             JoinHistory* history);
+
+void FamFind(int& nfam, unsigned long First, unsigned long Other, KARVO::Matrix<unsigned long>& family,
+             KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len, const KARVO::Matrix<char>& names,
+             KARVO::Matrix<long>& path, KARVO::Matrix<float>& pro, Counters& counters);
+
+void AlignPair(unsigned long First, unsigned long Other, const KARVO::Matrix<char>& names,
+               KARVO::Matrix<unsigned long>& family, KARVO::Matrix<float>& pro, Counters& counters,
+               KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path,
+               int& nfam);
+
+void AddToFamily(unsigned long sequence, unsigned long familyOther, KARVO::Matrix<unsigned long>& family,
+                 KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len,
+                 const KARVO::Matrix<char>& names, KARVO::Matrix<long>& path, KARVO::Matrix<float>& pro,
+                 Counters& counters);
+
+void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, KARVO::Matrix<unsigned long>& family,
+                   KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len,
+                   const KARVO::Matrix<char>& names, KARVO::Matrix<long>& path, KARVO::Matrix<float>& pro,
+                   Counters& counters);
