@@ -13,7 +13,7 @@ constexpr int kNameField = 25;
 extern const int mats[kMatrixCount * kAlphabet * kAlphabet];
 
 // Index of the letter 'A' + k.
-inline constexpr int ind[26] = {0,  2, 1, 2,  3,  4,  5,  6,  7,  20, 8,  9,  10,
+inline constexpr int ind[26] = {0,  2,  1,  2,  3,  4,  5,  6,  7,  20, 8,  9,  10,
                                 11, 20, 12, 13, 14, 15, 16, 20, 17, 18, 20, 19, 3};
 
 extern const char m_names[kMatrixCount][kNameField];

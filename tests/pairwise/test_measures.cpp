@@ -1,0 +1,130 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "pairwise/measures.h"
+#include "scoring/scomat.h"
+#include "seq_fixture.h"
+
+namespace {
+
+const KARVO::Matrix<long> kNoPath(0, 0);
+
+int columnScore(const std::string& a, const std::string& b, int gap, int matNo = 0) {
+  SeqFixture f({a, b}, 16);
+  return score_kv(0, 1, static_cast<int>(a.size()), matNo, gap, 0, f.seqs, kNoPath);
+}
+
+TEST(ScoreKvTest, GapRulesInColumnMode) {
+  const int v = ScoMat::pairScore(0, 'A', 'A');
+  EXPECT_EQ(columnScore("A-A", "AAA", 40), 2 * v - 40);    // one interior gap
+  EXPECT_EQ(columnScore("-AA", "AAA", 40), 2 * v);         // leading gap is free
+  EXPECT_EQ(columnScore("AA-", "AAA", 40), 2 * v);         // so is one in the last column
+  EXPECT_EQ(columnScore("A--", "AAA", 40), v);             // charged, then given back at the end
+  EXPECT_EQ(columnScore("A-CA", "AG-A", 40), 2 * v - 40);  // adjacent gaps of both rows form one
+  EXPECT_EQ(columnScore("A--A-A", "AAAAAA", 40), 3 * v - 80);
+}
+
+TEST(ScoreKvTest, NoColumnsOrOnlyGapColumnsScoreZero) {
+  EXPECT_EQ(columnScore("-", "A", 40), 0);
+  EXPECT_EQ(columnScore("--", "--", 40), 0);
+  EXPECT_EQ(columnScore("-A-", "A-A", 40), 0);
+  EXPECT_EQ(columnScore("", "", 40), 0);
+}
+
+TEST(ScoreKvTest, NegativeMatrixScoresPassThrough) { EXPECT_EQ(columnScore("CM", "WM", 10, 14), -33 - 3); }
+
+TEST(ScoreKvTest, PathModeKeepsPairedGapPositionsAsGapColumns) {
+  SeqFixture f({"A-CA", "AGGA"}, 16);
+  KARVO::Matrix<long> path(2, 16);
+  // Columns: (1,1) (2,2) pairs '-' with G, (3,3), (4,4); plus a column with
+  // a gap mark against a '-' position that is dropped.
+  const long a[] = {1, 2, 3, 4}, b[] = {1, 2, 3, 4};
+  for (int c = 0; c < 4; ++c) path[0][c + 1] = a[c], path[1][c + 1] = b[c];
+  const int v = ScoMat::pairScore(0, 'A', 'A');
+  EXPECT_EQ(score_kv(0, 1, 4, 0, 40, 1, f.seqs, path), 2 * v + ScoMat::pairScore(0, 'C', 'G') - 40);
+  path[0][5] = 2;  // A's '-' against a path gap: not a column at all
+  path[1][5] = -99;
+  EXPECT_EQ(score_kv(0, 1, 5, 0, 40, 1, f.seqs, path), 2 * v + ScoMat::pairScore(0, 'C', 'G') - 40);
+}
+
+TEST(NormKvTest, SelfComparisonIsHundred) {
+  SeqFixture f({"MKV-LAW", "MKV-LAW"}, 16);
+  for (int matNo : {0, 4, 10}) {
+    const int s = score_kv(0, 0, 7, matNo, 40, 0, f.seqs, kNoPath);
+    EXPECT_EQ(norm_kv(0, 0, 7, s, matNo, 0, f.seqs, kNoPath), 100.0f);
+  }
+}
+
+TEST(NormKvTest, PrecisionOfTheQuotient) {
+  SeqFixture f({"ACD", "ACE"}, 16);
+  const int s = score_kv(0, 1, 3, 0, 40, 0, f.seqs, kNoPath);
+  const int selfJ = 65 + 100 + 72, selfK = 65 + 100 + 72;
+  const float expected = static_cast<float>(static_cast<double>(static_cast<float>(s)) * 200.0 /
+                                            static_cast<double>(static_cast<float>(selfJ + selfK)));
+  EXPECT_EQ(norm_kv(0, 1, 3, s, 0, 0, f.seqs, kNoPath), expected);
+}
+
+TEST(NormKvTest, ZeroSelfScoresAreNotGuarded) {
+  SeqFixture f({"CC", "CC"}, 8);  // C scores 0 against itself in matrix 14
+  EXPECT_TRUE(std::isnan(norm_kv(0, 1, 2, 0, 14, 0, f.seqs, kNoPath)));
+  EXPECT_TRUE(std::isinf(norm_kv(0, 1, 2, 5, 14, 0, f.seqs, kNoPath)));
+}
+
+TEST(IdentityTest, ShorterSequenceDecides) {
+  SeqFixture f({"ACDEFGHIKL", "----ACDEFGHIKLMNPQRS"}, 32);
+  const unsigned long nres[] = {10, 16};
+  KARVO::Matrix<long> path(2, 32);
+  for (int c = 1; c <= 20; ++c) {
+    path[0][c] = c <= 4 ? -99 : (c <= 14 ? c - 4 : -99);
+    path[1][c] = c;
+  }
+  EXPECT_EQ(pids_kv(0, 1, 20, f.seqs, nres, path), 100.0f);
+  SeqFixture rows({"----ACDEFGHIKL------", "----ACDEFGHIKLMNPQRS"}, 32);
+  EXPECT_EQ(pidf_kv(0, 1, 20, rows.seqs, nres), 100.0f);
+}
+
+TEST(IdentityTest, ExactCharacterEqualityAndEmptySequences) {
+  SeqFixture f({"BDA-", "DDA-"}, 8);
+  const unsigned long nres[] = {3, 3};
+  EXPECT_EQ(pidf_kv(0, 1, 4, f.seqs, nres), static_cast<float>(2.0 * 100.0 / 3.0));
+  const unsigned long none[] = {0, 3};
+  EXPECT_EQ(pidf_kv(0, 1, 4, f.seqs, none), 0.0f);
+}
+
+TEST(PdifKvTest, CountsColumnsAndDifferences) {
+  SeqFixture f({"AC--", "A-G-"}, 8);
+  KARVO::Matrix<int> alilen(2, 2);
+  EXPECT_EQ(pdif_kv(0, 1, 4, f.seqs, alilen), 2.0f);
+  EXPECT_EQ(alilen[0][1], 3);
+  EXPECT_EQ(alilen[1][0], 3);
+}
+
+TEST(DistKvTest, TransformsUpperTriangleAndMirrorsIt) {
+  KARVO::Matrix<float> m(3);
+  m[0][0] = 100, m[0][1] = 50, m[0][2] = 0;
+  m[1][0] = -5, m[1][1] = 7, m[1][2] = 100;
+  m[2][0] = -5, m[2][1] = -5, m[2][2] = 3;
+  dist_kv(m);
+  EXPECT_EQ(m[0][0], 0.0f);
+  EXPECT_EQ(m[0][1], static_cast<float>(-100.0 * std::log(static_cast<double>(50.0f / 100.0f))));
+  EXPECT_NEAR(m[0][1], 69.3f, 0.05f);
+  EXPECT_TRUE(std::isinf(m[0][2]));
+  EXPECT_EQ(m[1][2], 0.0f);
+  EXPECT_EQ(m[1][0], m[0][1]);
+  EXPECT_EQ(m[2][0], m[0][2]);
+  EXPECT_EQ(m[1][1], 0.0f);
+}
+
+TEST(DistKvTest, AboveHundredGivesNegativeAndNonSquareIsUntouched) {
+  KARVO::Matrix<float> m(2);
+  m[0][1] = 120;
+  dist_kv(m);
+  EXPECT_LT(m[0][1], 0.0f);
+  KARVO::Matrix<float> wide(2, 3);
+  wide[0][1] = 50;
+  dist_kv(wide);
+  EXPECT_EQ(wide[0][1], 50.0f);
+}
+
+}  // namespace
