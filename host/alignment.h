@@ -48,10 +48,16 @@ class Alignment {
   unsigned long sequenceCount() const { return static_cast<unsigned long>(sequences_.size()); }
   unsigned long columnCount() const { return static_cast<unsigned long>(columns.size()); }
 
-  // Residue at (row, column), null for a gap.
+  // Residue at (row, column), null for a gap. Throws std::out_of_range
+  // outside the alignment.
   Residue* getItem(unsigned long row, unsigned long column) const;
   std::string GetSeqName(unsigned long row) const;
   const SequenceInfo& sequence(unsigned long row) const { return sequences_[row]; }
+
+  // The operations below throw std::invalid_argument, changing nothing, for
+  // a row or a range outside the alignment. Columns outside the range keep
+  // their pointers. The selection follows the columns it covers when
+  // columns are added or removed.
 
   // The row's residues inside range move, in order, to its start; the rest
   // of the range becomes gaps.
@@ -59,8 +65,11 @@ class Alignment {
 
   // Replaces the range of every sequence by its string: the range becomes as
   // wide as the strings; a letter stands for the sequence's next residue in
-  // the range, '-' for a gap. Throws std::invalid_argument, leaving the
-  // alignment as it was, when the strings do not fit.
+  // the range (the same Residue object moves there), '-' for a gap. Throws
+  // std::invalid_argument naming the row, leaving the alignment as it was,
+  // when the strings do not fit: a count other than the sequence count,
+  // unequal lengths, or letters that differ from the row's residue codes in
+  // the range or from their number.
   void rearrange(const ColumnRange& range, const std::vector<std::string>& rows);
 
   // Removes every column inside range that is a gap in all sequences.

@@ -4,9 +4,22 @@
 
 namespace Config {
 
-// The user's personal temporary directory: $KARVO_TMPDIR when set, else
-// karvo-<uid> under $XDG_RUNTIME_DIR, else ~/.cache/karvo. Created with
-// mode 0700 when missing; never a predictable name in a shared /tmp.
+// The user's personal temporary directory:
+//   - $KARVO_TMPDIR when set and not empty, used as it is (only the last
+//     level is created when missing);
+//   - else $XDG_RUNTIME_DIR/karvo when XDG_RUNTIME_DIR is set and not empty;
+//   - else $HOME/.cache/karvo (the password database's home when HOME is
+//     unset or empty).
+// A missing directory is created with mode 0700 (for the two default places
+// with its missing parents). Never a predictable name in a shared /tmp.
+//
+// An existing directory that is a symbolic link or is not owned by the
+// effective user is refused, because another user could then read or plant
+// files there: one warning line goes to stderr and the result is
+// "/dev/null" followed by the refused path (with a '/' in between when the
+// path is relative), which can never be created, so a caller that tries to
+// create it reports that it cannot. The same refusal applies when no home
+// directory can be found (the result is then "/dev/null/karvo").
 std::string GetPersonalTmpDir();
 
 }  // namespace Config

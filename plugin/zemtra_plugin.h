@@ -34,18 +34,19 @@ struct GuideTreeNode {
 
 // What a window-less host learns about one call.
 enum class ExchangeOutcome {
-  Rewritten,             // the run driver ran and the range was written back
-  NoRange,               // "No range set for alignment"
-  NoAdditionalSequences, // "No additional sequences to align"
-  FewerThanTwo,          // "Fewer than two sequences to align"
+  Rewritten,              // the run driver ran and the range was written back
+  NoRange,                // "No range set for alignment"
+  NoAdditionalSequences,  // "No additional sequences to align"
+  FewerThanTwo,           // "Fewer than two sequences to align"
+  Declined,               // the parameters were not given (dialog cancelled)
 };
 
 struct ZemtraRunReport {
   ExchangeOutcome exchange = ExchangeOutcome::NoRange;
-  RunDetails run;                     // valid when exchange is Rewritten
+  RunDetails run;                       // valid when exchange is Rewritten
   std::vector<unsigned long> sentRows;  // host row of each run row
   unsigned int fixed = 0;
-  std::vector<GuideTreeNode> tree;    // empty unless the tree phase ran
+  std::vector<GuideTreeNode> tree;  // empty unless the tree phase ran
   int treeRoot = -1;
 };
 
@@ -59,9 +60,8 @@ void Cleanup();
 
 // Window-less entry point: the same steps as Execute1 without the dialog.
 // report may be null.
-bool ExecuteWithParameters(KARVO::Alignment& alignment, const ZemtraParameters& parameters,
-                           RunInteraction& interaction, ZemtraRunReport* report);
+bool ExecuteWithParameters(KARVO::Alignment& alignment, const ZemtraParameters& parameters, RunInteraction& interaction,
+                           ZemtraRunReport* report);
 
-using ExecuteWithParametersFn = bool (*)(KARVO::Alignment&, const ZemtraParameters&, RunInteraction&,
-                                         ZemtraRunReport*);
+using ExecuteWithParametersFn = bool (*)(KARVO::Alignment&, const ZemtraParameters&, RunInteraction&, ZemtraRunReport*);
 }

@@ -19,9 +19,9 @@ enum class RunOutcome {
 
 struct RunDetails {
   RunOutcome outcome = RunOutcome::Completed;
-  QString logPath;         // where the log went (or should have gone)
+  QString logPath;          // where the log went (or should have gone)
   bool logWritten = false;  // false when the file could not be opened
-  JoinHistory history;     // joins of the tree phase (empty for two sequences)
+  JoinHistory history;      // joins of the tree phase (empty for two sequences)
 };
 
 // The run with the Qt dialogs (message box, progress dialog) of the host.
