@@ -1,0 +1,412 @@
+#include "tree/tree_kv.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "core/diagnostics.h"
+#include "pairwise/comp_kv.h"
+#include "pairwise/pair_kv.h"
+#include "tree/cluster_steps.h"
+
+using KARVO::Matrix;
+
+namespace {
+
+constexpr unsigned long kNotFound = ~0UL;
+
+const char* const kStarLine = "\n**************************************************************************";
+const char* const kBannerLine = "\n****** Starting multiple alignment following tree construction ... *******";
+const char* const kJoinRule = "___________________________________________________________________________";
+
+// Number of members of a family row: the cells before its terminating 0, at
+// most limit.
+unsigned long rowLength(const Matrix<unsigned long>& family, unsigned long row, unsigned long limit) {
+  unsigned long n = 0;
+  while (n < limit && n < family.cols() && family[row][n] != 0) ++n;
+  return n;
+}
+
+// The live family of a sequence: the lowest row that holds it, or kNotFound.
+unsigned long liveFamily(const Matrix<unsigned long>& family, unsigned long sequence) {
+  for (unsigned long row = 0; row < family.rows() && family[row][0] != 0; ++row) {
+    for (unsigned long col = 0; col < family.cols() && family[row][col] != 0; ++col) {
+      if (family[row][col] == sequence) return row;
+    }
+  }
+  return kNotFound;
+}
+
+void writeJoinHead(std::ostream& log) { log << "\n" << kJoinRule << "\n\n"; }
+
+// The names of a group, in group order, separated by single blanks.
+void writeGroupNames(std::ostream& log, const Matrix<char>& names, const Array<unsigned long>& group, int count) {
+  for (int i = 0; i < count; ++i) {
+    if (i > 0) log << " ";
+    log << names[group.data[i]];
+  }
+}
+
+// The steps every join shares once its groups and cmp are ready: align, report
+// the score, count the join and rewrite both groups in the working alignment.
+void alignGroups(int pairs, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, Matrix<long>& path,
+                 Counters& counters) {
+  counters.score = pair_kv(counters.lenJ, counters.lenK, counters.gap, &counters.alen, pairs, cmp, path);
+  *counters.log << "\n\n\nSimilarity score: " << counters.score << "\n";
+  ++counters.step;
+  copy_kv(counters.groupJ.data, counters.nJ, counters.groupK.data, counters.nK, counters.alen, seqs, path, len);
+}
+
+// Every pair of different members of a family row gets the joined mark.
+void markFamilyJoined(const Matrix<unsigned long>& family, unsigned long row, unsigned long members,
+                      Matrix<float>& pro) {
+  for (unsigned long p = 0; p < members; ++p) {
+    for (unsigned long q = 0; q < members; ++q) {
+      if (p == q) continue;
+      pro[family[row][p]][family[row][q]] = kJoinedMark;
+    }
+  }
+}
+
+// The family rows in use, each up to its terminating 0.
+void recordFamilies(const Matrix<unsigned long>& family, int nfam, JoinHistory& history) {
+  history.families.clear();
+  for (int row = 0; row < nfam; ++row) {
+    const unsigned long members = rowLength(family, static_cast<unsigned long>(row), family.cols());
+    history.families.emplace_back(family[row], family[row] + members);
+  }
+}
+
+void writeBranchingOrder(std::ostream& log, const Matrix<char>& names, const Matrix<unsigned long>& family, int nfam,
+                         unsigned long ns) {
+  log << "\n\n\nBranching order: ";
+  for (int k = 0; k < nfam; ++k) {
+    const unsigned long* row = family[static_cast<unsigned long>(k)];
+    if (k > 0) log << "\nSub    Clusters: ";
+    log << "[" << names[row[0] - 1] << " " << names[row[1] - 1] << "] ";
+    for (unsigned long p = 2; p < family.cols() && row[p] != 0; ++p) {
+      log << names[row[p] - 1] << "] ";
+      if (ns > 5 && p % 5 == 0) log << "\n                  ";
+    }
+  }
+  log << "\n";
+}
+
+}  // namespace
+
+Counters::Counters(unsigned long listSize, int gapPenalty, int matrix, std::ostream* logStream)
+    : gap(gapPenalty),
+      matNo(matrix),
+      nJ(0),
+      groupJ(static_cast<std::uint32_t>(listSize)),
+      nK(0),
+      groupK(static_cast<std::uint32_t>(listSize)),
+      lenJ(0),
+      lenK(0),
+      alen(0),
+      score(0),
+      step(0),
+      log(logStream) {}
+
+void refreshClusterDistances(unsigned long ns, const Matrix<float>& fscore, const Matrix<unsigned long>& family,
+                             Matrix<float>& pro) {
+  for (unsigned long i = 1; i < ns; ++i) {
+    for (unsigned long j = i + 1; j <= ns; ++j) {
+      if (pro[i][j] > kJoinedThreshold) continue;
+
+      // Whichever of the two is met first decides the family f; the other
+      // one, y, is then looked up on its own.
+      unsigned long f = kNotFound;
+      unsigned long y = 0;
+      for (unsigned long row = 0; f == kNotFound && row < family.rows() && family[row][0] != 0; ++row) {
+        for (unsigned long col = 0; col < family.cols() && family[row][col] != 0; ++col) {
+          const unsigned long m = family[row][col];
+          if (m == i) {
+            f = row;
+            y = j;
+            break;
+          }
+          if (m == j) {
+            f = row;
+            y = i;
+            break;
+          }
+        }
+      }
+      if (f == kNotFound) continue;
+
+      const unsigned long* rowF = family[f];
+      const unsigned long membersF = rowLength(family, f, family.cols());
+      const unsigned long g = liveFamily(family, y);
+      if (g == kNotFound) {
+        float sum = 0.0f;
+        for (unsigned long b = 0; b < membersF; ++b) sum += fscore[rowF[b] - 1][y - 1];
+        const float d = sum / static_cast<float>(membersF);
+        pro[i][j] = d;
+        pro[j][i] = d;
+        continue;
+      }
+
+      const unsigned long* rowG = family[g];
+      const unsigned long membersG = rowLength(family, g, family.cols());
+      float sum = 0.0f;
+      unsigned long count = 0;
+      for (unsigned long a = 0; a < membersG; ++a) {
+        for (unsigned long b = 0; b < membersF; ++b) {
+          sum += fscore[rowG[a] - 1][rowF[b] - 1];
+          ++count;
+        }
+      }
+      const float d = sum / static_cast<float>(count);
+      for (unsigned long a = 0; a < membersG; ++a) {
+        for (unsigned long b = 0; b < membersF; ++b) {
+          pro[rowG[a]][rowF[b]] = d;
+          pro[rowF[b]][rowG[a]] = d;
+        }
+      }
+    }
+  }
+}
+
+ClosestPair findClosestPair(unsigned long ns, const Matrix<float>& pro) {
+  ClosestPair best{1, 2};
+  float bestDistance = pro[1][2];
+  for (unsigned long i = 1; i < ns; ++i) {
+    for (unsigned long j = i + 1; j <= ns; ++j) {
+      if (pro[i][j] < bestDistance) {
+        bestDistance = pro[i][j];
+        best = {i, j};
+      }
+    }
+  }
+  return best;
+}
+
+void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char>& names, const Matrix<float>& fscore,
+             Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+             Matrix<long>& path, unsigned int fixed) {
+  tree_kv(log, matNo, gap, alen, names, fscore, family, cmp, seqs, len, path, fixed, nullptr);
+}
+
+void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char>& names, const Matrix<float>& fscore,
+             Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+             Matrix<long>& path, unsigned int fixed, JoinHistory* history) {
+  const unsigned long ns = seqs.rows();
+  Counters counters(ns + 1, gap, matNo, &log);
+  if (history != nullptr) {
+    history->joins.clear();
+    history->families.clear();
+  }
+
+  if (fscore.rows() != ns || fscore.cols() != ns) zemtra::debugMessage("Tree_kv: Matrix fscore is wrong size");
+
+  Matrix<float> pro(fscore.rows() + 1);
+  if (pro.rows() != pro.cols()) zemtra::debugMessage("Tree_kv: Matrix pro not square");
+
+  // pro has one row more than fscore has rows, so a wider fscore is read only
+  // as far as pro reaches.
+  const unsigned long lastColumn = std::min(fscore.cols(), fscore.rows());
+  for (unsigned long r = 1; r < fscore.rows(); ++r) {
+    for (unsigned long c = r + 1; c <= lastColumn; ++c) {
+      pro[r][c] = fscore[r - 1][c - 1];
+      pro[c][r] = fscore[r - 1][c - 1];
+    }
+  }
+
+  if (family.rows() != pro.rows() || family.cols() != pro.cols())
+    zemtra::debugMessage("Tree_kv: Matrix family is wrong size");
+  for (unsigned long r = 0; r < family.rows(); ++r) std::fill(family[r], family[r] + family.cols(), 0UL);
+
+  // Tables too small for ns sequences cannot be clustered without reading
+  // outside them; the diagnostics above say why nothing was joined.
+  if (ns < 2 || fscore.rows() < ns || fscore.cols() < ns || family.rows() < ns + 1 || family.cols() < ns + 1) return;
+
+  const unsigned long block = std::min<unsigned long>(fixed, ns);
+  int nfam = 0;
+  unsigned long joinsLeft = 0;
+  if (block >= 2) {
+    for (unsigned long m = 1; m <= block; ++m) family[0][m - 1] = m;
+    for (unsigned long a = 1; a <= block; ++a) {
+      for (unsigned long b = 1; b <= block; ++b) {
+        if (a != b) pro[a][b] = kJoinedMark;
+      }
+    }
+    counters.step = static_cast<int>(block) - 1;
+    if (history != nullptr) {
+      for (unsigned long m = 1; m < block; ++m) history->joins.emplace_back(0UL, m);
+    }
+    joinsLeft = ns - block;
+  } else {
+    const ClosestPair pair = findClosestPair(ns, pro);
+    log << "\n\n" << kStarLine << kBannerLine << kStarLine;
+    AlignPair(pair.first, pair.other, names, family, pro, counters, cmp, seqs, len, path, nfam);
+    if (history != nullptr) history->joins.emplace_back(counters.groupJ.data[0], counters.groupK.data[0]);
+    joinsLeft = ns - 2;
+  }
+  nfam = 1;
+
+  for (unsigned long t = 0; t < joinsLeft; ++t) {
+    refreshClusterDistances(ns, fscore, family, pro);
+    const ClosestPair pair = findClosestPair(ns, pro);
+    FamFind(nfam, pair.first, pair.other, family, cmp, seqs, len, names, path, pro, counters);
+    if (history != nullptr) history->joins.emplace_back(counters.groupJ.data[0], counters.groupK.data[0]);
+  }
+
+  // With every sequence prealigned nothing was joined: the block as it came
+  // in is the alignment.
+  *alen = block == ns ? static_cast<int>(len[0]) : counters.alen;
+
+  writeBranchingOrder(log, names, family, nfam, ns);
+  if (history != nullptr) recordFamilies(family, nfam, *history);
+}
+
+void FamFind(int& nfam, unsigned long First, unsigned long Other, Matrix<unsigned long>& family, Matrix<int>& cmp,
+             Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path, Matrix<float>& pro,
+             Counters& counters) {
+  ZEMTRA_ASSERT(First != Other);
+
+  bool singleFirst = true;
+  bool singleOther = true;
+  unsigned long familyFirst = 0;
+  unsigned long familyOther = 0;
+  for (unsigned long row = 0; (singleFirst || singleOther) && row < family.rows() && family[row][0] != 0; ++row) {
+    for (unsigned long col = 0; (singleFirst || singleOther) && col < family.cols() && family[row][col] != 0; ++col) {
+      const unsigned long m = family[row][col];
+      if (singleFirst && m == First) {
+        singleFirst = false;
+        familyFirst = row;
+      } else if (singleOther && m == Other) {
+        singleOther = false;
+        familyOther = row;
+      }
+    }
+  }
+
+  // The assertion texts below are reported verbatim, so their spelling is kept
+  // as it is.
+  // clang-format off
+  if (singleFirst && singleOther) {
+    ZEMTRA_ASSERT(First < Other);
+    AlignPair(First, Other, names, family, pro, counters, cmp, seqs, len, path, nfam);
+  } else if (singleFirst) {
+    AddToFamily(First, familyOther, family, cmp, seqs, len, names, path, pro, counters);
+  } else if (singleOther) {
+    ZEMTRA_ASSERT(! singleFirst);
+    AddToFamily(Other, familyFirst, family, cmp, seqs, len, names, path, pro, counters);
+  } else {
+    ZEMTRA_ASSERT(( singleFirst || singleOther ) || ( familyFirst != familyOther ));
+    ZEMTRA_ASSERT(! singleFirst && ! singleOther);
+    ZEMTRA_ASSERT(familyFirst != familyOther);
+    AlignFamilies(std::min(familyFirst, familyOther), std::max(familyFirst, familyOther), family, cmp, seqs, len,
+                  names, path, pro, counters);
+  }
+  // clang-format on
+}
+
+void AlignPair(unsigned long First, unsigned long Other, const Matrix<char>& names, Matrix<unsigned long>& family,
+               Matrix<float>& pro, Counters& counters, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+               Matrix<long>& path, int& nfam) {
+  const unsigned long k = static_cast<unsigned long>(nfam);
+  nfam = nfam + 1;
+  family[k][0] = First;
+  family[k][1] = Other;
+
+  counters.nJ = 1;
+  counters.groupJ.data[0] = First - 1;
+  counters.nK = 1;
+  counters.groupK.data[0] = Other - 1;
+  bool first = true;
+  comp_kv(First - 1, Other - 1, counters.matNo, &counters.lenJ, &counters.lenK, cmp, seqs, len, first);
+
+  std::ostream& log = *counters.log;
+  writeJoinHead(log);
+  log << "Cluster: [" << names[First - 1] << " " << names[Other - 1] << "]";
+
+  alignGroups(1, cmp, seqs, len, path, counters);
+
+  pro[First][Other] = kJoinedMark;
+  pro[Other][First] = kJoinedMark;
+}
+
+void AddToFamily(unsigned long sequence, unsigned long familyOther, Matrix<unsigned long>& family, Matrix<int>& cmp,
+                 Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path,
+                 Matrix<float>& pro, Counters& counters) {
+  const unsigned long ns = seqs.rows();
+  const unsigned long vacant = rowLength(family, familyOther, ns);
+  // clang-format off
+  ZEMTRA_ASSERT(0 < vacant);
+  ZEMTRA_ASSERT(vacant <= ns);
+  ZEMTRA_ASSERT(0 == family[ familyOther ][vacant]);
+  // clang-format on
+
+  counters.nJ = static_cast<int>(vacant);
+  for (unsigned long p = 0; p < vacant; ++p) counters.groupJ.data[p] = family[familyOther][p] - 1;
+  counters.nK = 1;
+  counters.groupK.data[0] = sequence - 1;
+
+  family[familyOther][vacant] = sequence;
+  // clang-format off
+  ZEMTRA_ASSERT(0 == family[ familyOther ][vacant+1]);
+  // clang-format on
+
+  bool first = true;
+  for (int p = 0; p < counters.nJ; ++p) {
+    comp_kv(counters.groupJ.data[p], sequence - 1, counters.matNo, &counters.lenJ, &counters.lenK, cmp, seqs, len,
+            first);
+  }
+
+  std::ostream& log = *counters.log;
+  writeJoinHead(log);
+  log << "Cluster: [";
+  writeGroupNames(log, names, counters.groupJ, counters.nJ);
+  log << "]\n"
+      << "Cluster: [" << names[sequence - 1] << "]\n";
+
+  alignGroups(counters.nJ, cmp, seqs, len, path, counters);
+
+  markFamilyJoined(family, familyOther, vacant + 1, pro);
+}
+
+void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, Matrix<unsigned long>& family,
+                   Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names,
+                   Matrix<long>& path, Matrix<float>& pro, Counters& counters) {
+  const unsigned long ns = seqs.rows();
+  unsigned long vacant = rowLength(family, familyFirst, ns);
+  // clang-format off
+  ZEMTRA_ASSERT(0 < vacant);
+  ZEMTRA_ASSERT(vacant <= ns);
+  ZEMTRA_ASSERT(0 == family[ familyFirst ][vacant]);
+  // clang-format on
+
+  const unsigned long membersJ = vacant;
+  const unsigned long membersK = rowLength(family, familyOther, ns);
+  counters.nJ = static_cast<int>(membersJ);
+  for (unsigned long p = 0; p < membersJ; ++p) counters.groupJ.data[p] = family[familyFirst][p] - 1;
+  counters.nK = static_cast<int>(membersK);
+  for (unsigned long p = 0; p < membersK; ++p) counters.groupK.data[p] = family[familyOther][p] - 1;
+
+  for (unsigned long p = 0; p < membersK; ++p) family[familyFirst][vacant++] = family[familyOther][p];
+  // clang-format off
+  ZEMTRA_ASSERT(0 == family[ familyFirst ][vacant]);
+  // clang-format on
+
+  bool first = true;
+  for (int a = 0; a < counters.nJ; ++a) {
+    for (int b = 0; b < counters.nK; ++b) {
+      comp_kv(counters.groupJ.data[a], counters.groupK.data[b], counters.matNo, &counters.lenJ, &counters.lenK, cmp,
+              seqs, len, first);
+    }
+  }
+
+  std::ostream& log = *counters.log;
+  writeJoinHead(log);
+  log << "Cluster: [";
+  writeGroupNames(log, names, counters.groupJ, counters.nJ);
+  log << "]\n"
+      << "Cluster: [";
+  writeGroupNames(log, names, counters.groupK, counters.nK);
+  log << "]\n";
+
+  alignGroups(counters.nK * counters.nJ, cmp, seqs, len, path, counters);
+
+  markFamilyJoined(family, familyFirst, vacant, pro);
+}
