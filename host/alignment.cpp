@@ -1,0 +1,186 @@
+#include "host/alignment.h"
+
+#include <algorithm>
+#include <iterator>
+#include <stdexcept>
+
+namespace KARVO {
+
+namespace {
+
+bool isGapChar(char c) { return c == '-' || c == '.'; }
+
+std::string rangeText(const ColumnRange& range) {
+  return "[" + std::to_string(range.first) + ", " + std::to_string(range.second) + ")";
+}
+
+// Where a column boundary lands after the columns [first, second) were
+// replaced by newWidth columns: boundaries inside the old range are kept
+// inside the new one.
+unsigned long boundaryAfterReplace(unsigned long boundary, const ColumnRange& range, unsigned long newWidth) {
+  if (boundary <= range.first) return boundary;
+  if (boundary >= range.second) return boundary - (range.second - range.first) + newWidth;
+  return std::min(boundary, range.first + newWidth);
+}
+
+}  // namespace
+
+std::unique_ptr<Alignment> Alignment::fromRows(const std::vector<SequenceInfo>& sequences,
+                                               const std::vector<std::string>& rows) {
+  if (sequences.size() != rows.size()) {
+    throw std::invalid_argument("fromRows: " + std::to_string(rows.size()) + " rows for " +
+                                std::to_string(sequences.size()) + " sequences");
+  }
+  std::size_t width = 0;
+  for (const std::string& row : rows) width = std::max(width, row.size());
+
+  auto alignment = std::make_unique<Alignment>();
+  alignment->sequences_ = sequences;
+  alignment->residues_.resize(rows.size());
+  alignment->columns.assign(width, std::vector<Residue*>(rows.size(), nullptr));
+  for (std::size_t r = 0; r < rows.size(); ++r) {
+    for (std::size_t c = 0; c < rows[r].size(); ++c) {
+      if (isGapChar(rows[r][c])) continue;
+      alignment->residues_[r].push_back(std::make_unique<Residue>(rows[r][c]));
+      alignment->columns[c][r] = alignment->residues_[r].back().get();
+    }
+  }
+  return alignment;
+}
+
+std::unique_ptr<Alignment> Alignment::clone() const {
+  auto copy = std::make_unique<Alignment>();
+  copy->sequences_ = sequences_;
+  copy->selection = selection;
+  copy->columns.assign(columns.size(), std::vector<Residue*>(sequences_.size(), nullptr));
+  copy->residues_.resize(sequences_.size());
+  for (std::size_t r = 0; r < sequences_.size(); ++r) {
+    // The row's residues appear in the columns in the order they are owned.
+    for (std::size_t c = 0; c < columns.size(); ++c) {
+      const Residue* original = columns[c][r];
+      if (original == nullptr) continue;
+      copy->residues_[r].push_back(std::make_unique<Residue>(original->code()));
+      copy->columns[c][r] = copy->residues_[r].back().get();
+    }
+  }
+  return copy;
+}
+
+Residue* Alignment::getItem(unsigned long row, unsigned long column) const { return columns.at(column).at(row); }
+
+std::string Alignment::GetSeqName(unsigned long row) const { return sequences_.at(row).name; }
+
+void Alignment::packRow(unsigned long row, const ColumnRange& range) {
+  if (row >= sequenceCount()) {
+    throw std::invalid_argument("packRow: row " + std::to_string(row) + " of " + std::to_string(sequenceCount()) +
+                                " sequences");
+  }
+  if (range.first > range.second || range.second > columnCount()) {
+    throw std::invalid_argument("packRow: range " + rangeText(range) + " outside the alignment's " +
+                                std::to_string(columnCount()) + " columns");
+  }
+  unsigned long target = range.first;
+  for (unsigned long c = range.first; c < range.second; ++c) {
+    Residue* residue = columns[c][row];
+    columns[c][row] = nullptr;
+    if (residue != nullptr) columns[target++][row] = residue;
+  }
+}
+
+void Alignment::rearrange(const ColumnRange& range, const std::vector<std::string>& rows) {
+  if (range.first > range.second || range.second > columnCount()) {
+    throw std::invalid_argument("rearrange: range " + rangeText(range) + " outside the alignment's " +
+                                std::to_string(columnCount()) + " columns");
+  }
+  const unsigned long count = sequenceCount();
+  if (rows.size() != count) {
+    throw std::invalid_argument("rearrange: " + std::to_string(rows.size()) + " strings for " + std::to_string(count) +
+                                " sequences");
+  }
+  const unsigned long newWidth = count == 0 ? 0 : static_cast<unsigned long>(rows[0].size());
+  auto rowLabel = [this](unsigned long r) { return "row " + std::to_string(r) + " (" + sequences_[r].name + ")"; };
+
+  // Everything is checked before anything moves, so a refused call leaves
+  // the alignment exactly as it was.
+  std::vector<std::vector<Residue*>> newColumns(newWidth, std::vector<Residue*>(count, nullptr));
+  for (unsigned long r = 0; r < count; ++r) {
+    const std::string& text = rows[r];
+    if (text.size() != newWidth) {
+      throw std::invalid_argument("rearrange: " + rowLabel(r) + ": string of length " + std::to_string(text.size()) +
+                                  ", row 0 has length " + std::to_string(newWidth));
+    }
+    std::vector<Residue*> inRange;
+    for (unsigned long c = range.first; c < range.second; ++c) {
+      if (columns[c][r] != nullptr) inRange.push_back(columns[c][r]);
+    }
+    std::size_t next = 0;
+    for (unsigned long pos = 0; pos < newWidth; ++pos) {
+      const char letter = text[pos];
+      if (letter == '-') continue;
+      if (next == inRange.size()) {
+        throw std::invalid_argument("rearrange: " + rowLabel(r) + ": letter '" + std::string(1, letter) +
+                                    "' at position " + std::to_string(pos) + " but the range holds only " +
+                                    std::to_string(inRange.size()) + " residues");
+      }
+      const char code = inRange[next]->code();
+      if (code != letter) {
+        throw std::invalid_argument("rearrange: " + rowLabel(r) + ": letter '" + std::string(1, letter) +
+                                    "' at position " + std::to_string(pos) + " where the next residue is '" +
+                                    std::string(1, code) + "'");
+      }
+      newColumns[pos][r] = inRange[next++];
+    }
+    if (next != inRange.size()) {
+      throw std::invalid_argument("rearrange: " + rowLabel(r) + ": string has " + std::to_string(next) +
+                                  " letters but the range holds " + std::to_string(inRange.size()) + " residues");
+    }
+  }
+
+  columns.erase(columns.begin() + static_cast<std::ptrdiff_t>(range.first),
+                columns.begin() + static_cast<std::ptrdiff_t>(range.second));
+  columns.insert(columns.begin() + static_cast<std::ptrdiff_t>(range.first),
+                 std::make_move_iterator(newColumns.begin()), std::make_move_iterator(newColumns.end()));
+  selection = {boundaryAfterReplace(selection.first, range, newWidth),
+               boundaryAfterReplace(selection.second, range, newWidth)};
+}
+
+void Alignment::stripGapCols(const ColumnRange& range) {
+  if (range.first > range.second || range.second > columnCount()) {
+    throw std::invalid_argument("stripGapCols: range " + rangeText(range) + " outside the alignment's " +
+                                std::to_string(columnCount()) + " columns");
+  }
+  std::vector<bool> removed(columns.size(), false);
+  for (unsigned long c = range.first; c < range.second; ++c) {
+    bool allGaps = true;
+    for (const Residue* residue : columns[c]) allGaps = allGaps && residue == nullptr;
+    removed[c] = allGaps;
+  }
+  // A selection boundary moves left by the removed columns before it.
+  auto shifted = [&removed](unsigned long boundary) {
+    unsigned long before = 0;
+    for (unsigned long c = 0; c < boundary && c < removed.size(); ++c) before += removed[c] ? 1 : 0;
+    return boundary - before;
+  };
+  selection = {shifted(selection.first), shifted(selection.second)};
+
+  std::size_t kept = 0;
+  for (std::size_t c = 0; c < columns.size(); ++c) {
+    if (removed[c]) continue;
+    if (kept != c) columns[kept] = std::move(columns[c]);
+    ++kept;
+  }
+  columns.resize(kept);
+}
+
+std::string Alignment::rowText(unsigned long row) const {
+  if (row >= sequenceCount()) {
+    throw std::invalid_argument("rowText: row " + std::to_string(row) + " of " + std::to_string(sequenceCount()) +
+                                " sequences");
+  }
+  std::string text;
+  text.reserve(columns.size());
+  for (const std::vector<Residue*>& column : columns) text += column[row] == nullptr ? '-' : column[row]->code();
+  return text;
+}
+
+}  // namespace KARVO

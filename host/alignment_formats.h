@@ -1,0 +1,117 @@
+// Internals of the alignment readers and writers, shared by the per-format
+// files; not part of the host's interface.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "host/alignment.h"
+
+namespace KARVO::formats {
+
+// A file's text split into lines without their line ends (a '\r' before
+// '\n' belongs to the line end). Line and column numbers are 1-based.
+struct TextFile {
+  std::string name;
+  std::vector<std::string> lines;
+};
+
+// Collects named rows while a file is read and checks every character.
+class RowCollector {
+ public:
+  explicit RowCollector(const TextFile& file) : file_(file) {}
+
+  // Adds a sequence; a name given twice is an error at line:column.
+  std::size_t add(const std::string& name, const std::string& description, unsigned long line, unsigned long column);
+  std::optional<std::size_t> find(const std::string& name) const;
+  std::size_t size() const { return sequences_.size(); }
+  const std::string& name(std::size_t row) const { return sequences_[row].name; }
+  // Appends to the row's description, after a blank when there is one.
+  void addDescription(std::size_t row, const std::string& text);
+
+  // Appends the characters of text, which starts at column firstColumn of
+  // line, to the row, skipping blanks. Letters are upper-cased; '-' and '.'
+  // (and '~' when extraGap) become gaps; a '*' is accepted only as the last
+  // character of the whole row. Returns the number of characters taken.
+  std::size_t append(std::size_t row, std::string_view text, unsigned long line, unsigned long firstColumn,
+                     bool extraGap = false);
+
+  std::size_t rowLength(std::size_t row) const { return rows_[row].size(); }
+  std::size_t residueCount() const;
+
+  // The alignment, shorter rows padded with gaps; an error when empty.
+  std::unique_ptr<Alignment> finish() const;
+
+ private:
+  struct Position {
+    unsigned long line;
+    unsigned long column;
+  };
+  const TextFile& file_;
+  std::vector<SequenceInfo> sequences_;
+  std::vector<std::string> rows_;
+  std::vector<Position> defined_;
+  std::vector<std::optional<Position>> star_;
+  std::unordered_map<std::string, std::size_t> index_;
+};
+
+// Checks the blocks of an interleaved format: every block lists the same
+// names in the same order and its rows carry the same number of columns.
+class BlockChecker {
+ public:
+  // namesFixed: the order comes from a header (MSF) instead of the first
+  // block.
+  BlockChecker(const TextFile& file, RowCollector& rows, bool namesFixed)
+      : file_(file), rows_(rows), fixed_(namesFixed) {}
+
+  // One sequence line: name at nameColumn, its residues in text starting at
+  // textColumn.
+  void row(const std::string& name, unsigned long line, unsigned long nameColumn, std::string_view text,
+           unsigned long textColumn, bool extraGap = false);
+  // A blank line or the end of the data.
+  void endBlock();
+  bool sawRows() const { return blocks_ > 0 || inBlock_; }
+
+ private:
+  const TextFile& file_;
+  RowCollector& rows_;
+  bool fixed_;
+  bool inBlock_ = false;
+  unsigned long blocks_ = 0;
+  std::size_t position_ = 0;
+  std::size_t width_ = 0;
+  unsigned long firstLine_ = 0;
+};
+
+[[noreturn]] void fail(const TextFile& file, unsigned long line, unsigned long column, const std::string& problem);
+
+// A character as an error message shows it: 'c', or 0xNN when unprintable.
+std::string describeChar(char c);
+
+// Words of a line with the column (1-based) where each starts.
+struct Word {
+  std::string_view text;
+  unsigned long column;
+};
+std::vector<Word> splitWords(std::string_view line);
+bool isBlank(std::string_view line);
+
+std::unique_ptr<Alignment> readFasta(const TextFile& file);
+std::unique_ptr<Alignment> readClustal(const TextFile& file);
+std::unique_ptr<Alignment> readMsf(const TextFile& file);
+std::unique_ptr<Alignment> readStockholm(const TextFile& file);
+
+void writeFasta(std::ostream& out, const Alignment& alignment);
+void writeClustal(std::ostream& out, const Alignment& alignment);
+void writeMsf(std::ostream& out, const Alignment& alignment);
+
+// The GCG checksum of one row as written.
+int gcgChecksum(std::string_view row);
+
+}  // namespace KARVO::formats

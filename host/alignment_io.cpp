@@ -1,0 +1,261 @@
+// Alignment files. The readers are small and strict on purpose: a
+// general-purpose sequence library would be a large extra dependency, and
+// the usual ones (Bio++'s reader among them) report a malformed file without
+// the line and column of the fault, which a user needs to fix the file. So
+// every format is read here, and every error names file:line:column.
+#include "host/alignment_io.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <random>
+#include <sstream>
+
+#include "host/alignment_formats.h"
+
+namespace KARVO {
+
+namespace {
+
+std::string errorText(const std::string& file, unsigned long line, unsigned long column, const std::string& problem) {
+  std::string text = file;
+  if (line > 0) text += ":" + std::to_string(line);
+  if (line > 0 && column > 0) text += ":" + std::to_string(column);
+  return text + ": " + problem;
+}
+
+// Control characters other than tab and line ends mean the file is not text.
+bool isBinaryByte(unsigned char byte) {
+  return (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') || byte == 0x7f;
+}
+
+formats::TextFile splitLines(const std::string& content, const std::string& displayName) {
+  formats::TextFile file{displayName, {}};
+  unsigned long line = 1;
+  std::size_t lineStart = 0;
+  for (std::size_t i = 0; i < content.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(content[i]);
+    if (byte == '\n') {
+      ++line;
+      lineStart = i + 1;
+    } else if (isBinaryByte(byte)) {
+      formats::fail(file, line, static_cast<unsigned long>(i - lineStart + 1),
+                    "binary data (byte " + formats::describeChar(content[i]) + "), not an alignment file");
+    }
+  }
+  std::size_t start = 0;
+  while (start < content.size()) {
+    std::size_t end = content.find('\n', start);
+    if (end == std::string::npos) end = content.size();
+    std::string text = content.substr(start, end - start);
+    if (!text.empty() && text.back() == '\r') text.pop_back();
+    file.lines.push_back(std::move(text));
+    start = end + 1;
+  }
+  return file;
+}
+
+bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
+
+std::unique_ptr<Alignment> parse(const std::string& content, const std::string& displayName) {
+  const formats::TextFile file = splitLines(content, displayName);
+  const auto first = std::find_if(file.lines.begin(), file.lines.end(),
+                                  [](const std::string& line) { return !formats::isBlank(line); });
+  if (first == file.lines.end()) formats::fail(file, 0, 0, "empty file, no sequences");
+
+  const std::string_view head = std::string_view(*first).substr(first->find_first_not_of(" \t"));
+  if (head.front() == '>') return formats::readFasta(file);
+  if (startsWith(head, "CLUSTAL") || startsWith(head, "MUSCLE")) return formats::readClustal(file);
+  if (startsWith(head, "# STOCKHOLM")) return formats::readStockholm(file);
+  if (startsWith(head, "!!AA_MULTIPLE_ALIGNMENT") || startsWith(head, "!!NA_MULTIPLE_ALIGNMENT") ||
+      startsWith(head, "PileUp")) {
+    return formats::readMsf(file);
+  }
+  const bool msfHeader = std::any_of(file.lines.begin(), file.lines.end(), [](const std::string& line) {
+    return line.find("MSF:") != std::string::npos && line.find("..") != std::string::npos;
+  });
+  if (msfHeader) return formats::readMsf(file);
+  formats::fail(file, 0, 0, "unknown format (neither FASTA, Clustal, MSF nor Stockholm)");
+}
+
+[[noreturn]] void throwWriteError(const std::string& path, int error) {
+  throw std::runtime_error("cannot write " + path + ": " + std::strerror(error));
+}
+
+void writeAll(int fd, const std::string& data, const std::string& path) {
+  std::size_t done = 0;
+  while (done < data.size()) {
+    const ssize_t written = ::write(fd, data.data() + done, data.size() - done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) throwWriteError(path, written < 0 ? errno : EIO);
+    done += static_cast<std::size_t>(written);
+  }
+}
+
+// Devices, pipes and the like cannot be replaced by a rename: they are
+// written in place.
+void writeInPlace(const std::string& path, const std::string& data) {
+  const int fd = ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+  if (fd < 0) throwWriteError(path, errno);
+  try {
+    writeAll(fd, data, path);
+  } catch (...) {
+    ::close(fd);
+    throw;
+  }
+  if (::close(fd) != 0) throwWriteError(path, errno);
+}
+
+std::string randomSuffix() {
+  static const char kChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+  static std::mt19937_64 engine{std::random_device{}()};
+  std::uniform_int_distribution<std::size_t> pick(0, sizeof kChars - 2);
+  std::string suffix(10, ' ');
+  for (char& c : suffix) c = kChars[pick(engine)];
+  return suffix;
+}
+
+// Creates a new file beside target under a random name that nobody else
+// can have opened (O_EXCL).
+int createTemporary(const std::string& target, const std::string& path, std::string& tmpPath) {
+  const std::size_t slash = target.rfind('/');
+  const std::string dir = slash == std::string::npos ? "." : target.substr(0, std::max<std::size_t>(slash, 1));
+  const std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    tmpPath = dir + "/." + base + "." + randomSuffix() + ".tmp";
+    const int fd = ::open(tmpPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+    if (fd >= 0) return fd;
+    if (errno != EEXIST) throwWriteError(path, errno);
+  }
+  throwWriteError(path, EEXIST);
+}
+
+void syncDirectoryOf(const std::string& target) {
+  const std::size_t slash = target.rfind('/');
+  const std::string dir = slash == std::string::npos ? "." : target.substr(0, std::max<std::size_t>(slash, 1));
+  const int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  ::fsync(fd);
+  ::close(fd);
+}
+
+}  // namespace
+
+AlignmentReadError::AlignmentReadError(const std::string& file, unsigned long line, unsigned long column,
+                                       const std::string& problem)
+    : std::runtime_error(errorText(file, line, column, problem)),
+      file_(file),
+      line_(line),
+      column_(column),
+      problem_(problem) {}
+
+std::unique_ptr<Alignment> readAlignmentFile(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) throw AlignmentReadError(path, 0, 0, std::strerror(errno));
+  std::string content;
+  char buffer[65536];
+  for (;;) {
+    const ssize_t got = ::read(fd, buffer, sizeof buffer);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) {
+      const int error = errno;
+      ::close(fd);
+      throw AlignmentReadError(path, 0, 0, std::strerror(error));
+    }
+    if (got == 0) break;
+    content.append(buffer, static_cast<std::size_t>(got));
+  }
+  ::close(fd);
+  return parse(content, path);
+}
+
+std::unique_ptr<Alignment> readAlignment(std::istream& in, const std::string& displayName) {
+  std::string content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  if (in.bad()) throw AlignmentReadError(displayName, 0, 0, "read error");
+  return parse(content, displayName);
+}
+
+void writeAlignment(std::ostream& out, const Alignment& alignment, AlignmentFormat format) {
+  switch (format) {
+    case AlignmentFormat::Fasta:
+      formats::writeFasta(out, alignment);
+      return;
+    case AlignmentFormat::Clustal:
+      formats::writeClustal(out, alignment);
+      return;
+    case AlignmentFormat::Msf:
+      formats::writeMsf(out, alignment);
+      return;
+    case AlignmentFormat::Stockholm:
+      break;
+  }
+  throw std::invalid_argument("writing Stockholm files is not supported");
+}
+
+void writeAlignmentFile(const std::string& path, const Alignment& alignment, AlignmentFormat format) {
+  std::ostringstream text;
+  writeAlignment(text, alignment, format);
+  const std::string data = text.str();
+
+  struct stat existing {};
+  const bool exists = ::stat(path.c_str(), &existing) == 0;
+  if (exists && !S_ISREG(existing.st_mode) && !S_ISDIR(existing.st_mode)) {
+    writeInPlace(path, data);
+    return;
+  }
+  // A symbolic link stays a link: the file it points to is replaced.
+  std::string target = path;
+  struct stat link {};
+  if (::lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
+    char resolved[PATH_MAX];
+    if (::realpath(path.c_str(), resolved) != nullptr) target = resolved;
+  }
+
+  std::string tmpPath;
+  const int fd = createTemporary(target, path, tmpPath);
+  int error = 0;
+  try {
+    if (exists) ::fchmod(fd, existing.st_mode & 07777);
+    writeAll(fd, data, path);
+    if (::fsync(fd) != 0) error = errno;
+  } catch (...) {
+    ::close(fd);
+    ::unlink(tmpPath.c_str());
+    throw;
+  }
+  if (::close(fd) != 0 && error == 0) error = errno;
+  if (error == 0 && ::rename(tmpPath.c_str(), target.c_str()) != 0) error = errno;
+  if (error != 0) {
+    ::unlink(tmpPath.c_str());
+    throwWriteError(path, error);
+  }
+  syncDirectoryOf(target);
+}
+
+std::optional<AlignmentFormat> formatFromName(const std::string& nameOrPath) {
+  std::string lower = nameOrPath;
+  std::transform(lower.begin(), lower.end(), lower.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  if (lower == "fasta") return AlignmentFormat::Fasta;
+  if (lower == "clustal") return AlignmentFormat::Clustal;
+  if (lower == "msf") return AlignmentFormat::Msf;
+  const std::size_t slash = lower.rfind('/');
+  const std::size_t dot = lower.rfind('.');
+  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return std::nullopt;
+  const std::string extension = lower.substr(dot + 1);
+  if (extension == "fa" || extension == "fasta" || extension == "fas" || extension == "faa") {
+    return AlignmentFormat::Fasta;
+  }
+  if (extension == "aln" || extension == "clustal") return AlignmentFormat::Clustal;
+  if (extension == "msf") return AlignmentFormat::Msf;
+  return std::nullopt;
+}
+
+}  // namespace KARVO

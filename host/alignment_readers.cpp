@@ -1,0 +1,336 @@
+// The four readers. Each walks the lines once, hands every sequence line to
+// RowCollector (which checks the characters) and, for the interleaved
+// formats, to BlockChecker (which checks the block structure).
+#include <algorithm>
+#include <cstdio>
+
+#include "host/alignment_formats.h"
+#include "host/alignment_io.h"
+
+namespace KARVO::formats {
+
+namespace {
+
+bool isBlankChar(char c) { return c == ' ' || c == '\t'; }
+bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+bool isDigits(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+std::string_view trimmed(std::string_view text) {
+  while (!text.empty() && isBlankChar(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isBlankChar(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+// The line from the start of words[from] to the end of words[last].
+std::string_view wordSpan(std::string_view line, const std::vector<Word>& words, std::size_t from, std::size_t last) {
+  const std::size_t begin = words[from].column - 1;
+  const std::size_t end = words[last].column - 1 + words[last].text.size();
+  return line.substr(begin, end - begin);
+}
+
+unsigned long firstWordColumn(std::string_view line) {
+  const std::vector<Word> words = splitWords(line);
+  return words.empty() ? 1 : words.front().column;
+}
+
+std::size_t firstNonBlankLine(const TextFile& file) {
+  std::size_t index = 0;
+  while (index < file.lines.size() && isBlank(file.lines[index])) ++index;
+  return index;
+}
+
+void failNoResidues(const TextFile& file, unsigned long line, const Word& name) {
+  fail(file, line, name.column + name.text.size(), "no residues after the name " + std::string(name.text));
+}
+
+}  // namespace
+
+void fail(const TextFile& file, unsigned long line, unsigned long column, const std::string& problem) {
+  throw AlignmentReadError(file.name, line, column, problem);
+}
+
+std::string describeChar(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  if (byte > 0x20 && byte < 0x7f) return std::string("'") + c + "'";
+  char hex[8];
+  std::snprintf(hex, sizeof hex, "0x%02x", byte);
+  return hex;
+}
+
+std::vector<Word> splitWords(std::string_view line) {
+  std::vector<Word> words;
+  std::size_t pos = 0;
+  while (pos < line.size()) {
+    while (pos < line.size() && isBlankChar(line[pos])) ++pos;
+    if (pos == line.size()) break;
+    const std::size_t start = pos;
+    while (pos < line.size() && !isBlankChar(line[pos])) ++pos;
+    words.push_back({line.substr(start, pos - start), static_cast<unsigned long>(start + 1)});
+  }
+  return words;
+}
+
+bool isBlank(std::string_view line) { return std::all_of(line.begin(), line.end(), isBlankChar); }
+
+std::size_t RowCollector::add(const std::string& name, const std::string& description, unsigned long line,
+                              unsigned long column) {
+  if (auto existing = find(name)) {
+    fail(file_, line, column,
+         "duplicate sequence name " + name + " (first at line " + std::to_string(defined_[*existing].line) + ")");
+  }
+  index_.emplace(name, sequences_.size());
+  sequences_.push_back({name, description});
+  rows_.emplace_back();
+  defined_.push_back({line, column});
+  star_.emplace_back();
+  return sequences_.size() - 1;
+}
+
+std::optional<std::size_t> RowCollector::find(const std::string& name) const {
+  const auto it = index_.find(name);
+  if (it == index_.end()) return std::nullopt;
+  return it->second;
+}
+
+std::size_t RowCollector::append(std::size_t row, std::string_view text, unsigned long line, unsigned long firstColumn,
+                                 bool extraGap) {
+  std::size_t taken = 0;
+  std::string& out = rows_[row];
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (isBlankChar(c)) continue;
+    const unsigned long column = firstColumn + static_cast<unsigned long>(i);
+    if (const auto& star = star_[row]) {
+      fail(file_, star->line, star->column, "'*' inside sequence " + sequences_[row].name + " (it may only end it)");
+    }
+    ++taken;
+    if (isLetter(c)) {
+      out += static_cast<char>(c & ~0x20);
+    } else if (c == '-' || c == '.' || (extraGap && c == '~')) {
+      out += '-';
+    } else if (c == '*') {
+      star_[row] = Position{line, column};
+    } else {
+      fail(file_, line, column, "unexpected character " + describeChar(c) + " in sequence " + sequences_[row].name);
+    }
+  }
+  return taken;
+}
+
+void RowCollector::addDescription(std::size_t row, const std::string& text) {
+  std::string& description = sequences_[row].description;
+  if (!description.empty()) description += ' ';
+  description += text;
+}
+
+std::size_t RowCollector::residueCount() const {
+  std::size_t count = 0;
+  for (const std::string& row : rows_)
+    count += static_cast<std::size_t>(std::count_if(row.begin(), row.end(), isLetter));
+  return count;
+}
+
+std::unique_ptr<Alignment> RowCollector::finish() const {
+  if (sequences_.empty()) fail(file_, 0, 0, "no sequences");
+  return Alignment::fromRows(sequences_, rows_);
+}
+
+void BlockChecker::row(const std::string& name, unsigned long line, unsigned long nameColumn, std::string_view text,
+                       unsigned long textColumn, bool extraGap) {
+  if (!inBlock_) {
+    inBlock_ = true;
+    position_ = 0;
+    width_ = 0;
+    firstLine_ = line;
+  }
+  std::size_t index = 0;
+  if (!fixed_ && blocks_ == 0) {
+    index = rows_.add(name, "", line, nameColumn);
+  } else {
+    if (position_ >= rows_.size()) {
+      fail(file_, line, nameColumn,
+           "block starting at line " + std::to_string(firstLine_) + " has more rows than the " +
+               std::to_string(rows_.size()) + " sequences");
+    }
+    if (name != rows_.name(position_)) {
+      fail(file_, line, nameColumn,
+           "sequence " + name + " where " + rows_.name(position_) +
+               " was expected (every block lists the sequences in the same order)");
+    }
+    index = position_;
+  }
+  const std::size_t taken = rows_.append(index, text, line, textColumn, extraGap);
+  if (position_ == 0) {
+    width_ = taken;
+  } else if (taken != width_) {
+    fail(file_, line, textColumn,
+         "sequence " + name + " has " + std::to_string(taken) + " columns in this block, the block's first row has " +
+             std::to_string(width_));
+  }
+  ++position_;
+}
+
+void BlockChecker::endBlock() {
+  if (!inBlock_) return;
+  if ((fixed_ || blocks_ > 0) && position_ != rows_.size()) {
+    fail(file_, firstLine_, 0,
+         "block has " + std::to_string(position_) + " rows, expected one for each of the " +
+             std::to_string(rows_.size()) + " sequences");
+  }
+  inBlock_ = false;
+  ++blocks_;
+}
+
+std::unique_ptr<Alignment> readFasta(const TextFile& file) {
+  RowCollector rows(file);
+  std::optional<std::size_t> current;
+  for (std::size_t i = 0; i < file.lines.size(); ++i) {
+    const std::string_view line = file.lines[i];
+    const auto lineNo = static_cast<unsigned long>(i + 1);
+    if (isBlank(line)) continue;
+    if (line.front() != '>') {
+      if (!current) fail(file, lineNo, firstWordColumn(line), "sequence data before the first '>' header");
+      rows.append(*current, line, lineNo, 1);
+      continue;
+    }
+    const std::string_view header = line.substr(1);
+    const std::vector<Word> words = splitWords(header);
+    if (words.empty()) fail(file, lineNo, 2, "header without a sequence name");
+    const std::string_view rest = header.substr(words[0].column - 1 + words[0].text.size());
+    current = rows.add(std::string(words[0].text), std::string(trimmed(rest)), lineNo, words[0].column + 1);
+  }
+  if (rows.residueCount() == 0) fail(file, 0, 0, "only headers, no residues in any sequence");
+  return rows.finish();
+}
+
+std::unique_ptr<Alignment> readClustal(const TextFile& file) {
+  RowCollector rows(file);
+  BlockChecker blocks(file, rows, false);
+  for (std::size_t i = firstNonBlankLine(file) + 1; i < file.lines.size(); ++i) {
+    const std::string_view line = file.lines[i];
+    const auto lineNo = static_cast<unsigned long>(i + 1);
+    if (isBlank(line)) {
+      blocks.endBlock();
+      continue;
+    }
+    if (isBlankChar(line.front())) {
+      // The conservation line under a block.
+      const bool marks = line.find_first_not_of(" \t*:.") == std::string_view::npos;
+      if (!marks)
+        fail(file, lineNo, firstWordColumn(line), "unexpected indented text (sequence lines start with the name)");
+      continue;
+    }
+    const std::vector<Word> words = splitWords(line);
+    if (words.size() == 1) failNoResidues(file, lineNo, words[0]);
+    // A trailing number is the optional running residue count.
+    const std::size_t last = words.size() >= 3 && isDigits(words.back().text) ? words.size() - 2 : words.size() - 1;
+    blocks.row(std::string(words[0].text), lineNo, words[0].column, wordSpan(line, words, 1, last), words[1].column);
+  }
+  blocks.endBlock();
+  return rows.finish();
+}
+
+std::unique_ptr<Alignment> readMsf(const TextFile& file) {
+  RowCollector rows(file);
+  struct DeclaredLength {
+    std::size_t row;
+    unsigned long length;
+    unsigned long line;
+    unsigned long column;
+  };
+  std::vector<DeclaredLength> lengths;
+
+  std::size_t i = 0;
+  for (; i < file.lines.size(); ++i) {
+    const std::string_view line = file.lines[i];
+    const auto lineNo = static_cast<unsigned long>(i + 1);
+    if (trimmed(line).starts_with("//")) break;
+    const std::vector<Word> words = splitWords(line);
+    if (words.empty() || words[0].text != "Name:") continue;
+    if (words.size() < 2) fail(file, lineNo, words[0].column + 5, "'Name:' without a sequence name");
+    const std::size_t row = rows.add(std::string(words[1].text), "", lineNo, words[1].column);
+    for (std::size_t w = 2; w + 1 < words.size(); ++w) {
+      if (words[w].text == "Len:" && isDigits(words[w + 1].text)) {
+        lengths.push_back({row, std::stoul(std::string(words[w + 1].text)), lineNo, words[w + 1].column});
+      }
+    }
+  }
+  if (i == file.lines.size()) fail(file, 0, 0, "no '//' line ending the MSF header");
+  if (rows.size() == 0) fail(file, static_cast<unsigned long>(i + 1), 1, "no 'Name:' lines before '//'");
+
+  BlockChecker blocks(file, rows, true);
+  for (++i; i < file.lines.size(); ++i) {
+    const std::string_view line = file.lines[i];
+    const auto lineNo = static_cast<unsigned long>(i + 1);
+    const std::vector<Word> words = splitWords(line);
+    if (words.empty()) {
+      blocks.endBlock();
+      continue;
+    }
+    // Column numbers above a block.
+    if (std::all_of(words.begin(), words.end(), [](const Word& w) { return isDigits(w.text); })) continue;
+    const std::string name(words[0].text);
+    if (!rows.find(name)) fail(file, lineNo, words[0].column, "sequence " + name + " is not among the 'Name:' lines");
+    if (words.size() == 1) failNoResidues(file, lineNo, words[0]);
+    blocks.row(name, lineNo, words[0].column, wordSpan(line, words, 1, words.size() - 1), words[1].column, true);
+  }
+  blocks.endBlock();
+  if (!blocks.sawRows()) fail(file, 0, 0, "no sequence lines after the '//' line");
+  for (const DeclaredLength& declared : lengths) {
+    if (rows.rowLength(declared.row) != declared.length) {
+      fail(file, declared.line, declared.column,
+           "sequence " + rows.name(declared.row) + " has " + std::to_string(rows.rowLength(declared.row)) +
+               " columns, its 'Name:' line says Len: " + std::to_string(declared.length));
+    }
+  }
+  return rows.finish();
+}
+
+std::unique_ptr<Alignment> readStockholm(const TextFile& file) {
+  RowCollector rows(file);
+  BlockChecker blocks(file, rows, false);
+  std::vector<std::pair<std::string, std::string>> descriptions;
+  bool ended = false;
+  for (std::size_t i = firstNonBlankLine(file) + 1; i < file.lines.size(); ++i) {
+    const std::string_view line = file.lines[i];
+    const auto lineNo = static_cast<unsigned long>(i + 1);
+    if (ended) {
+      if (!isBlank(line)) {
+        fail(file, lineNo, firstWordColumn(line), "text after the '//' line (one alignment per file is read)");
+      }
+      continue;
+    }
+    if (isBlank(line)) {
+      blocks.endBlock();
+      continue;
+    }
+    if (line.starts_with("//")) {
+      ended = true;
+      continue;
+    }
+    const std::vector<Word> words = splitWords(line);
+    if (line.front() == '#') {
+      // Per-sequence descriptions: "#=GS <name> DE <text>".
+      if (words.size() >= 4 && words[0].text == "#=GS" && words[2].text == "DE") {
+        descriptions.emplace_back(std::string(words[1].text), std::string(trimmed(line.substr(words[3].column - 1))));
+      }
+      continue;
+    }
+    if (words.size() == 1) failNoResidues(file, lineNo, words[0]);
+    if (words.size() > 2) {
+      fail(file, lineNo, words[2].column,
+           "unexpected text after the residues of " + std::string(words[0].text) + " (rows hold no blanks)");
+    }
+    blocks.row(std::string(words[0].text), lineNo, words[0].column, words[1].text, words[1].column);
+  }
+  if (!ended) fail(file, 0, 0, "no '//' line ending the alignment");
+  blocks.endBlock();
+  for (const auto& [name, text] : descriptions) {
+    if (const auto row = rows.find(name)) rows.addDescription(*row, text);
+  }
+  return rows.finish();
+}
+
+}  // namespace KARVO::formats

@@ -1,0 +1,96 @@
+// The three writers. Each writes the whole alignment; all rows have the
+// alignment's width, gaps included.
+#include <algorithm>
+#include <cctype>
+
+#include "host/alignment_formats.h"
+
+namespace KARVO::formats {
+
+namespace {
+
+constexpr std::size_t kFastaLine = 60;
+constexpr std::size_t kClustalBlock = 60;
+constexpr std::size_t kMsfBlock = 50;
+constexpr std::size_t kMsfChunk = 10;
+
+std::size_t longestName(const Alignment& alignment) {
+  std::size_t longest = 0;
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) {
+    longest = std::max(longest, alignment.sequence(r).name.size());
+  }
+  return longest;
+}
+
+std::string padded(const std::string& text, std::size_t width) {
+  return text.size() >= width ? text : text + std::string(width - text.size(), ' ');
+}
+
+}  // namespace
+
+int gcgChecksum(std::string_view row) {
+  long check = 0;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    check += static_cast<long>(i % 57 + 1) * std::toupper(static_cast<unsigned char>(row[i]));
+  }
+  return static_cast<int>(check % 10000);
+}
+
+void writeFasta(std::ostream& out, const Alignment& alignment) {
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) {
+    const SequenceInfo& info = alignment.sequence(r);
+    out << '>' << info.name;
+    if (!info.description.empty()) out << ' ' << info.description;
+    out << '\n';
+    const std::string row = alignment.rowText(r);
+    for (std::size_t start = 0; start < row.size(); start += kFastaLine) out << row.substr(start, kFastaLine) << '\n';
+  }
+}
+
+void writeClustal(std::ostream& out, const Alignment& alignment) {
+  out << "CLUSTAL multiple sequence alignment by karvo\n\n";
+  const std::size_t nameWidth = longestName(alignment) + 4;
+  std::vector<std::string> rows;
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) rows.push_back(alignment.rowText(r));
+  for (std::size_t start = 0; start < alignment.columnCount(); start += kClustalBlock) {
+    out << '\n';
+    for (unsigned long r = 0; r < rows.size(); ++r) {
+      out << padded(alignment.sequence(r).name, nameWidth) << rows[r].substr(start, kClustalBlock) << '\n';
+    }
+  }
+}
+
+void writeMsf(std::ostream& out, const Alignment& alignment) {
+  std::vector<std::string> rows;
+  long total = 0;
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) {
+    std::string row = alignment.rowText(r);
+    std::replace(row.begin(), row.end(), '-', '.');
+    total += gcgChecksum(row);
+    rows.push_back(std::move(row));
+  }
+  const unsigned long length = alignment.columnCount();
+  const std::size_t nameWidth = longestName(alignment);
+
+  out << "!!AA_MULTIPLE_ALIGNMENT 1.0\n\n";
+  out << " MSF: " << length << "  Type: P  Check: " << total % 10000 << "  ..\n\n";
+  for (unsigned long r = 0; r < rows.size(); ++r) {
+    out << " Name: " << padded(alignment.sequence(r).name, nameWidth) << "  Len: " << length
+        << "  Check: " << gcgChecksum(rows[r]) << "  Weight: 1.00\n";
+  }
+  out << "\n//\n";
+  for (std::size_t start = 0; start < length; start += kMsfBlock) {
+    out << '\n';
+    for (unsigned long r = 0; r < rows.size(); ++r) {
+      out << padded(alignment.sequence(r).name, nameWidth + 2);
+      const std::size_t end = std::min<std::size_t>(start + kMsfBlock, length);
+      for (std::size_t chunk = start; chunk < end; chunk += kMsfChunk) {
+        if (chunk != start) out << ' ';
+        out << rows[r].substr(chunk, std::min(kMsfChunk, end - chunk));
+      }
+      out << '\n';
+    }
+  }
+}
+
+}  // namespace KARVO::formats

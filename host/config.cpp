@@ -1,0 +1,79 @@
+#include "host/config.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+namespace Config {
+
+namespace {
+
+std::string environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string() : std::string(value);
+}
+
+std::string homeDirectory() {
+  std::string home = environment("HOME");
+  if (!home.empty()) return home;
+  const passwd* entry = ::getpwuid(::geteuid());
+  return entry != nullptr && entry->pw_dir != nullptr ? std::string(entry->pw_dir) : std::string();
+}
+
+std::string withoutTrailingSlashes(std::string path) {
+  while (path.size() > 1 && path.back() == '/') path.pop_back();
+  return path;
+}
+
+// Creates every missing level of path with mode 0700; a failure is left for
+// the caller to notice when it uses the directory.
+void makePath(const std::string& path) {
+  for (std::size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+    ::mkdir(path.substr(0, slash).c_str(), 0700);
+  }
+  ::mkdir(path.c_str(), 0700);
+}
+
+std::string refuse(const std::string& path, const char* reason) {
+  std::fprintf(stderr, "karvo: refusing temporary directory %s: %s\n", path.c_str(), reason);
+  return "/dev/null" + std::string(path.front() == '/' ? "" : "/") + path;
+}
+
+}  // namespace
+
+std::string GetPersonalTmpDir() {
+  std::string dir = environment("KARVO_TMPDIR");
+  const bool chosen = !dir.empty();
+  if (!chosen) {
+    const std::string runtime = environment("XDG_RUNTIME_DIR");
+    if (!runtime.empty()) {
+      dir = runtime + "/karvo";
+    } else {
+      const std::string home = homeDirectory();
+      if (home.empty()) return refuse("karvo", "no home directory");
+      dir = home + "/.cache/karvo";
+    }
+  }
+
+  const std::string checked = withoutTrailingSlashes(dir);
+  struct stat info {};
+  if (::lstat(checked.c_str(), &info) != 0) {
+    if (errno != ENOENT) return dir;
+    if (chosen) {
+      ::mkdir(checked.c_str(), 0700);
+    } else {
+      makePath(checked);
+    }
+    // Still missing: the caller reports that it cannot create it.
+    if (::lstat(checked.c_str(), &info) != 0) return dir;
+  }
+  if (S_ISLNK(info.st_mode)) return refuse(dir, "it is a symbolic link");
+  if (info.st_uid != ::geteuid()) return refuse(dir, "it is owned by another user");
+  return dir;
+}
+
+}  // namespace Config

@@ -1,0 +1,140 @@
+#include "host/alignment.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace {
+
+using KARVO::Alignment;
+using KARVO::Residue;
+using testing::HasSubstr;
+
+std::unique_ptr<Alignment> make(const std::vector<std::string>& rows) {
+  std::vector<KARVO::SequenceInfo> infos;
+  for (std::size_t r = 0; r < rows.size(); ++r) infos.push_back({"seq" + std::to_string(r), ""});
+  return Alignment::fromRows(infos, rows);
+}
+
+std::vector<std::string> texts(const Alignment& a) {
+  std::vector<std::string> out;
+  for (unsigned long r = 0; r < a.sequenceCount(); ++r) out.push_back(a.rowText(r));
+  return out;
+}
+
+// The alignment's layout of residue objects, to prove that nothing moved.
+std::vector<std::vector<Residue*>> snapshot(const Alignment& a) { return a.columns; }
+
+class PluginExample : public testing::Test {
+ protected:
+  std::unique_ptr<Alignment> a = make({"AC-D", "--E-", "----", "K-LM"});
+};
+
+TEST_F(PluginExample, PackRowMovesResiduesToTheRangeStartInOrder) {
+  Residue* c = a->getItem(0, 1);
+  Residue* d = a->getItem(0, 3);
+  for (unsigned long row : {0UL, 1UL, 3UL}) a->packRow(row, {0, 4});
+  EXPECT_THAT(texts(*a), testing::ElementsAre("ACD-", "E---", "----", "KLM-"));
+  EXPECT_EQ(a->getItem(0, 1), c);
+  EXPECT_EQ(a->getItem(0, 2), d);
+}
+
+TEST_F(PluginExample, RearrangeMovesTheRowsOwnResidues) {
+  Residue* e = a->getItem(1, 2);
+  Residue* m = a->getItem(3, 3);
+  for (unsigned long row : {0UL, 1UL, 3UL}) a->packRow(row, {0, 4});
+  a->rearrange({0, 4}, {"AC-D-", "----E", "-----", "K-LM-"});
+  EXPECT_THAT(texts(*a), testing::ElementsAre("AC-D-", "----E", "-----", "K-LM-"));
+  EXPECT_EQ(a->columnCount(), 5u);
+  EXPECT_EQ(a->getItem(1, 4), e);
+  EXPECT_EQ(a->getItem(3, 3), m);
+  // Every column still holds a residue of some row.
+  a->stripGapCols({0, a->columnCount()});
+  EXPECT_EQ(a->columnCount(), 5u);
+}
+
+TEST(PackRow, LeavesColumnsOutsideTheRangeAlone) {
+  auto a = make({"A-C-D"});
+  Residue* first = a->getItem(0, 0);
+  Residue* last = a->getItem(0, 4);
+  a->packRow(0, {1, 4});
+  EXPECT_EQ(a->rowText(0), "AC--D");
+  EXPECT_EQ(a->getItem(0, 0), first);
+  EXPECT_EQ(a->getItem(0, 4), last);
+}
+
+TEST(PackRow, RefusesARangePastTheEnd) {
+  auto a = make({"AC"});
+  EXPECT_THROW(a->packRow(0, {0, 3}), std::invalid_argument);
+  EXPECT_EQ(a->rowText(0), "AC");
+}
+
+TEST(Rearrange, ResizesOnlyTheRangeAndShiftsLaterColumns) {
+  auto a = make({"XA-CY", "ZB--W"});
+  Residue* y = a->getItem(0, 4);
+  a->selection = {1, 4};
+  a->rearrange({1, 4}, {"-A-C-", "B----"});
+  EXPECT_THAT(texts(*a), testing::ElementsAre("X-A-C-Y", "ZB----W"));
+  EXPECT_EQ(a->getItem(0, 6), y);
+  EXPECT_EQ(a->selection, (KARVO::ColumnRange{1, 6}));
+}
+
+class RearrangeRefusal : public testing::Test {
+ protected:
+  void expectRefused(const std::vector<std::string>& rows, const std::string& message) {
+    const auto before = snapshot(*a);
+    try {
+      a->rearrange({0, 3}, rows);
+      FAIL() << "accepted";
+    } catch (const std::invalid_argument& e) {
+      EXPECT_THAT(e.what(), HasSubstr(message));
+    }
+    EXPECT_EQ(snapshot(*a), before);
+  }
+  std::unique_ptr<Alignment> a = make({"AC-", "-DE"});
+};
+
+TEST_F(RearrangeRefusal, WrongNumberOfStrings) { expectRefused({"AC-"}, "1 strings for 2 sequences"); }
+
+TEST_F(RearrangeRefusal, StringsOfDifferentLengths) {
+  expectRefused({"AC--", "DE-"}, "row 1 (seq1): string of length 3");
+}
+
+TEST_F(RearrangeRefusal, LetterThatIsNotTheNextResidue) {
+  expectRefused({"A-C", "ED-"}, "row 1 (seq1): letter 'E' at position 0 where the next residue is 'D'");
+}
+
+TEST_F(RearrangeRefusal, LowerCaseLetterForAnUpperCaseResidue) { expectRefused({"aC-", "DE-"}, "row 0 (seq0)"); }
+
+TEST_F(RearrangeRefusal, MoreLettersThanResidues) { expectRefused({"AC-", "DEE"}, "the range holds only 2 residues"); }
+
+TEST_F(RearrangeRefusal, FewerLettersThanResidues) {
+  expectRefused({"A--", "DE-"}, "row 0 (seq0): string has 1 letters but the range holds 2 residues");
+}
+
+TEST(StripGapCols, RemovesAllGapColumnsOnlyInsideTheRange) {
+  auto a = make({"A--B--", "C---D-"});
+  a->selection = {3, 5};
+  a->stripGapCols({0, 3});
+  EXPECT_THAT(texts(*a), testing::ElementsAre("AB--", "C-D-"));
+  EXPECT_EQ(a->selection, (KARVO::ColumnRange{1, 3}));
+}
+
+TEST(FromRows, TreatsDotsAsGapsAndPadsShortRows) {
+  auto a = make({"A.C", "D"});
+  EXPECT_THAT(texts(*a), testing::ElementsAre("A-C", "D--"));
+  EXPECT_EQ(a->columns[0].size(), 2u);
+}
+
+TEST(Clone, CopiesContentWithNewResidues) {
+  auto a = make({"A-C", "-DE"});
+  a->selection = {1, 2};
+  auto copy = a->clone();
+  EXPECT_EQ(texts(*copy), texts(*a));
+  EXPECT_EQ(copy->GetSeqName(1), "seq1");
+  EXPECT_EQ(copy->selection, a->selection);
+  EXPECT_NE(copy->getItem(0, 0), a->getItem(0, 0));
+}
+
+}  // namespace

@@ -1,0 +1,169 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "host/alignment_formats.h"
+#include "host/alignment_io.h"
+#include "temp_dir.h"
+
+namespace {
+
+using KARVO::Alignment;
+using KARVO::AlignmentFormat;
+using testing::ElementsAre;
+namespace fs = std::filesystem;
+
+std::string written(const Alignment& a, AlignmentFormat format) {
+  std::ostringstream out;
+  KARVO::writeAlignment(out, a, format);
+  return out.str();
+}
+
+std::string slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void spit(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+
+std::vector<std::string> entries(const std::string& dir) {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(dir)) names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::unique_ptr<Alignment> small() { return Alignment::fromRows({{"one", "first seq"}, {"two", ""}}, {"AC-", "A-D"}); }
+
+TEST(WriteFasta, WritesHeadersWithDescriptionsAndSixtyColumnLines) {
+  auto a = Alignment::fromRows({{"s", "a b"}}, {std::string(59, 'A') + "--"});
+  EXPECT_EQ(written(*a, AlignmentFormat::Fasta), ">s a b\n" + std::string(59, 'A') + "-\n-\n");
+}
+
+TEST(WriteClustal, PadsNamesAndWritesOneBlockPerSixtyColumns) {
+  EXPECT_EQ(written(*small(), AlignmentFormat::Clustal),
+            "CLUSTAL multiple sequence alignment by karvo\n\n\none    AC-\ntwo    A-D\n");
+}
+
+TEST(WriteMsf, WritesChecksummedHeaderAndDottedGaps) {
+  EXPECT_EQ(written(*small(), AlignmentFormat::Msf),
+            "!!AA_MULTIPLE_ALIGNMENT 1.0\n\n MSF: 3  Type: P  Check: 698  ..\n\n"
+            " Name: one  Len: 3  Check: 337  Weight: 1.00\n"
+            " Name: two  Len: 3  Check: 361  Weight: 1.00\n\n//\n\none  AC.\ntwo  A.D\n");
+}
+
+TEST(GcgChecksum, WeightsRestartEveryFiftySevenCharacters) {
+  // 65 * (1 + ... + 57) + 65 * 1 = 107510
+  EXPECT_EQ(KARVO::formats::gcgChecksum(std::string(58, 'A')), 7510);
+  EXPECT_EQ(KARVO::formats::gcgChecksum("ac"), KARVO::formats::gcgChecksum("AC"));
+}
+
+TEST(RoundTrip, FastaClustalMsfKeepNamesAndRows) {
+  std::vector<std::string> texts = {std::string(70, 'A') + "-C" + std::string(60, 'K'), "-" + std::string(131, 'W'),
+                                    std::string(40, 'D')};
+  auto original = Alignment::fromRows({{"alpha", "d1"}, {"beta", ""}, {"gamma_long_name", "x y"}}, texts);
+  std::istringstream fasta(written(*original, AlignmentFormat::Fasta));
+  auto a = KARVO::readAlignment(fasta, "a.fa");
+  std::istringstream clustal(written(*a, AlignmentFormat::Clustal));
+  auto b = KARVO::readAlignment(clustal, "b.aln");
+  std::istringstream msf(written(*b, AlignmentFormat::Msf));
+  auto c = KARVO::readAlignment(msf, "c.msf");
+  for (unsigned long r = 0; r < 3; ++r) {
+    EXPECT_EQ(c->GetSeqName(r), original->GetSeqName(r));
+    EXPECT_EQ(c->rowText(r), original->rowText(r));
+    EXPECT_EQ(a->sequence(r).description, original->sequence(r).description);
+  }
+}
+
+TEST(FormatFromName, KnowsNamesAndExtensions) {
+  EXPECT_EQ(KARVO::formatFromName("MSF"), AlignmentFormat::Msf);
+  EXPECT_EQ(KARVO::formatFromName("dir.x/out.FASTA"), AlignmentFormat::Fasta);
+  EXPECT_EQ(KARVO::formatFromName("out.aln"), AlignmentFormat::Clustal);
+  EXPECT_EQ(KARVO::formatFromName("dir.aln/out"), std::nullopt);
+  EXPECT_EQ(KARVO::formatFromName("out.sto"), std::nullopt);
+}
+
+class AtomicWrite : public testing::Test {
+ protected:
+  std::string messageOf(const std::string& path) {
+    try {
+      KARVO::writeAlignmentFile(path, *a, AlignmentFormat::Fasta);
+    } catch (const std::runtime_error& e) {
+      return e.what();
+    }
+    return "no error";
+  }
+  TempDir dir;
+  std::unique_ptr<Alignment> a = small();
+};
+
+TEST_F(AtomicWrite, ReplacesTheTargetKeepingItsModeAndLeavesNothingElse) {
+  const std::string target = dir / "out.fa";
+  spit(target, "old");
+  ::chmod(target.c_str(), 0640);
+  KARVO::writeAlignmentFile(target, *a, AlignmentFormat::Fasta);
+  EXPECT_EQ(slurp(target), written(*a, AlignmentFormat::Fasta));
+  EXPECT_EQ(fs::status(target).permissions(), fs::perms(0640));
+  EXPECT_THAT(entries(dir.path()), ElementsAre("out.fa"));
+}
+
+TEST_F(AtomicWrite, ReplacesTheFileBehindASymbolicLink) {
+  spit(dir / "real.fa", "old");
+  fs::create_symlink("real.fa", dir / "link.fa");
+  KARVO::writeAlignmentFile(dir / "link.fa", *a, AlignmentFormat::Fasta);
+  EXPECT_TRUE(fs::is_symlink(dir / "link.fa"));
+  EXPECT_EQ(slurp(dir / "real.fa"), written(*a, AlignmentFormat::Fasta));
+}
+
+TEST_F(AtomicWrite, FailsForAMissingFolder) {
+  const std::string target = dir / "missing/out.fa";
+  EXPECT_EQ(messageOf(target), "cannot write " + target + ": No such file or directory");
+}
+
+TEST_F(AtomicWrite, FailsOverADirectoryAndRemovesItsTemporaryFile) {
+  fs::create_directory(dir / "out.fa");
+  spit(dir / "out.fa/kept", "x");
+  EXPECT_EQ(messageOf(dir / "out.fa"), "cannot write " + (dir / "out.fa") + ": Is a directory");
+  EXPECT_THAT(entries(dir.path()), ElementsAre("out.fa"));
+  EXPECT_EQ(slurp(dir / "out.fa/kept"), "x");
+}
+
+TEST_F(AtomicWrite, FailsCleanlyOnAFullDevice) {
+  EXPECT_EQ(messageOf("/dev/full"), "cannot write /dev/full: No space left on device");
+}
+
+TEST_F(AtomicWrite, KeepsTheTargetWhenWritingStopsHalfway) {
+  const std::string target = dir / "out.fa";
+  spit(target, "old content");
+  a = Alignment::fromRows({{"big", ""}}, {std::string(5000, 'A')});
+  // A file size limit makes the write fail after the first bytes.
+  rlimit old{};
+  ::getrlimit(RLIMIT_FSIZE, &old);
+  const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit = old;
+  limit.rlim_cur = 1024;
+  ::setrlimit(RLIMIT_FSIZE, &limit);
+  const std::string message = messageOf(target);
+  ::setrlimit(RLIMIT_FSIZE, &old);
+  std::signal(SIGXFSZ, oldHandler);
+  EXPECT_EQ(message, "cannot write " + target + ": File too large");
+  EXPECT_EQ(slurp(target), "old content");
+  EXPECT_THAT(entries(dir.path()), ElementsAre("out.fa"));
+}
+
+TEST_F(AtomicWrite, FailsInAFolderWithoutWritePermission) {
+  if (::geteuid() == 0) GTEST_SKIP() << "permissions do not bind root";
+  spit(dir / "out.fa", "old");
+  ::chmod(dir.path().c_str(), 0500);
+  EXPECT_EQ(messageOf(dir / "out.fa"), "cannot write " + (dir / "out.fa") + ": Permission denied");
+  EXPECT_EQ(slurp(dir / "out.fa"), "old");
+}
+
+}  // namespace

@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "host/config.h"
+#include "host/logger.h"
+#include "temp_dir.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+unsigned modeOf(const std::string& path) {
+  struct stat info {};
+  ::lstat(path.c_str(), &info);
+  return info.st_mode & 07777;
+}
+
+std::string slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// Every test starts without any of the variables that choose the folder.
+class PersonalTmpDir : public testing::Test {
+ protected:
+  TempDir base;
+  ScopedEnv tmp{"KARVO_TMPDIR", std::nullopt};
+  ScopedEnv runtime{"XDG_RUNTIME_DIR", std::nullopt};
+  ScopedEnv home{"HOME", base.path()};
+  ScopedEnv verbose{"KARVO_VERBOSE", std::nullopt};
+};
+
+TEST_F(PersonalTmpDir, HonoursKarvoTmpdirAsGiven) {
+  ScopedEnv chosen("KARVO_TMPDIR", base / "mine");
+  EXPECT_EQ(Config::GetPersonalTmpDir(), base / "mine");
+  EXPECT_EQ(modeOf(base / "mine"), 0700u);
+}
+
+TEST_F(PersonalTmpDir, IgnoresAnEmptyKarvoTmpdir) {
+  ScopedEnv chosen("KARVO_TMPDIR", "");
+  ScopedEnv xdg("XDG_RUNTIME_DIR", base / "run");
+  EXPECT_EQ(Config::GetPersonalTmpDir(), base / "run/karvo");
+}
+
+TEST_F(PersonalTmpDir, UsesTheRuntimeDirectory) {
+  fs::create_directory(base / "run");
+  ScopedEnv xdg("XDG_RUNTIME_DIR", base / "run");
+  EXPECT_EQ(Config::GetPersonalTmpDir(), base / "run/karvo");
+  EXPECT_EQ(modeOf(base / "run/karvo"), 0700u);
+}
+
+TEST_F(PersonalTmpDir, DefaultsToTheHomeCacheCreatingParents) {
+  EXPECT_EQ(Config::GetPersonalTmpDir(), base / ".cache/karvo");
+  EXPECT_EQ(modeOf(base / ".cache"), 0700u);
+  EXPECT_EQ(modeOf(base / ".cache/karvo"), 0700u);
+}
+
+TEST_F(PersonalTmpDir, RefusesASymbolicLinkWithOneWarningLine) {
+  fs::create_directories(base / "elsewhere");
+  fs::create_directories(base / ".cache");
+  fs::create_directory_symlink(base / "elsewhere", base / ".cache/karvo");
+  testing::internal::CaptureStderr();
+  const std::string dir = Config::GetPersonalTmpDir();
+  const std::string warning = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(dir, "/dev/null" + (base / ".cache/karvo"));
+  std::error_code error;
+  EXPECT_FALSE(fs::create_directories(dir + "/x", error));
+  EXPECT_EQ(warning, "karvo: refusing temporary directory " + (base / ".cache/karvo") + ": it is a symbolic link\n");
+}
+
+TEST_F(PersonalTmpDir, RefusesADirectoryOfAnotherUser) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give a directory away";
+  fs::create_directory(base / "theirs");
+  ASSERT_EQ(::chown((base / "theirs").c_str(), 12345, 12345), 0);
+  ScopedEnv chosen("KARVO_TMPDIR", base / "theirs");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Config::GetPersonalTmpDir(), "/dev/null" + (base / "theirs"));
+  testing::internal::GetCapturedStderr();
+}
+
+class LoggerTest : public PersonalTmpDir {
+ protected:
+  ScopedEnv chosen{"KARVO_TMPDIR", base / "log"};
+  std::string log = base / "log/karvo.log";
+  void TearDown() override { Logger::SetVerbose(false); }
+};
+
+TEST_F(LoggerTest, AppendsEachEntryOnItsOwnLine) {
+  Logger::Write("first");
+  Logger::Write(QString::fromUtf8("zweite \xc3\xa9\n"));
+  EXPECT_EQ(slurp(log), "first\nzweite \xc3\xa9\n");
+  EXPECT_EQ(modeOf(log), 0600u);
+}
+
+TEST_F(LoggerTest, DoesNotFollowASymbolicLink) {
+  fs::create_directory(base / "log");
+  std::ofstream(base / "victim") << "keep";
+  fs::create_symlink(base / "victim", log);
+  Logger::Write("text");
+  EXPECT_EQ(slurp(base / "victim"), "keep");
+}
+
+TEST_F(LoggerTest, CopiesToStandardErrorOnlyWhenVerbose) {
+  testing::internal::CaptureStderr();
+  Logger::Write("quiet");
+  Logger::SetVerbose(true);
+  Logger::Write("loud");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "loud\n");
+}
+
+TEST_F(LoggerTest, VerboseFromTheEnvironment) {
+  ScopedEnv on("KARVO_VERBOSE", "1");
+  testing::internal::CaptureStderr();
+  Logger::Write("loud");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "loud\n");
+}
+
+TEST_F(LoggerTest, StaysSilentWhenTheFolderCannotBeMade) {
+  ScopedEnv unusable("KARVO_TMPDIR", base / "missing/deeper");
+  Logger::Write("lost");
+  EXPECT_FALSE(fs::exists(base / "missing"));
+}
+
+}  // namespace
