@@ -53,6 +53,9 @@ struct ZemtraRunReport {
 extern "C" {
 
 // Shows the parameter dialog and re-aligns the alignment's selected range.
+// True when the alignment was rewritten. Exceptions of the host's alignment
+// (std::invalid_argument from rearrange for strings that do not fit, which
+// the plug-in never builds) and std::bad_alloc pass to the caller.
 bool Execute1(KARVO::Alignment& alignment);
 
 // Nothing to release: the plug-in keeps no state between calls.

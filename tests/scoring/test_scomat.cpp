@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -17,8 +16,7 @@ int entry(int matNo, int a, int b) { return ScoMat::mats[matNo * 441 + a * 21 + 
 
 // Reads the committed data file the table was generated from.
 std::vector<std::array<int, 441>> readDataFile() {
-  const char* root = std::getenv("ZEMTRA_SOURCE_DIR");
-  std::ifstream in(std::string(root ? root : ".") + "/scoring/data/substitution-matrices.tsv");
+  std::ifstream in(std::string(ZEMTRA_SOURCE_DIR) + "/scoring/data/substitution-matrices.tsv");
   std::vector<std::array<int, 441>> result;
   std::string line;
   while (std::getline(in, line)) {

@@ -1,0 +1,156 @@
+#include "plugin/zemtra_exchange.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "plugin/guide_tree.h"
+#include "run/zemtra_kv.h"
+
+unsigned long sequenceCount(const KARVO::Alignment& alignment) {
+  return alignment.columns.empty() ? 0 : static_cast<unsigned long>(alignment.columns.front().size());
+}
+
+namespace {
+
+bool hasResidueIn(const KARVO::Alignment& alignment, unsigned long row, const KARVO::ColumnRange& range) {
+  for (unsigned long column = range.first; column < range.second; ++column) {
+    if (alignment.getItem(row, column) != nullptr) return true;
+  }
+  return false;
+}
+
+// The guide tree of a finished run: the recorded joins when the tree phase
+// ran, the single join of a two-sequence run otherwise.
+GuideTree runGuideTree(const RunDetails& details, std::size_t runRows) {
+  const JoinHistory& history = details.history;
+  if (!history.joins.empty() || !history.families.empty()) {
+    if (history.families.empty()) return {};
+    return buildGuideTree(history.joins, history.families.front());
+  }
+  if (runRows == 2 && details.outcome == RunOutcome::Completed) return buildGuideTree({{0, 1}}, {1, 2});
+  return {};
+}
+
+}  // namespace
+
+SentRows selectSentRows(const KARVO::Alignment& alignment, const KARVO::ColumnRange& range, unsigned long prealigned) {
+  const unsigned long count = sequenceCount(alignment);
+  prealigned = std::min(prealigned, count);
+  SentRows sent;
+  sent.rows.reserve(count);
+  for (unsigned long row = 0; row < prealigned; ++row) {
+    if (hasResidueIn(alignment, row, range)) sent.rows.push_back(row);
+  }
+  sent.fixed = static_cast<unsigned int>(sent.rows.size());
+  for (unsigned long row = prealigned; row < count; ++row) {
+    if (hasResidueIn(alignment, row, range)) sent.rows.push_back(row);
+  }
+  return sent;
+}
+
+RunInputs::RunInputs(unsigned long rows, unsigned long width)
+    : seqs(rows, 2 * width), names(rows, 8), len(rows, width), nres(rows, 0) {}
+
+void fillRunInputs(const KARVO::Alignment& alignment, const KARVO::ColumnRange& range,
+                   const std::vector<unsigned long>& sent, RunInputs& inputs) {
+  const unsigned long width = range.second - range.first;
+  for (std::size_t i = 0; i < sent.size(); ++i) {
+    const unsigned long row = sent[i];
+    char* cells = inputs.seqs[i];
+    unsigned long residues = 0;
+    for (unsigned long j = 0; j < width; ++j) {
+      const KARVO::Residue* item = alignment.getItem(row, range.first + j);
+      if (item != nullptr) {
+        cells[j + 1] = item->code();
+        ++residues;
+      } else {
+        cells[j + 1] = '-';
+      }
+    }
+    inputs.nres[i] = residues;
+    inputs.len[i] = width;
+
+    const std::string name = alignment.GetSeqName(row);
+    char* nameCells = inputs.names[i];
+    std::memset(nameCells, 0, 8);
+    std::memcpy(nameCells, name.data(), std::min<std::size_t>(name.size(), 7));
+  }
+}
+
+std::vector<std::string> resultRows(const KARVO::Matrix<char>& seqs, const std::vector<unsigned long>& sent,
+                                    unsigned long hostRows, unsigned long length) {
+  std::vector<std::string> rows(hostRows, std::string(length, '-'));
+  for (std::size_t i = 0; i < sent.size(); ++i) rows[sent[i]].assign(seqs[i] + 1, length);
+  return rows;
+}
+
+bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters, RunInteraction& interaction,
+                       ZemtraRunReport* report) {
+  ZemtraRunReport unused;
+  ZemtraRunReport& out = report != nullptr ? *report : unused;
+
+  const unsigned long count = sequenceCount(alignment);
+  if (!parameters.ask(static_cast<unsigned int>(count))) {
+    interaction.debugMessage(QStringLiteral(" ZemtraClass::doZemtra() ... CANCELLED "));
+    out.exchange = ExchangeOutcome::Declined;
+    return false;
+  }
+
+  interaction.debugMessage(QStringLiteral("Prepare data for ZEMTRA."));
+  // A single prealigned sequence is no prealigned block.
+  const int prealigned = parameters.fixedSubAli();
+  const unsigned long blockSize = prealigned < 2 ? 0 : static_cast<unsigned long>(prealigned);
+
+  const KARVO::ColumnRange range = alignment.selection;
+  if (range.first >= range.second) {
+    interaction.debugMessage(QStringLiteral("No range set for alignment"));
+    out.exchange = ExchangeOutcome::NoRange;
+    return false;
+  }
+
+  const SentRows sent = selectSentRows(alignment, range, blockSize);
+  out.sentRows = sent.rows;
+  out.fixed = sent.fixed;
+  if (sent.rows.size() == sent.fixed) {
+    interaction.debugMessage(QStringLiteral("No additional sequences to align"));
+    out.exchange = ExchangeOutcome::NoAdditionalSequences;
+    return false;
+  }
+  // One sequence has nothing to be aligned with; refusing here leaves the
+  // alignment exactly as it was.
+  if (sent.rows.size() < 2) {
+    interaction.debugMessage(QStringLiteral("Fewer than two sequences to align"));
+    out.exchange = ExchangeOutcome::FewerThanTwo;
+    return false;
+  }
+
+  for (std::size_t i = sent.fixed; i < sent.rows.size(); ++i) alignment.packRow(sent.rows[i], range);
+
+  RunInputs inputs(sent.rows.size(), range.second - range.first);
+  fillRunInputs(alignment, range, sent.rows, inputs);
+
+  const int matNo = parameters.matNo();
+  const int gap = parameters.gapPenalty();
+  const QString logName = parameters.logName();
+  interaction.debugMessage(QStringLiteral("Do the real thing"));
+
+  bool ok = false;
+  RunDetails details;
+  zemtra_kv(interaction, &ok, logName, inputs.len.data(), inputs.nres.data(), inputs.names, inputs.seqs, sent.fixed,
+            matNo, gap, &details);
+
+  interaction.debugMessage(QStringLiteral("Re-alignment by Zemtra done, returning results"));
+  const unsigned long length = inputs.len[0];
+  const std::vector<std::string> rows = resultRows(inputs.seqs, sent.rows, sequenceCount(alignment), length);
+  alignment.rearrange(range, rows);
+  alignment.stripGapCols({0, alignment.columnCount()});
+
+  GuideTree tree = runGuideTree(details, sent.rows.size());
+  out.tree = std::move(tree.nodes);
+  out.treeRoot = tree.root;
+  out.run = std::move(details);
+  out.exchange = ExchangeOutcome::Rewritten;
+
+  interaction.debugMessage(QStringLiteral("DECRYPT ready"));
+  return true;
+}

@@ -1,0 +1,187 @@
+#include "run/zemtra_kv.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <cstdio>
+#include <iomanip>
+#include <sstream>
+#include <string>
+
+#include "host/config.h"
+#include "host/logger.h"
+#include "pairwise/comp_kv.h"
+#include "pairwise/measures.h"
+#include "pairwise/pair_kv.h"
+#include "run/multiple_phase.h"
+#include "run/qt_run_interaction.h"
+#include "run/report.h"
+
+namespace {
+
+const std::string kStars75(75, '*');
+const std::string kStars24(24, '*');
+const std::string kStars18(18, '*');
+const std::string kUnderscores75(75, '_');
+
+void writeBanner(std::ostream& log) {
+  log << '\n' << kStars75;
+  log << '\n' << kStars75;
+  log << "\n*      "
+      << "[version 4.0 (kbt:24-06-90) (last update: 21-10-94)]" << ' ';
+  log << '\n' << kStars75;
+  log << '\n' << kStars75 << '\n';
+}
+
+void writePenalty(std::ostream& log, int gap) {
+  log << '\n' << "\n    Penalty: " << gap << '\n' << '\n' << kStars75 << "\n\n";
+}
+
+void writeSimilarity(std::ostream& log, int score, float nas) {
+  log << '\n'
+      << kUnderscores75 << "\n\nSimilarity score = " << std::setw(6) << score << "\nNormalized score = " << std::setw(8)
+      << nas << '\n';
+}
+
+// Aligns every pair on its own. Returns false when the run was cancelled at
+// a row start; the pairs of a row once begun are always finished.
+bool pairwisePhase(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress) {
+  const unsigned long ns = input.seqs.rows();
+  for (unsigned long j = 0; j + 1 < ns; ++j) {
+    if (progress.interaction.progressCanceled()) return false;
+    for (unsigned long k = j + 1; k < ns; ++k) {
+      progress.interaction.progressSet(progress.step);
+      ++progress.step;
+      progress.interaction.processEvents();
+
+      bool first = true;
+      unsigned long lenJ = 0;
+      unsigned long lenK = 0;
+      comp_kv(j, k, input.matNo, &lenJ, &lenK, storage.cmp, input.seqs, input.len, first);
+      pair_kv(lenJ, lenK, input.gap, &storage.alen, 1, storage.cmp, storage.path);
+      const int score = score_kv(j, k, storage.alen, input.matNo, input.gap, 1, input.seqs, storage.path);
+      const float nas = norm_kv(j, k, storage.alen, score, input.matNo, 1, input.seqs, storage.path);
+      storage.fscore[j][k] = storage.fscore[k][j] = nas;
+      if (ns == 2) writeSimilarity(log, score, nas);
+      storage.pid[j][k] = storage.pid[k][j] = pids_kv(j, k, storage.alen, input.seqs, input.nres, storage.path);
+    }
+  }
+  return true;
+}
+
+void writePairwiseTables(std::ostream& log, const RunInput& input, const RunStorage& storage) {
+  const unsigned long ns = input.seqs.rows();
+  log << '\n'
+      << '\n'
+      << kStars75 << '\n'
+      << kStars24 << " Pairwise comparison statistics: " << kStars18 << '\n'
+      << kStars75;
+  printIndices(log, ns, "Percentage identities:");
+  printMatrix(log, ns, input.names, storage.pid);
+  printIndices(log, ns, "Normalized alignment scores (NAS = 100.0 * Sreal/Smax):");
+  printMatrix(log, ns, input.names, storage.fscore);
+  log << '\n';
+}
+
+// Writes the log file in one piece and hands the text to the host's logger,
+// which also receives it when the file cannot be opened. Returns whether the
+// file was written.
+bool writeLog(std::ostringstream& log, const QString& logPath) {
+  // The file system takes the path in its own encoding, which is Latin-1
+  // wherever the local encoding is; plain ASCII paths are the same bytes.
+  std::FILE* file = std::fopen(QFile::encodeName(logPath).constData(), "w");
+  if (file != nullptr) {
+    const std::string text = log.str();
+    std::fwrite(text.data(), 1, text.size(), file);
+    std::fclose(file);
+  } else {
+    log << "\nCould not open " << logPath.toLatin1().constData() << "! ZEMTRA::PROCESS no log file";
+  }
+  // The log is a byte string; Latin-1 maps each byte to one character.
+  const std::string text = log.str();
+  Logger::Write(QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size())));
+  return file != nullptr;
+}
+
+}  // namespace
+
+void zemtra_kv(bool* ok, QString logName, unsigned long* len, unsigned long* nres, const KARVO::Matrix<char>& names,
+               KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap) {
+  QtRunInteraction interaction;
+  zemtra_kv(interaction, ok, std::move(logName), len, nres, names, seqs, fixed, matNo, gap, nullptr);
+}
+
+void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned long* len, unsigned long* nres,
+               const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap,
+               RunDetails* details) {
+  RunDetails unreported;
+  RunDetails& result = details != nullptr ? *details : unreported;
+  result = RunDetails{};
+
+  const unsigned long ns = seqs.rows();
+  if (ns < 2) {
+    interaction.debugMessage(QStringLiteral("Fewer than two sequences: nothing to align"));
+    *ok = false;
+    result.outcome = RunOutcome::FewerThanTwoSequences;
+    return;
+  }
+
+  RunStorage storage(ns, seqs.cols());
+  const RunInput input{len, nres, names, seqs, fixed, matNo, gap};
+
+  const QString dir = QString::fromLocal8Bit(Config::GetPersonalTmpDir());
+  const QString logPath = dir + QStringLiteral("/") + logName;
+  result.logPath = logPath;
+  if (!QDir(dir).exists() && !QDir().mkdir(dir)) {
+    interaction.debugMessage(QStringLiteral("zemtra::Can not create dir : ") + dir);
+    interaction.debugMessage(QStringLiteral("        multiple alignment process interrupted. "));
+    *ok = false;
+    result.outcome = RunOutcome::DirectoryFailed;
+    return;
+  }
+  if (QFileInfo::exists(logPath) && !interaction.confirmOverwrite(logPath)) {
+    interaction.debugMessage(QStringLiteral("Cancel"));
+    *ok = false;
+    result.outcome = RunOutcome::OverwriteRefused;
+    return;
+  }
+
+  std::ostringstream log;
+  log << std::fixed << std::right << std::setprecision(1);
+  writeBanner(log);
+  writePenalty(log, gap);
+
+  const int pairs = static_cast<int>(ns * (ns - 1) / 2);
+  RunProgress progress{interaction, 0, pairs + 1};
+  interaction.progressStart(progress.totalSteps);
+
+  const bool completed = pairwisePhase(log, input, storage, progress);
+  if (!completed) {
+    log << "\nzemtra:: Process was cancelled ";
+    *ok = false;
+    interaction.progressEnd();
+  }
+  for (unsigned long d = 0; d < ns; ++d) {
+    storage.pid[d][d] = 100.0f;
+    storage.fscore[d][d] = 100.0f;
+  }
+
+  if (completed) {
+    writePairwiseTables(log, input, storage);
+    if (ns == 2) {
+      log << "\n\n";
+      *ok = true;
+      interaction.progressSet(progress.totalSteps);
+      interaction.progressEnd();
+      const unsigned long first[] = {0};
+      const unsigned long second[] = {1};
+      copy_kv(first, 1, second, 1, storage.alen, seqs, storage.path, len);
+    } else {
+      multipleAlignmentPhase(log, input, storage, progress, details != nullptr ? &result.history : nullptr);
+      *ok = true;
+    }
+  }
+
+  result.outcome = completed ? RunOutcome::Completed : RunOutcome::Cancelled;
+  result.logWritten = writeLog(log, logPath);
+}

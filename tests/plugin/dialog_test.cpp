@@ -1,0 +1,111 @@
+// The parameter dialog and the guide tree, linked directly into the test.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QComboBox>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QSpinBox>
+
+#include "plugin/guide_tree.h"
+#include "plugin/zemtra_dialog.h"
+#include "scoring/scomat.h"
+
+namespace {
+
+template <typename Widget>
+Widget& child(ZemtraDialog& dialog, const char* name) {
+  auto* widget = dialog.findChild<Widget*>(QString::fromLatin1(name));
+  if (widget == nullptr) throw std::runtime_error(name);
+  return *widget;
+}
+
+TEST(ZemtraDialog, UntouchedDialogGivesTheDefaults) {
+  ZemtraDialog dialog(5);
+  EXPECT_EQ(dialog.getMatNo(), 0);
+  EXPECT_EQ(dialog.getGapPenalty(), 40);
+  EXPECT_EQ(dialog.getFixedSubAli(), 0);
+  EXPECT_EQ(dialog.getLogfileName(), QStringLiteral("zemtra.log"));
+  EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Zemtra"));
+}
+
+TEST(ZemtraDialog, GapPenaltyIsBoundedFrom0To100) {
+  ZemtraDialog dialog(5);
+  auto& gap = child<QSpinBox>(dialog, "gapPenalty");
+  gap.setValue(101);
+  EXPECT_EQ(dialog.getGapPenalty(), 100);
+  gap.setValue(-1);
+  EXPECT_EQ(dialog.getGapPenalty(), 0);
+}
+
+TEST(ZemtraDialog, PrealignedCountIsBoundedByTheSequenceCount) {
+  ZemtraDialog five(5);
+  auto& prealigned = child<QSpinBox>(five, "prealigned");
+  prealigned.setValue(6);
+  EXPECT_EQ(five.getFixedSubAli(), 5);
+
+  ZemtraDialog none(0);
+  child<QSpinBox>(none, "prealigned").setValue(1);
+  EXPECT_EQ(none.getFixedSubAli(), 0);
+}
+
+TEST(ZemtraDialog, LogNameRefusesTheTwentyFirstCharacter) {
+  ZemtraDialog dialog(2);
+  auto& edit = child<QLineEdit>(dialog, "logFilename");
+  edit.setText(QString(20, QLatin1Char('a')));
+  QKeyEvent press(QEvent::KeyPress, Qt::Key_B, Qt::NoModifier, QStringLiteral("b"));
+  QApplication::sendEvent(&edit, &press);
+  EXPECT_EQ(dialog.getLogfileName(), QString(20, QLatin1Char('a')));
+
+  edit.setText(QStringLiteral("run.log"));
+  QApplication::sendEvent(&edit, &press);
+  EXPECT_EQ(dialog.getLogfileName(), QStringLiteral("run.logb"));
+}
+
+TEST(ZemtraDialog, MatrixListFollowsTheScoringTables) {
+  ZemtraDialog dialog(2);
+  auto& matrices = child<QComboBox>(dialog, "scoreMatrix");
+  ASSERT_EQ(matrices.count(), 15);
+  for (int i = 0; i < matrices.count(); ++i) EXPECT_EQ(matrices.itemText(i), QString::fromLatin1(ScoMat::m_names[i]));
+  matrices.setCurrentIndex(matrices.findText(QStringLiteral("TEST MATRIX")));
+  EXPECT_EQ(dialog.getMatNo(), 14);
+}
+
+TEST(ZemtraDialog, IsItsOwnMetaObjectClassDerivedFromBaseDialog) {
+  ZemtraDialog dialog(2);
+  EXPECT_STREQ(dialog.metaObject()->className(), "ZemtraDialog");
+  ASSERT_NE(dialog.metaObject()->superClass(), nullptr);
+  EXPECT_STREQ(dialog.metaObject()->superClass()->className(), "BaseDialog");
+}
+
+TEST(GuideTree, TwoSequencesMakeOneJoinOverTwoLeaves) {
+  const GuideTree tree = buildGuideTree({{0, 1}}, {1, 2});
+  ASSERT_EQ(tree.nodes.size(), 3u);
+  const GuideTreeNode& root = tree.nodes[tree.root];
+  EXPECT_EQ(root.size, 2);
+  EXPECT_EQ(root.index, -1);
+  EXPECT_EQ(tree.nodes[root.left].index, 0);
+  EXPECT_EQ(tree.nodes[root.right].index, 1);
+  EXPECT_FLOAT_EQ(root.x, 1.5f);
+}
+
+TEST(GuideTree, PrealignedBlockBecomesAChainFromTheFirstSequence) {
+  // Sequences 1 to 3 prealigned, then sequence 4 joined to the block.
+  const GuideTree tree = buildGuideTree({{0, 1}, {0, 2}, {0, 3}}, {1, 2, 3, 4});
+  ASSERT_EQ(tree.nodes.size(), 7u);
+  const GuideTreeNode* node = &tree.nodes[tree.root];
+  for (long rightLeaf = 3; rightLeaf >= 1; --rightLeaf) {
+    EXPECT_EQ(tree.nodes[node->right].index, rightLeaf);
+    EXPECT_EQ(node->size, rightLeaf + 1);
+    node = &tree.nodes[node->left];
+  }
+  EXPECT_EQ(node->index, 0);
+}
+
+TEST(GuideTree, OrderThatDoesNotFitTheJoinsGivesNoTree) {
+  EXPECT_EQ(buildGuideTree({{0, 1}}, {1, 2, 3}).root, -1);
+  EXPECT_TRUE(buildGuideTree({{0, 1}}, {1, 3}).nodes.empty());
+  EXPECT_TRUE(buildGuideTree({{0, 2}}, {1, 2}).nodes.empty());
+}
+
+}  // namespace

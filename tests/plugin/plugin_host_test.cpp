@@ -1,0 +1,364 @@
+// A host that loads the built plug-in with dlopen, as the application does,
+// and drives both entry points on alignments built here.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QProcess>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <algorithm>
+#include <deque>
+#include <functional>
+#include <memory>
+
+#include "host/alignment.h"
+#include "plugin/zemtra_plugin.h"
+
+namespace {
+
+using Execute1Fn = bool (*)(KARVO::Alignment&);
+using Answer = std::function<void(QWidget&)>;
+
+QStringList& debugLines() {
+  static QStringList lines;
+  return lines;
+}
+
+void captureMessage(QtMsgType type, const QMessageLogContext&, const QString& text) {
+  if (type == QtDebugMsg) debugLines() << text;
+}
+
+// Records the run's debug messages; the overwrite question gets a fixed answer.
+class RecordingInteraction : public RunInteraction {
+ public:
+  bool overwrite = true;
+  QStringList messages;
+
+  bool confirmOverwrite(const QString&) override { return overwrite; }
+  void progressStart(int) override {}
+  void progressSet(int) override {}
+  bool progressCanceled() override { return false; }
+  void progressEnd() override {}
+  void processEvents() override {}
+  void debugMessage(const QString& text) override { messages << text; }
+};
+
+// Answers the modal windows that open while an entry point runs, one answer
+// per window, in order.
+class ModalAnswers {
+ public:
+  explicit ModalAnswers(std::deque<Answer> answers) : answers_(std::move(answers)) {
+    QObject::connect(&timer_, &QTimer::timeout, [this] { poll(); });
+    timer_.start(10);
+  }
+
+ private:
+  void poll() {
+    QWidget* modal = QApplication::activeModalWidget();
+    if (modal == nullptr || modal == last_) return;
+    last_ = modal;
+    if (answers_.empty()) {
+      // An unexpected window would otherwise wait forever.
+      ADD_FAILURE() << "unexpected modal window " << modal->metaObject()->className();
+      if (auto* dialog = qobject_cast<QDialog*>(modal)) dialog->reject();
+      return;
+    }
+    Answer answer = std::move(answers_.front());
+    answers_.pop_front();
+    answer(*modal);
+  }
+
+  std::deque<Answer> answers_;
+  QWidget* last_ = nullptr;
+  QTimer timer_;
+};
+
+void clickButton(QWidget& dialog, QDialogButtonBox::StandardButton which) {
+  auto* buttons = dialog.findChild<QDialogButtonBox*>();
+  ASSERT_NE(buttons, nullptr);
+  ASSERT_NE(buttons->button(which), nullptr);
+  buttons->button(which)->click();
+}
+
+Answer acceptDialog(std::function<void(QWidget&)> set = {}) {
+  return [set](QWidget& dialog) {
+    if (set) set(dialog);
+    clickButton(dialog, QDialogButtonBox::Ok);
+  };
+}
+
+Answer rejectDialog() {
+  return [](QWidget& dialog) { clickButton(dialog, QDialogButtonBox::Cancel); };
+}
+
+Answer setPrealigned(int count) {
+  return acceptDialog([count](QWidget& dialog) { dialog.findChild<QSpinBox*>("prealigned")->setValue(count); });
+}
+
+Answer refuseOverwrite() {
+  return [](QWidget& box) { qobject_cast<QMessageBox*>(&box)->button(QMessageBox::Cancel)->click(); };
+}
+
+std::vector<std::string> rowsOf(const KARVO::Alignment& alignment) {
+  std::vector<std::string> rows;
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) rows.push_back(alignment.rowText(r));
+  return rows;
+}
+
+std::unique_ptr<KARVO::Alignment> alignmentOf(const std::vector<std::string>& rows,
+                                              std::vector<std::string> names = {}) {
+  std::vector<KARVO::SequenceInfo> sequences;
+  for (std::size_t i = 0; i < rows.size(); ++i)
+    sequences.push_back({i < names.size() ? names[i] : "seq" + std::to_string(i), ""});
+  auto alignment = KARVO::Alignment::fromRows(sequences, rows);
+  alignment->selection = {0, alignment->columnCount()};
+  return alignment;
+}
+
+std::string withoutGaps(std::string row) {
+  std::erase(row, '-');
+  return row;
+}
+
+const std::vector<std::string> kExample{"AC-D", "--E-", "----", "K-LM"};
+
+class PluginHost : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    handle_ = dlopen(ZEMTRA_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(handle_, nullptr) << dlerror();
+    execute1_ = reinterpret_cast<Execute1Fn>(dlsym(handle_, "Execute1"));
+    withParameters_ = reinterpret_cast<ExecuteWithParametersFn>(dlsym(handle_, "ExecuteWithParameters"));
+    ASSERT_NE(execute1_, nullptr);
+    ASSERT_NE(withParameters_, nullptr);
+  }
+
+  void SetUp() override {
+    ASSERT_TRUE(tmp_.isValid());
+    qputenv("KARVO_TMPDIR", tmp_.path().toLocal8Bit());
+    debugLines().clear();
+    previousHandler_ = qInstallMessageHandler(captureMessage);
+  }
+
+  void TearDown() override { qInstallMessageHandler(previousHandler_); }
+
+  bool execute1(KARVO::Alignment& alignment, std::deque<Answer> answers) {
+    ModalAnswers modal(std::move(answers));
+    return execute1_(alignment);
+  }
+
+  bool withParameters(KARVO::Alignment& alignment, const ZemtraParameters& parameters) {
+    return withParameters_(alignment, parameters, interaction_, &report_);
+  }
+
+  QString logPath(const char* name = "zemtra.log") const { return tmp_.filePath(QString::fromLatin1(name)); }
+
+  QString logText(const char* name = "zemtra.log") const {
+    QFile file(logPath(name));
+    return file.open(QIODevice::ReadOnly) ? QString::fromLatin1(file.readAll()) : QString();
+  }
+
+  void createLog() const {
+    QFile file(logPath());
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  }
+
+  static inline void* handle_ = nullptr;
+  static inline Execute1Fn execute1_ = nullptr;
+  static inline ExecuteWithParametersFn withParameters_ = nullptr;
+  QTemporaryDir tmp_;
+  QtMessageHandler previousHandler_ = nullptr;
+  RecordingInteraction interaction_;
+  ZemtraRunReport report_;
+};
+
+// ---- Execute1: the dialog, then the exchange -------------------------------
+
+TEST_F(PluginHost, ExampleRunRealignsTheRangeAndWritesTheLog) {
+  auto alignment = alignmentOf(kExample);
+  ASSERT_TRUE(execute1(*alignment, {acceptDialog()}));
+
+  const auto rows = rowsOf(*alignment);
+  ASSERT_EQ(rows.size(), 4u);
+  EXPECT_EQ(withoutGaps(rows[0]), "ACD");
+  EXPECT_EQ(withoutGaps(rows[1]), "E");
+  EXPECT_EQ(withoutGaps(rows[2]), "");
+  EXPECT_EQ(withoutGaps(rows[3]), "KLM");
+  for (std::size_t c = 0; c < rows[0].size(); ++c)
+    EXPECT_FALSE(rows[0][c] == '-' && rows[1][c] == '-' && rows[3][c] == '-') << "all-gap column " << c;
+  EXPECT_TRUE(logText().contains(QStringLiteral("\n    Penalty: 40\n")));
+  EXPECT_EQ(debugLines().mid(0, 3),
+            (QStringList{"Calculating Zemtra.", "Prepare data for ZEMTRA.", "Do the real thing"}));
+  EXPECT_EQ(debugLines().mid(debugLines().size() - 2),
+            (QStringList{"Re-alignment by Zemtra done, returning results", "DECRYPT ready"}));
+}
+
+TEST_F(PluginHost, DialogValuesReachTheRun) {
+  auto alignment = alignmentOf({"ACDEF", "ACDEF"});
+  ASSERT_TRUE(execute1(*alignment, {acceptDialog([](QWidget& dialog) {
+    dialog.findChild<QSpinBox*>("gapPenalty")->setValue(17);
+    dialog.findChild<QLineEdit*>("logFilename")->setText("mine.log");
+  })}));
+  EXPECT_TRUE(logText("mine.log").contains(QStringLiteral("\n    Penalty: 17\n")));
+  EXPECT_FALSE(QFile::exists(logPath()));
+}
+
+TEST_F(PluginHost, CancelledDialogLeavesTheAlignmentAlone) {
+  auto alignment = alignmentOf(kExample);
+  EXPECT_FALSE(execute1(*alignment, {rejectDialog()}));
+  EXPECT_EQ(rowsOf(*alignment), kExample);
+  EXPECT_EQ(debugLines(), (QStringList{"Calculating Zemtra.", " ZemtraClass::doZemtra() ... CANCELLED "}));
+  EXPECT_FALSE(QFile::exists(logPath()));
+}
+
+// With the existing log kept, the rows go back as they were sent: the
+// prealigned ones unchanged, the others packed.
+TEST_F(PluginHost, PrealignedRowsKeepTheirGapsAndGapOnlyRowsAreNotSent) {
+  createLog();
+  auto alignment = alignmentOf({"A-C-D", "-----", "AC--D", "K-L-M", "--E--"});
+  EXPECT_TRUE(execute1(*alignment, {setPrealigned(3), refuseOverwrite()}));
+  EXPECT_EQ(rowsOf(*alignment), (std::vector<std::string>{"A-CD", "----", "AC-D", "KLM-", "E---"}));
+}
+
+TEST_F(PluginHost, OnePrealignedSequenceIsPackedLikeAnyOther) {
+  createLog();
+  auto alignment = alignmentOf({"A-C-D", "K-L-M"});
+  EXPECT_TRUE(execute1(*alignment, {setPrealigned(1), refuseOverwrite()}));
+  EXPECT_EQ(rowsOf(*alignment), (std::vector<std::string>{"ACD", "KLM"}));
+}
+
+TEST_F(PluginHost, RunIsRefusedWithoutARange) {
+  auto alignment = alignmentOf(kExample);
+  alignment->selection = {2, 2};
+  EXPECT_FALSE(execute1(*alignment, {acceptDialog()}));
+  EXPECT_EQ(rowsOf(*alignment), kExample);
+  EXPECT_EQ(debugLines().last(), "No range set for alignment");
+}
+
+TEST_F(PluginHost, RunIsRefusedWhenOnlyPrealignedRowsHaveResidues) {
+  auto alignment = alignmentOf({"AC-D", "-KLM", "----"});
+  EXPECT_FALSE(execute1(*alignment, {setPrealigned(2)}));
+  EXPECT_EQ(rowsOf(*alignment), (std::vector<std::string>{"AC-D", "-KLM", "----"}));
+  EXPECT_EQ(debugLines().last(), "No additional sequences to align");
+}
+
+TEST_F(PluginHost, AlignmentWithoutColumnsAllowsNoPrealignedRowsAndChangesNothing) {
+  auto alignment = alignmentOf({"", ""});
+  int prealignedMaximum = -1;
+  EXPECT_FALSE(execute1(*alignment, {acceptDialog([&](QWidget& dialog) {
+    prealignedMaximum = dialog.findChild<QSpinBox*>("prealigned")->maximum();
+  })}));
+  EXPECT_EQ(prealignedMaximum, 0);
+  EXPECT_EQ(alignment->columnCount(), 0u);
+  EXPECT_EQ(debugLines().last(), "No range set for alignment");
+
+  alignment->selection = {0, 3};
+  EXPECT_FALSE(execute1(*alignment, {acceptDialog()}));
+  EXPECT_EQ(debugLines().last(), "No additional sequences to align");
+}
+
+TEST_F(PluginHost, SingleSequenceIsRefusedBeforeAnythingChanges) {
+  auto alignment = alignmentOf({"A-C", "---"});
+  EXPECT_FALSE(execute1(*alignment, {acceptDialog()}));
+  EXPECT_EQ(rowsOf(*alignment), (std::vector<std::string>{"A-C", "---"}));
+  EXPECT_EQ(debugLines().last(), "Fewer than two sequences to align");
+  EXPECT_FALSE(QFile::exists(logPath()));
+}
+
+TEST_F(PluginHost, NamesReachTheLogCutToSevenCharacters) {
+  auto alignment = alignmentOf({"ACDEF", "ACDEF"}, {"ABCDEFGHIJ", "xyz"});
+  ASSERT_TRUE(execute1(*alignment, {acceptDialog()}));
+  const QString log = logText();
+  EXPECT_TRUE(log.contains(QStringLiteral("\n  1-ABCDEFG  ")));
+  EXPECT_TRUE(log.contains(QStringLiteral("\n  2-xyz      ")));
+  EXPECT_FALSE(log.contains(QStringLiteral("ABCDEFGH")));
+}
+
+// ---- ExecuteWithParameters: no dialog, everything through the interaction --
+
+TEST_F(PluginHost, KeptLogWritesBackThePackedRowsAndStripsAllGapColumns) {
+  createLog();
+  interaction_.overwrite = false;
+  auto alignment = alignmentOf(kExample);
+  ASSERT_TRUE(withParameters(*alignment, {}));
+  EXPECT_EQ(rowsOf(*alignment), (std::vector<std::string>{"ACD", "E--", "---", "KLM"}));
+  EXPECT_EQ(report_.exchange, ExchangeOutcome::Rewritten);
+  EXPECT_EQ(report_.run.outcome, RunOutcome::OverwriteRefused);
+  EXPECT_EQ(report_.sentRows, (std::vector<unsigned long>{0, 1, 3}));
+  EXPECT_EQ(report_.fixed, 0u);
+  EXPECT_TRUE(report_.tree.empty());
+  EXPECT_EQ(interaction_.messages,
+            (QStringList{"Calculating Zemtra.", "Prepare data for ZEMTRA.", "Do the real thing", "Cancel",
+                         "Re-alignment by Zemtra done, returning results", "DECRYPT ready"}));
+  EXPECT_TRUE(debugLines().isEmpty());
+}
+
+TEST_F(PluginHost, IdenticalSequencesComeBackUngappedWithATwoLeafTree) {
+  auto alignment = alignmentOf({"AC-DEF", "ACDEF-"});
+  ASSERT_TRUE(withParameters(*alignment, {}));
+  EXPECT_EQ(rowsOf(*alignment), (std::vector<std::string>{"ACDEF", "ACDEF"}));
+  ASSERT_EQ(report_.tree.size(), 3u);
+  EXPECT_EQ(report_.tree[report_.treeRoot].size, 2);
+}
+
+TEST_F(PluginHost, TreePhaseGivesOneLeafPerSentRow) {
+  auto alignment = alignmentOf({"ACDEFG", "------", "ACDFG-", "AKDEFG"});
+  ZemtraParameters parameters;
+  parameters.logName = "three.log";
+  ASSERT_TRUE(withParameters(*alignment, parameters));
+  EXPECT_EQ(report_.run.outcome, RunOutcome::Completed);
+  EXPECT_TRUE(QFile::exists(logPath("three.log")));
+  ASSERT_EQ(report_.tree.size(), 5u);
+  EXPECT_EQ(report_.tree[report_.treeRoot].size, 3);
+  std::vector<long> leaves;
+  for (const GuideTreeNode& node : report_.tree)
+    if (node.index >= 0) leaves.push_back(node.index);
+  std::sort(leaves.begin(), leaves.end());
+  EXPECT_EQ(leaves, (std::vector<long>{0, 1, 2}));
+}
+
+TEST_F(PluginHost, PrealignedCountAboveTheSequenceCountTakesEveryRow) {
+  auto alignment = alignmentOf(kExample);
+  ZemtraParameters parameters;
+  parameters.prealigned = 9;
+  EXPECT_FALSE(withParameters(*alignment, parameters));
+  EXPECT_EQ(report_.exchange, ExchangeOutcome::NoAdditionalSequences);
+  EXPECT_EQ(report_.fixed, 3u);
+  EXPECT_EQ(rowsOf(*alignment), kExample);
+}
+
+// ---- The library file --------------------------------------------------------
+
+QString toolOutput(const QString& tool, const QStringList& arguments) {
+  if (QStandardPaths::findExecutable(tool).isEmpty()) return {};
+  QProcess process;
+  process.start(tool, arguments);
+  process.waitForFinished();
+  return QString::fromLocal8Bit(process.readAllStandardOutput());
+}
+
+TEST(PluginLibrary, EntryPointsAreExportedUnmangled) {
+  const QString symbols = toolOutput("nm", {"-D", "--defined-only", ZEMTRA_PLUGIN_PATH});
+  if (symbols.isEmpty()) GTEST_SKIP() << "nm is not available";
+  for (const char* name : {" T Execute1\n", " T Cleanup\n", " T ExecuteWithParameters\n"})
+    EXPECT_TRUE(symbols.contains(QLatin1String(name))) << name;
+  EXPECT_TRUE(symbols.contains(QLatin1String("CreateTree2"))) << "engine routines are exported as well";
+}
+
+TEST(PluginLibrary, SonameCarriesTheInterfaceVersion) {
+  const QString dynamic = toolOutput("readelf", {"-d", ZEMTRA_PLUGIN_PATH});
+  if (dynamic.isEmpty()) GTEST_SKIP() << "readelf is not available";
+  EXPECT_TRUE(dynamic.contains(QLatin1String("Library soname: [libZemtra.so.0]")));
+}
+
+}  // namespace

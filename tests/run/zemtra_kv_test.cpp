@@ -1,0 +1,284 @@
+#include "run/zemtra_kv.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <string>
+#include <vector>
+
+#include "run/headless_run_interaction.h"
+#include "run_fixtures.h"
+
+using run_test::PersonalTmpDir;
+using run_test::readFile;
+using run_test::RunInputs;
+using run_test::writeFile;
+
+namespace {
+
+constexpr int kGap = 40;
+constexpr int kStrmat = 0;
+
+// Banner and penalty block of every run with gap 40.
+const std::string kOpening =
+    "\n"
+    "***************************************************************************\n"
+    "***************************************************************************\n"
+    "*      [version 4.0 (kbt:24-06-90) (last update: 21-10-94)] \n"
+    "***************************************************************************\n"
+    "***************************************************************************\n"
+    "\n"
+    "\n"
+    "    Penalty: 40\n"
+    "\n"
+    "***************************************************************************\n"
+    "\n";
+
+class RunTest : public ::testing::Test {
+ protected:
+  RunTest() {
+    interaction.onProgress = [this](int value, int total) {
+      progressValues.push_back(value);
+      progressTotal = total;
+    };
+  }
+
+  void run(RunInputs& in, const QString& logName = "zemtra.log", unsigned int fixed = 0) {
+    zemtra_kv(interaction, &ok, logName, in.len.data(), in.nres.data(), in.names, in.seqs, fixed, kStrmat, kGap,
+              &details);
+  }
+
+  // Cancels the run from inside the event processing before the given pair
+  // (0-based in pair order).
+  void cancelAtPair(int pair) {
+    interaction.onProcessEvents = [this, pair, calls = 0]() mutable {
+      if (calls++ == pair) interaction.cancel();
+    };
+  }
+
+  PersonalTmpDir tmp;
+  HeadlessRunInteraction interaction;
+  bool ok = false;
+  RunDetails details;
+  std::vector<int> progressValues;
+  int progressTotal = -1;
+};
+
+// "WAC" against "WC": the pair aligns W-W and C-C with A against a gap,
+// score 91 - 40 + 100 = 151, NAS 151 * 200 / (256 + 191) = 67.6, and the
+// two C's are identical positions of the shorter sequence: 100 % identity.
+RunInputs twoSequences() { return RunInputs({"seqA", "seqB"}, {"WAC", "WC-"}); }
+
+RunInputs threeSequences() { return RunInputs({"first", "second", "third"}, {"WACDE", "WACE-", "ACDE-"}); }
+
+// --- two sequences -----------------------------------------------------------
+
+TEST_F(RunTest, TwoSequenceLogIsWrittenInFull) {
+  RunInputs in = twoSequences();
+  run(in);
+  const std::string stars(75, '*');
+  const std::string header = "\n\n             [  1] [  2]\n\n";
+  EXPECT_EQ(readFile(tmp.file("zemtra.log")),
+            kOpening + "\n" + std::string(75, '_') + "\n\nSimilarity score =    151\nNormalized score =     67.6\n" +
+                "\n\n" + stars + "\n************************ Pairwise comparison statistics: ******************\n" +
+                stars + "\n\nPercentage identities:" + header + "  1-seqA     100.0 100.0\n  2-seqB     100.0 100.0" +
+                "\n\nNormalized alignment scores (NAS = 100.0 * Sreal/Smax):" + header +
+                "  1-seqA     100.0  67.6\n  2-seqB      67.6 100.0" + "\n" + "\n\n");
+}
+
+TEST_F(RunTest, TwoSequenceRunWritesThePairwiseAlignmentBack) {
+  RunInputs in = twoSequences();
+  run(in);
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(details.outcome, RunOutcome::Completed);
+  EXPECT_EQ(in.row(0), "WAC-");
+  EXPECT_EQ(in.row(1), "W-C-");
+  EXPECT_EQ(in.len[1], 4u);
+  EXPECT_TRUE(details.history.joins.empty());
+}
+
+TEST_F(RunTest, TwoSequenceProgressGoesFromZeroToTheTotal) {
+  RunInputs in = twoSequences();
+  run(in);
+  EXPECT_EQ(progressValues, (std::vector<int>{0, 2}));
+  EXPECT_EQ(progressTotal, 2);
+  EXPECT_FALSE(interaction.progressActive());
+}
+
+TEST_F(RunTest, PercentSignsInNamesReachTheFileUnchanged) {
+  RunInputs in({"50%s%d", "b"}, {"WAC", "WC-"});
+  run(in);
+  EXPECT_NE(readFile(tmp.file("zemtra.log")).find("  1-50%s%d   100.0 100.0"), std::string::npos);
+}
+
+// --- more sequences ----------------------------------------------------------
+
+TEST_F(RunTest, ThreeSequenceLogContinuesWithTreeAndStatistics) {
+  RunInputs in = threeSequences();
+  run(in);
+  const std::string log = readFile(tmp.file("zemtra.log"));
+  ASSERT_EQ(log.substr(0, kOpening.size()), kOpening);
+  const auto pairwise = log.find(" Pairwise comparison statistics: ");
+  const auto tree = log.find("****** Starting multiple alignment following tree construction ... *******");
+  const auto branching = log.find("Branching order: ");
+  const auto statistics = log.find(" Multiple comparison statistics: ");
+  ASSERT_NE(statistics, std::string::npos);
+  EXPECT_LT(pairwise, tree);
+  EXPECT_LT(tree, branching);
+  EXPECT_LT(branching, statistics);
+  EXPECT_EQ(log.find("Similarity score = "), std::string::npos);
+  const std::string ending = "\n\n" + std::string(76, '*') + "\n\n";
+  EXPECT_EQ(log.substr(log.size() - ending.size()), ending);
+}
+
+TEST_F(RunTest, ThreeSequenceProgressCountsPairsTreeAndEnd) {
+  RunInputs in = threeSequences();
+  run(in);
+  EXPECT_EQ(progressValues, (std::vector<int>{0, 1, 2, 3, 4}));
+  EXPECT_EQ(progressTotal, 4);
+  EXPECT_FALSE(interaction.progressActive());
+}
+
+TEST_F(RunTest, ThreeSequenceRunAlignsAllRowsToOneLength) {
+  RunInputs in = threeSequences();
+  run(in);
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(details.history.joins.size(), 2u);
+  EXPECT_EQ(in.len[1], in.len[0]);
+  EXPECT_EQ(in.len[2], in.len[0]);
+  EXPECT_EQ(tmp.loggerText(), readFile(tmp.file("zemtra.log")));
+}
+
+TEST_F(RunTest, UnscorableSequencesStillComplete) {
+  // Residues without a score of their own make every NAS not-a-number.
+  RunInputs in({"a", "b", "c"}, {"XXX", "XX-", "XXX"});
+  run(in);
+  EXPECT_TRUE(ok);
+  EXPECT_NE(readFile(tmp.file("zemtra.log")).find("Branching order: "), std::string::npos);
+}
+
+TEST_F(RunTest, AllPrealignedRowsAreMeasuredAsTheyStand) {
+  RunInputs in({"a", "b", "c"}, {"WAC-D", "WAC-D", "WAC-D"});
+  run(in, "zemtra.log", 3);
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(in.row(0), "WAC-D");
+  const std::string log = readFile(tmp.file("zemtra.log"));
+  const std::string identities =
+      "Percentage identities:\n\n             [  1] [  2] [  3]\n\n"
+      "  1-a        100.0 100.0 100.0\n";
+  EXPECT_NE(log.find(identities, log.find(" Multiple comparison statistics: ")), std::string::npos);
+}
+
+// --- cancellation ------------------------------------------------------------
+
+TEST_F(RunTest, CancelIsNoticedAtTheNextRowStart) {
+  RunInputs in = threeSequences();
+  cancelAtPair(0);
+  run(in);
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(details.outcome, RunOutcome::Cancelled);
+  EXPECT_EQ(progressValues, (std::vector<int>{0, 1}));
+  EXPECT_FALSE(interaction.progressActive());
+  EXPECT_EQ(readFile(tmp.file("zemtra.log")), kOpening + "\nzemtra:: Process was cancelled ");
+  EXPECT_EQ(tmp.loggerText(), kOpening + "\nzemtra:: Process was cancelled \n");
+  EXPECT_EQ(in.row(1), "WACE-");
+}
+
+TEST_F(RunTest, CancelBeforeTheFirstRowAlignsNoPair) {
+  RunInputs in = twoSequences();
+  interaction.cancel();
+  run(in);
+  EXPECT_TRUE(progressValues.empty());
+  EXPECT_EQ(readFile(tmp.file("zemtra.log")), kOpening + "\nzemtra:: Process was cancelled ");
+}
+
+TEST_F(RunTest, CancelDuringTheLastRowIsNotNoticed) {
+  RunInputs in = threeSequences();
+  cancelAtPair(2);
+  run(in);
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(details.outcome, RunOutcome::Completed);
+  EXPECT_EQ(progressValues, (std::vector<int>{0, 1, 2, 3, 4}));
+}
+
+// --- the log's place ---------------------------------------------------------
+
+TEST_F(RunTest, RefusedOverwriteKeepsTheOldLogAndStops) {
+  writeFile(tmp.file("zemtra.log"), "old log");
+  QString asked;
+  interaction.answerOverwrite = [&asked](const QString& path) {
+    asked = path;
+    return false;
+  };
+  RunInputs in = twoSequences();
+  ok = true;
+  run(in);
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(details.outcome, RunOutcome::OverwriteRefused);
+  EXPECT_EQ(asked, tmp.file("zemtra.log"));
+  EXPECT_EQ(interaction.debugMessages(), QStringList{"Cancel"});
+  EXPECT_EQ(readFile(tmp.file("zemtra.log")), "old log");
+  EXPECT_FALSE(QFile::exists(tmp.file("karvo.log")));
+  EXPECT_EQ(in.row(0), "WAC");
+}
+
+TEST_F(RunTest, AcceptedOverwriteReplacesTheOldLog) {
+  writeFile(tmp.file("zemtra.log"), "old log");
+  interaction.answerOverwrite = [](const QString&) { return true; };
+  RunInputs in = twoSequences();
+  run(in);
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(readFile(tmp.file("zemtra.log")).substr(0, kOpening.size()), kOpening);
+}
+
+TEST_F(RunTest, LogNameWithSlashNamesAFileInASubdirectory) {
+  ASSERT_TRUE(QDir(tmp.path()).mkdir("runs"));
+  RunInputs in = twoSequences();
+  run(in, "runs/pair.log");
+  EXPECT_EQ(readFile(tmp.file("runs/pair.log")).substr(0, kOpening.size()), kOpening);
+}
+
+TEST_F(RunTest, UnopenableLogStillReachesTheLogger) {
+  RunInputs in = twoSequences();
+  run(in, "missing/zemtra.log");
+  EXPECT_TRUE(ok);
+  EXPECT_FALSE(details.logWritten);
+  EXPECT_EQ(details.logPath, tmp.file("missing/zemtra.log"));
+  const std::string message =
+      "\nCould not open " + tmp.file("missing/zemtra.log").toStdString() + "! ZEMTRA::PROCESS no log file\n";
+  const std::string logged = tmp.loggerText();
+  ASSERT_GE(logged.size(), message.size());
+  EXPECT_EQ(logged.substr(logged.size() - message.size()), message);
+  EXPECT_EQ(logged.substr(0, kOpening.size()), kOpening);
+}
+
+TEST_F(RunTest, DirectoryThatCannotBeMadeStopsTheRun) {
+  writeFile(tmp.file("plain"), "a file, not a directory");
+  const QString dir = tmp.file("plain/sub");
+  PersonalTmpDir::use(dir);
+  RunInputs in = twoSequences();
+  ok = true;
+  run(in);
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(details.outcome, RunOutcome::DirectoryFailed);
+  EXPECT_EQ(interaction.debugMessages(),
+            (QStringList{"zemtra::Can not create dir : " + dir, "        multiple alignment process interrupted. "}));
+  EXPECT_EQ(in.row(0), "WAC");
+  EXPECT_TRUE(progressValues.empty());
+}
+
+// --- too few sequences -------------------------------------------------------
+
+TEST_F(RunTest, SingleSequenceRunsNothing) {
+  RunInputs in({"alone"}, {"WAC"});
+  ok = true;
+  run(in);
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(details.outcome, RunOutcome::FewerThanTwoSequences);
+  EXPECT_EQ(interaction.debugMessages(), QStringList{"Fewer than two sequences: nothing to align"});
+  EXPECT_EQ(in.row(0), "WAC");
+  EXPECT_FALSE(QFile::exists(tmp.file("zemtra.log")));
+  EXPECT_FALSE(QFile::exists(tmp.file("karvo.log")));
+}
+
+}  // namespace
