@@ -1,0 +1,33 @@
+// "karvo align": re-aligns a column range of an alignment file with the
+// plug-in's window-less entry point and writes the result.
+#pragma once
+
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace karvo_app {
+
+struct AlignOptions {
+  std::string input;
+  std::string range;  // FIRST:LAST, empty for the whole alignment
+  std::string matrix = "STRMAT110";
+  int gap = 40;
+  int prealigned = 0;
+  std::string log;  // empty: the plug-in's default name
+  bool force = false;
+  std::string output;  // empty: standard output
+  std::string format;  // empty: from the output name, else FASTA
+  std::string treeNewick;
+  std::string treeSvg;
+  std::string pluginDir;
+  bool quiet = false;
+  bool verbose = false;
+};
+
+CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options);
+int runAlign(const AlignOptions& options);
+
+}  // namespace karvo_app

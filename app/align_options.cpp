@@ -1,0 +1,73 @@
+#include "app/align_options.h"
+
+#include <cctype>
+#include <charconv>
+
+#include "scoring/scomat.h"
+
+namespace karvo_app {
+namespace {
+
+// A decimal number that fills the whole text.
+std::optional<unsigned long> parseWhole(std::string_view text) {
+  unsigned long value = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
+  return value;
+}
+
+char foldForMatrixName(char c) {
+  if (c == '_') return ' ';
+  return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+}
+
+bool sameMatrixName(std::string_view given, std::string_view name) {
+  if (given.size() != name.size()) return false;
+  for (std::size_t i = 0; i < given.size(); ++i) {
+    if (foldForMatrixName(given[i]) != name[i]) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::optional<ColumnSpan> parseColumnRange(std::string_view text) {
+  const std::size_t colon = text.find(':');
+  if (colon == std::string_view::npos) return std::nullopt;
+  const auto first = parseWhole(text.substr(0, colon));
+  const auto last = parseWhole(text.substr(colon + 1));
+  if (!first || !last || *first == 0 || *first > *last) return std::nullopt;
+  return ColumnSpan{*first, *last};
+}
+
+std::optional<int> lookupMatrix(std::string_view nameOrNumber) {
+  if (const auto number = parseWhole(nameOrNumber)) {
+    if (*number < static_cast<unsigned long>(ScoMat::kMatrixCount)) return static_cast<int>(*number);
+    return std::nullopt;
+  }
+  for (int k = 0; k < ScoMat::kMatrixCount; ++k) {
+    if (sameMatrixName(nameOrNumber, ScoMat::m_names[k])) return k;
+  }
+  return std::nullopt;
+}
+
+std::string matrixNameList() {
+  std::string list;
+  for (int k = 0; k < ScoMat::kMatrixCount; ++k) {
+    if (k > 0) list += ", ";
+    list += ScoMat::m_names[k];
+  }
+  return list;
+}
+
+std::optional<LogTarget> logTargetFor(const std::string& argument) {
+  if (argument.empty()) return LogTarget{LogKind::InPersonalDir, kDefaultLogName};
+  const std::size_t slash = argument.rfind('/');
+  const std::string base = slash == std::string::npos ? argument : argument.substr(slash + 1);
+  if (base.empty() || base == "." || base == "..") return std::nullopt;
+  if (slash == std::string::npos) return LogTarget{LogKind::InPersonalDir, argument};
+  return LogTarget{LogKind::Path, argument};
+}
+
+}  // namespace karvo_app

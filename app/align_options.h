@@ -1,0 +1,41 @@
+// Pure helpers that turn the align command's option texts into values.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace karvo_app {
+
+// A column range as the user writes it: 1-based, both ends included.
+struct ColumnSpan {
+  unsigned long first = 0;
+  unsigned long last = 0;
+};
+
+// "FIRST:LAST" with 1 <= FIRST <= LAST; nullopt for anything else.
+std::optional<ColumnSpan> parseColumnRange(std::string_view text);
+
+// A matrix name (any case; '_' may stand for a blank) or a matrix number
+// 0 to 14; nullopt when neither matches.
+std::optional<int> lookupMatrix(std::string_view nameOrNumber);
+
+// "STRMAT110, DAYHOFF, ..., TEST MATRIX", for error messages.
+std::string matrixNameList();
+
+// Where the run log goes. A plain name stays in the personal temporary
+// directory as the plug-in has it; anything with a '/' is a path of its own.
+enum class LogKind { InPersonalDir, Path };
+
+struct LogTarget {
+  LogKind kind = LogKind::InPersonalDir;
+  std::string value;  // the log name, or the path
+};
+
+// The target for a --log argument (empty: the plug-in's default name);
+// nullopt when the argument cannot name a file (ends with '/', "." or "..").
+std::optional<LogTarget> logTargetFor(const std::string& argument);
+
+inline constexpr const char* kDefaultLogName = "zemtra.log";
+
+}  // namespace karvo_app

@@ -1,0 +1,101 @@
+#include "app/log_placement.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <vector>
+
+#include "app/atomic_file.h"
+#include "host/config.h"
+
+namespace karvo_app {
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kTmpDirVariable = "KARVO_TMPDIR";
+constexpr const char* kHostLogName = "karvo.log";
+
+}  // namespace
+
+LogPlacement::LogPlacement(const LogTarget& target) : target_(target) {
+  if (target_.kind != LogKind::Path) return;
+  // The host log must keep going to the user's own directory, so find it
+  // while KARVO_TMPDIR still says where that is.
+  personalDir_ = Config::GetPersonalTmpDir();
+  std::string pattern = folderOf(target_.value) + "/.karvo-log-XXXXXX";
+  std::vector<char> name(pattern.begin(), pattern.end());
+  name.push_back('\0');
+  if (::mkdtemp(name.data()) == nullptr) {
+    throw std::runtime_error("cannot write the run log " + target_.value + ": " + std::strerror(errno));
+  }
+  privateDir_ = name.data();
+  if (const char* saved = std::getenv(kTmpDirVariable)) savedTmpDir_ = saved;
+  ::setenv(kTmpDirVariable, privateDir_.c_str(), 1);
+}
+
+LogPlacement::~LogPlacement() {
+  if (!finished_) finish(false);
+}
+
+QString LogPlacement::logName() const {
+  return QString::fromStdString(target_.kind == LogKind::Path ? std::string(kDefaultLogName) : target_.value);
+}
+
+std::string LogPlacement::shownPath(const QString& runLogPath) const {
+  return target_.kind == LogKind::Path ? target_.value : runLogPath.toStdString();
+}
+
+bool LogPlacement::finish(bool logWritten) {
+  if (finished_) return true;
+  finished_ = true;
+  if (target_.kind != LogKind::Path) return true;
+  restoreEnvironment();
+  bool moved = true;
+  if (logWritten) {
+    const std::string written = privateDir_ + "/" + kDefaultLogName;
+    moved = ::rename(written.c_str(), target_.value.c_str()) == 0;
+  }
+  carryHostLog();
+  std::error_code ignored;
+  fs::remove_all(privateDir_, ignored);
+  return moved;
+}
+
+void LogPlacement::restoreEnvironment() {
+  if (savedTmpDir_) {
+    ::setenv(kTmpDirVariable, savedTmpDir_->c_str(), 1);
+  } else {
+    ::unsetenv(kTmpDirVariable);
+  }
+}
+
+// The host logger appended to karvo.log in the stand-in folder; those lines
+// belong at the end of the user's own host log.
+void LogPlacement::carryHostLog() {
+  std::ifstream in(privateDir_ + "/" + kHostLogName, std::ios::binary);
+  if (!in) return;
+  std::ostringstream text;
+  text << in.rdbuf();
+  const std::string bytes = text.str();
+  const std::string path = personalDir_ + "/" + kHostLogName;
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (fd < 0) return;
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t written = ::write(fd, bytes.data() + done, bytes.size() - done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) break;
+    done += static_cast<std::size_t>(written);
+  }
+  ::close(fd);
+}
+
+}  // namespace karvo_app

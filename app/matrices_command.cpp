@@ -1,0 +1,69 @@
+#include "app/matrices_command.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iostream>
+
+#include "app/align_options.h"
+#include "app/exit_status.h"
+#include "scoring/scomat.h"
+
+namespace karvo_app {
+namespace {
+
+constexpr std::string_view kResidues = "ACDEFGHIKLMNPQRSTVWY";
+
+std::string rightAligned(const std::string& text, std::size_t width) {
+  return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
+}
+
+}  // namespace
+
+std::string matrixListText() {
+  std::string text;
+  for (int k = 0; k < ScoMat::kMatrixCount; ++k) {
+    text += rightAligned(std::to_string(k), 2) + "  " + ScoMat::m_names[k] + "\n";
+  }
+  return text;
+}
+
+std::string matrixTableText(int matNo) {
+  std::size_t width = 2;
+  for (const char a : kResidues) {
+    for (const char b : kResidues) width = std::max(width, std::to_string(ScoMat::pairScore(matNo, a, b)).size());
+  }
+  width += 1;
+  std::string text = std::string(ScoMat::m_names[matNo]) + " (matrix " + std::to_string(matNo) + ")\n ";
+  for (const char b : kResidues) text += rightAligned(std::string(1, b), width);
+  text += '\n';
+  for (const char a : kResidues) {
+    text += a;
+    for (const char b : kResidues) text += rightAligned(std::to_string(ScoMat::pairScore(matNo, a, b)), width);
+    text += '\n';
+  }
+  return text;
+}
+
+CLI::App* addMatricesCommand(CLI::App& parent, MatricesOptions& options) {
+  CLI::App* command = parent.add_subcommand("matrices", "List the substitution matrices, or print one");
+  command->add_option("matrix", options.matrix, "Name (any case) or number of the matrix to print");
+  command->footer(kExitStatusHelp);
+  return command;
+}
+
+int runMatrices(const MatricesOptions& options) {
+  if (options.matrix.empty()) {
+    std::cout << matrixListText();
+    return kExitOk;
+  }
+  const auto matNo = lookupMatrix(options.matrix);
+  if (!matNo) {
+    std::cerr << "karvo: unknown matrix '" << options.matrix << "' (valid: " << matrixNameList()
+              << ", or a number from 0 to " << ScoMat::kMatrixCount - 1 << ")\n";
+    return kExitUsage;
+  }
+  std::cout << matrixTableText(*matNo);
+  return kExitOk;
+}
+
+}  // namespace karvo_app

@@ -1,0 +1,72 @@
+// Finding and loading plug-in libraries the way the host application does:
+// next to the executable, or in folders the user names.
+#pragma once
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "plugin/zemtra_plugin.h"
+
+namespace karvo_app {
+
+inline constexpr const char* kPluginFileName = "libZemtra.so.0";
+
+class PluginError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct PluginSearch {
+  std::string explicitDir;    // --plugin-dir: when set, the only place looked at
+  std::string pathVariable;   // KARVO_PLUGIN_PATH: folders separated by ':'
+  std::string executableDir;  // the folder of the running executable
+};
+
+// The folders to look in, in order, without empty entries.
+std::vector<std::string> pluginSearchDirs(const PluginSearch& search);
+
+// The folder of the running executable ("" when it cannot be told).
+std::string executableDir();
+
+// A loaded plug-in library; unloaded (after its Cleanup) on destruction.
+class LoadedPlugin {
+ public:
+  LoadedPlugin(const LoadedPlugin&) = delete;
+  LoadedPlugin& operator=(const LoadedPlugin&) = delete;
+  ~LoadedPlugin();
+
+  // Opens path with every symbol bound at once. Throws PluginError when the
+  // library cannot be loaded.
+  static std::unique_ptr<LoadedPlugin> open(const std::string& path);
+
+  const std::string& path() const { return path_; }
+  // A symbol defined by the library itself (not by one it depends on), null
+  // when it has none.
+  void* symbol(const char* name) const;
+  // The window-less entry point; throws PluginError when it is missing. A
+  // plug-in whose entry point was taken gets its Cleanup call before unloading.
+  ExecuteWithParametersFn executeWithParameters();
+
+ private:
+  LoadedPlugin(void* handle, std::string path) : handle_(handle), path_(std::move(path)) {}
+  void* handle_;
+  std::string path_;
+  bool used_ = false;
+};
+
+// Loads fileName from the first folder that has it. Throws PluginError naming
+// the folders when none has it, or the library's own error.
+std::unique_ptr<LoadedPlugin> loadPlugin(const std::vector<std::string>& dirs, const std::string& fileName);
+
+struct PluginInfo {
+  std::string name;  // file name as found
+  std::string path;
+};
+
+// The libraries (lib*.so*) in the folders that load and export Execute1,
+// each file once even when reached through several names.
+std::vector<PluginInfo> listPlugins(const std::vector<std::string>& dirs);
+
+}  // namespace karvo_app

@@ -1,0 +1,61 @@
+// The run's questions, progress and cancellation at a terminal: a progress
+// bar on standard error, a y/N question for the overwrite, and Ctrl-C as the
+// cancel button.
+#pragma once
+
+#include <string>
+
+#include "run/run_interaction.h"
+
+namespace karvo_app {
+
+struct TerminalSettings {
+  bool showProgress = false;  // standard error is a terminal and not --quiet
+  bool canAsk = false;        // standard input and error are terminals
+  bool force = false;         // --force: overwrite without asking
+  bool verbose = false;       // pass the run's diagnostic texts on
+  int cancelAtStep = -1;      // cancel once progress reaches this step (tests)
+};
+
+// How the last overwrite question was settled.
+enum class OverwriteDecision { NotAsked, Forced, Accepted, Declined, Refused };
+
+class TerminalInteraction final : public RunInteraction {
+ public:
+  explicit TerminalInteraction(const TerminalSettings& settings) : settings_(settings) {}
+
+  bool confirmOverwrite(const QString& logPath) override;
+  void progressStart(int totalSteps) override;
+  void progressSet(int value) override;
+  bool progressCanceled() override;
+  void progressEnd() override;
+  void processEvents() override {}
+  void debugMessage(const QString& text) override;
+
+  OverwriteDecision overwriteDecision() const { return decision_; }
+
+ private:
+  void draw();
+  void clear();
+
+  TerminalSettings settings_;
+  OverwriteDecision decision_ = OverwriteDecision::NotAsked;
+  bool simulatedCancel_ = false;
+  bool drawn_ = false;
+  int total_ = 0;
+  int value_ = 0;
+};
+
+// Makes the first Ctrl-C a cancel request; a second one ends the process the
+// usual way.
+void installInterruptHandler();
+bool interruptRequested();
+
+// One progress line: "aligning pairs [#####     ] 12/28", the bar barWidth
+// characters wide; value is clamped to 0..total.
+std::string progressLine(int value, int total, int barWidth);
+
+// True for an answer that starts with 'y' or 'Y' (leading blanks skipped).
+bool isYes(const std::string& answer);
+
+}  // namespace karvo_app

@@ -1,0 +1,94 @@
+// Atomic file writing and the plug-in search, against the built plug-in.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "app/atomic_file.h"
+#include "app/plugin_loader.h"
+#include "scratch_dir.h"
+
+using namespace karvo_app;
+
+namespace {
+
+std::size_t entriesIn(const std::string& dir) {
+  std::size_t count = 0;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir)) ++count;
+  return count;
+}
+
+}  // namespace
+
+TEST(AtomicFile, WritesTheWholeText) {
+  ScratchDir dir;
+  writeFileAtomically(dir / "tree.nwk", "(a:1,b:1);\n");
+  EXPECT_EQ(readFile(dir / "tree.nwk"), "(a:1,b:1);\n");
+  EXPECT_EQ(entriesIn(dir.path()), 1u);
+}
+
+TEST(AtomicFile, ReplacesAnExistingFileKeepingItsPermissions) {
+  ScratchDir dir;
+  const std::string path = dir.write("tree.nwk", "old contents that are longer");
+  ::chmod(path.c_str(), 0640);
+  writeFileAtomically(path, "new");
+  EXPECT_EQ(readFile(path), "new");
+  struct stat info {};
+  ASSERT_EQ(::stat(path.c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 07777, 0640u);
+}
+
+TEST(AtomicFile, FailureNamesThePathAndLeavesNothing) {
+  ScratchDir dir;
+  const std::string path = dir / "missing/tree.nwk";
+  try {
+    writeFileAtomically(path, "x");
+    FAIL() << "no error";
+  } catch (const std::runtime_error& error) {
+    EXPECT_NE(std::string(error.what()).find(path), std::string::npos);
+  }
+  EXPECT_EQ(entriesIn(dir.path()), 0u);
+}
+
+TEST(AtomicFile, FolderOfABareNameIsTheCurrentFolder) {
+  EXPECT_EQ(folderOf("out.fa"), ".");
+  EXPECT_EQ(folderOf("/out.fa"), "/");
+  EXPECT_EQ(folderOf("a/b/out.fa"), "a/b");
+}
+
+TEST(PluginSearch, ExplicitFolderIsTheOnlyPlace) {
+  EXPECT_EQ(pluginSearchDirs({"/opt/p", "/a:/b", "/bin"}), std::vector<std::string>{"/opt/p"});
+}
+
+TEST(PluginSearch, PathVariableComesBeforeTheExecutableFolder) {
+  EXPECT_EQ(pluginSearchDirs({"", "/a::/b:", "/bin"}), (std::vector<std::string>{"/a", "/b", "/bin"}));
+}
+
+TEST(PluginLoader, MissingPluginNamesTheFoldersSearched) {
+  try {
+    loadPlugin({"/nonexistent-a", "/nonexistent-b"}, kPluginFileName);
+    FAIL() << "no error";
+  } catch (const PluginError& error) {
+    const std::string message = error.what();
+    EXPECT_NE(message.find("libZemtra.so.0"), std::string::npos);
+    EXPECT_NE(message.find("/nonexistent-a, /nonexistent-b"), std::string::npos);
+  }
+}
+
+TEST(PluginLoader, LoadsTheBuiltPluginAndFindsItsEntryPoint) {
+  auto plugin = loadPlugin({PLUGIN_DIR}, kPluginFileName);
+  EXPECT_NE(plugin->executeWithParameters(), nullptr);
+  EXPECT_NE(plugin->symbol("Execute1"), nullptr);
+}
+
+TEST(PluginLoader, SymbolsOfDependenciesDoNotCount) {
+  auto plugin = loadPlugin({PLUGIN_DIR}, kPluginFileName);
+  // Defined by libkarvo, which the plug-in depends on.
+  EXPECT_EQ(plugin->symbol("_ZN6Config17GetPersonalTmpDirEv"), nullptr);
+}
+
+TEST(PluginList, ListsThePluginOnceAndNoOtherLibrary) {
+  const std::vector<PluginInfo> plugins = listPlugins({PLUGIN_DIR});
+  ASSERT_EQ(plugins.size(), 1u);
+  EXPECT_TRUE(plugins[0].name.starts_with("libZemtra.so"));
+}

@@ -1,0 +1,480 @@
+// The karvo binary end to end: options, outputs, refusals, cancellation and
+// exit statuses, each run in its own scratch folder and personal directory.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <sstream>
+
+#include "karvo_process.h"
+#include "scoring/scomat.h"
+#include "scratch_dir.h"
+
+namespace {
+
+const std::string kThree =
+    ">alpha first chain\nMVLSPADKTNVKAAWGKVGAHAGEYGAEALERMFLSFPTTKTYFPHF\n"
+    ">beta\nMVHLTPEEKSAVTALWGKVNVDEVGGEALGRLLVVYPWTQRFFESF\n"
+    ">myoglobin_sperm_whale\nMVLSEGEWQLVLHVWAKVEADVAGHGQDILIRLFKSHPETLEKFDRF\n";
+
+const std::string kFour = kThree + ">delta\nMVHLTPEEKTAVNALWGKVNVDAVGGEALGRLLVVYPWTQRFFESF\n";
+
+std::map<std::string, std::string> fastaRows(const std::string& text) {
+  std::map<std::string, std::string> rows;
+  std::istringstream in(text);
+  std::string line;
+  std::string name;
+  while (std::getline(in, line)) {
+    if (line.starts_with(">")) {
+      name = line.substr(1, line.find(' ') == std::string::npos ? std::string::npos : line.find(' ') - 1);
+    } else {
+      rows[name] += line;
+    }
+  }
+  return rows;
+}
+
+std::string withoutGaps(std::string row) {
+  row.erase(std::remove(row.begin(), row.end(), '-'), row.end());
+  return row;
+}
+
+std::size_t countOf(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+class KarvoCli : public ::testing::Test {
+ protected:
+  void SetUp() override { std::filesystem::create_directory(personal()); }
+
+  std::string personal() const { return dir / "personal"; }
+  std::string input(const std::string& text = kThree) { return dir.write("in.fa", text); }
+
+  ProcessResult karvo(std::vector<std::string> args, KarvoLaunch launch = {}) {
+    launch.args = std::move(args);
+    launch.environment.emplace("KARVO_TMPDIR", personal());
+    return runKarvo(launch);
+  }
+
+  // The one-line failure message every error ends with.
+  static void expectOneLine(const ProcessResult& result, const std::string& part) {
+    EXPECT_TRUE(result.err.starts_with("karvo: ")) << result.err;
+    EXPECT_EQ(countOf(result.err, "\n"), 1u) << result.err;
+    EXPECT_NE(result.err.find(part), std::string::npos) << result.err;
+  }
+
+  ScratchDir dir;
+};
+
+using AlignRun = KarvoCli;
+
+TEST_F(AlignRun, WritesFastaWithEveryResidueKeptToStandardOutput) {
+  const ProcessResult result = karvo({"align", input(), "--quiet"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const auto before = fastaRows(kThree);
+  const auto after = fastaRows(result.out);
+  ASSERT_EQ(after.size(), 3u);
+  for (const auto& [name, row] : before) EXPECT_EQ(withoutGaps(after.at(name)), row) << name;
+  EXPECT_EQ(after.at("alpha").size(), after.at("beta").size());
+}
+
+TEST_F(AlignRun, LeavesTheInputFileUntouched) {
+  const std::string path = input();
+  ASSERT_EQ(karvo({"align", path, "-o", dir / "out.fa"}).status, 0);
+  EXPECT_EQ(readFile(path), kThree);
+}
+
+TEST_F(AlignRun, OutputFormatFollowsTheOutputName) {
+  ASSERT_EQ(karvo({"align", input(), "-o", dir / "out.aln"}).status, 0);
+  EXPECT_TRUE(readFile(dir / "out.aln").starts_with("CLUSTAL"));
+}
+
+TEST_F(AlignRun, FormatOptionOverridesTheOutputName) {
+  ASSERT_EQ(karvo({"align", input(), "-o", dir / "out.txt", "--format", "MSF"}).status, 0);
+  EXPECT_NE(readFile(dir / "out.txt").find(" MSF: "), std::string::npos);
+}
+
+TEST_F(AlignRun, ColumnsOutsideTheRangeStayAsTheyWere) {
+  // Columns 1 to 6 hold a deliberately odd block that a full run would change.
+  const std::string aligned = ">a\nMV--LSPADKTNVKAAWGKVG\n>b\n--MVHLTPEEKSAVTALWGKV\n>c\nM-V-LSEGEWQLVLHVWAKVE\n";
+  const ProcessResult result = karvo({"align", input(aligned), "--range", "7:21", "-q"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const auto rows = fastaRows(result.out);
+  EXPECT_EQ(rows.at("a").substr(0, 6), "MV--LS");
+  EXPECT_EQ(rows.at("b").substr(0, 6), "--MVHL");
+  EXPECT_EQ(rows.at("c").substr(0, 6), "M-V-LS");
+}
+
+TEST_F(AlignRun, PrealignedRowsKeepTheirAlignmentToEachOther) {
+  const std::string aligned = ">a\nMVLS--PADKTNVKAAW\n>b\nMV--HLTPEEKSAVTAL\n>c\nMVLSEGEWQLVLHVWAK\n";
+  const ProcessResult result = karvo({"align", input(aligned), "--prealigned", "2", "-q"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const auto rows = fastaRows(result.out);
+  std::string a, b;  // the two rows without the columns where both are gaps
+  for (std::size_t c = 0; c < rows.at("a").size(); ++c) {
+    if (rows.at("a")[c] == '-' && rows.at("b")[c] == '-') continue;
+    a += rows.at("a")[c];
+    b += rows.at("b")[c];
+  }
+  EXPECT_EQ(a, "MVLS--PADKTNVKAAW");
+  EXPECT_EQ(b, "MV--HLTPEEKSAVTAL");
+}
+
+TEST_F(AlignRun, MatrixNameAndNumberSelectTheSameMatrix) {
+  const std::string path = input(kFour);
+  const ProcessResult byName = karvo({"align", path, "--matrix", "dayhoff", "--force", "-q"});
+  const ProcessResult byNumber = karvo({"align", path, "--matrix", "1", "--force", "-q"});
+  ASSERT_EQ(byName.status, 0) << byName.err;
+  EXPECT_EQ(byName.out, byNumber.out);
+}
+
+TEST_F(AlignRun, GapPenaltyReachesTheRunLog) {
+  ASSERT_EQ(karvo({"align", input(), "--gap", "25", "-q"}).status, 0);
+  EXPECT_NE(readFile(personal() + "/zemtra.log").find("\n    Penalty: 25\n"), std::string::npos);
+}
+
+TEST_F(AlignRun, PlainLogNameIsWrittenInThePersonalDirectory) {
+  ASSERT_EQ(karvo({"align", input(), "--log", "first.log", "-q"}).status, 0);
+  EXPECT_NE(readFile(personal() + "/first.log").find("Penalty: 40"), std::string::npos);
+  EXPECT_FALSE(fileExists(personal() + "/zemtra.log"));
+}
+
+TEST_F(AlignRun, LogPathGetsTheRunLogAndNothingElseInItsFolder) {
+  std::filesystem::create_directory(dir / "logs");
+  ASSERT_EQ(karvo({"align", input(), "--log", dir / "logs/run.log", "-q"}).status, 0);
+  EXPECT_NE(readFile(dir / "logs/run.log").find("Penalty: 40"), std::string::npos);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir / "logs"), {}), 1);
+}
+
+TEST_F(AlignRun, LogPathLeavesTheHostLogInThePersonalDirectory) {
+  ASSERT_EQ(karvo({"align", input(), "--log", dir / "run.log", "-q"}).status, 0);
+  EXPECT_EQ(readFile(personal() + "/karvo.log"), readFile(dir / "run.log"));
+}
+
+TEST_F(AlignRun, SummaryNamesTheLogUnlessQuiet) {
+  const ProcessResult loud = karvo({"align", input(), "-o", dir / "out.fa"});
+  EXPECT_EQ(loud.err, "karvo: aligned 3 sequences in columns 1 to 47; run log: " + personal() + "/zemtra.log\n");
+  const ProcessResult quiet = karvo({"align", input(), "-o", dir / "out.fa", "--force", "--quiet"});
+  EXPECT_EQ(quiet.err, "");
+}
+
+TEST_F(AlignRun, VerboseShowsThePluginDiagnostics) {
+  const std::string path = input();
+  EXPECT_NE(karvo({"align", path, "-q", "--verbose"}).err.find("Calculating Zemtra.\n"), std::string::npos);
+  EXPECT_EQ(karvo({"align", path, "-q", "--force"}).err, "");
+}
+
+using TreeOutput = KarvoCli;
+
+TEST_F(TreeOutput, NewickNamesEverySequenceOnceWithFullNames) {
+  ASSERT_EQ(karvo({"align", input(kFour), "--tree-newick", dir / "t.nwk", "-q"}).status, 0);
+  const std::string tree = readFile(dir / "t.nwk");
+  EXPECT_TRUE(tree.ends_with(";\n"));
+  EXPECT_EQ(countOf(tree, "("), 3u);
+  EXPECT_EQ(countOf(tree, ")"), 3u);
+  for (const char* name : {"alpha:", "beta:", "myoglobin_sperm_whale:", "delta:"}) EXPECT_EQ(countOf(tree, name), 1u);
+}
+
+TEST_F(TreeOutput, TwoSequencesGiveASingleJoin) {
+  const std::string two = ">a\nMVLSPADKTNVKAAW\n>b\nMVHLTPEEKSAVTAL\n";
+  ASSERT_EQ(karvo({"align", input(two), "--tree-newick", dir / "t.nwk", "-q"}).status, 0);
+  EXPECT_EQ(readFile(dir / "t.nwk"), "(a:1,b:1);\n");
+}
+
+TEST_F(TreeOutput, SvgLabelsLeavesWithFullNames) {
+  ASSERT_EQ(karvo({"align", input(kFour), "--tree-svg", dir / "t.svg", "-q"}).status, 0);
+  const std::string svg = readFile(dir / "t.svg");
+  EXPECT_TRUE(svg.find("<svg") != std::string::npos && svg.ends_with("</svg>\n"));
+  EXPECT_NE(svg.find(">myoglobin_sperm_whale</text>"), std::string::npos);
+  EXPECT_EQ(countOf(svg, "<text"), 4u);
+}
+
+using Progress = KarvoCli;
+
+TEST_F(Progress, NoBarWhenStandardErrorIsNotATerminal) {
+  const ProcessResult result = karvo({"align", input(), "-o", dir / "out.fa"});
+  ASSERT_EQ(result.status, 0);
+  EXPECT_EQ(result.err.find("aligning pairs"), std::string::npos);
+  EXPECT_EQ(result.err.find('\r'), std::string::npos);
+}
+
+TEST_F(Progress, BarShownAtATerminal) {
+  const ProcessResult result = karvo({"align", input(), "-o", dir / "out.fa"}, {.terminal = true});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.err.find("\raligning pairs ["), std::string::npos);
+  EXPECT_NE(result.err.find("] 3/3"), std::string::npos);
+}
+
+TEST_F(Progress, QuietHidesTheBarAtATerminal) {
+  const ProcessResult result = karvo({"align", input(), "-o", dir / "out.fa", "-q"}, {.terminal = true});
+  ASSERT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+}
+
+class ExistingLog : public KarvoCli {
+ protected:
+  void SetUp() override {
+    KarvoCli::SetUp();
+    log = dir.write("personal/zemtra.log", "old log\n");
+  }
+  std::string log;
+};
+
+TEST_F(ExistingLog, RefusedWithoutATerminalAndNothingWritten) {
+  const ProcessResult result = karvo({"align", input(), "-o", dir / "out.fa"});
+  EXPECT_EQ(result.status, 2);
+  expectOneLine(result, "the run log " + log + " exists; use --force to overwrite it");
+  EXPECT_EQ(readFile(log), "old log\n");
+  EXPECT_FALSE(fileExists(dir / "out.fa"));
+}
+
+TEST_F(ExistingLog, ForceOverwritesIt) {
+  ASSERT_EQ(karvo({"align", input(), "-o", dir / "out.fa", "--force"}).status, 0);
+  EXPECT_NE(readFile(log).find("Penalty: 40"), std::string::npos);
+}
+
+TEST_F(ExistingLog, YesAtTheTerminalOverwritesIt) {
+  const ProcessResult result =
+      karvo({"align", input(), "-o", dir / "out.fa", "-q"}, {.terminal = true, .typed = "y\n"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.err.find("Overwrite " + log + "? [y/N] "), std::string::npos);
+  EXPECT_NE(readFile(log).find("Penalty: 40"), std::string::npos);
+}
+
+TEST_F(ExistingLog, NoAtTheTerminalKeepsIt) {
+  const ProcessResult result =
+      karvo({"align", input(), "-o", dir / "out.fa", "-q"}, {.terminal = true, .typed = "n\n"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_NE(result.err.find("karvo: kept " + log + "; nothing was aligned"), std::string::npos);
+  EXPECT_EQ(readFile(log), "old log\n");
+  EXPECT_FALSE(fileExists(dir / "out.fa"));
+}
+
+TEST_F(ExistingLog, ExistingLogPathIsRefusedBeforeTheRun) {
+  const std::string path = dir.write("mine.log", "keep me\n");
+  const ProcessResult result = karvo({"align", input(), "--log", path, "-o", dir / "out.fa"});
+  EXPECT_EQ(result.status, 2);
+  expectOneLine(result, path + " exists; use --force");
+  EXPECT_EQ(readFile(path), "keep me\n");
+  EXPECT_EQ(readFile(log), "old log\n");
+}
+
+TEST_F(ExistingLog, ForceReplacesAnExistingLogPath) {
+  const std::string path = dir.write("mine.log", "replace me\n");
+  ASSERT_EQ(karvo({"align", input(), "--log", path, "--force", "-q"}).status, 0);
+  EXPECT_NE(readFile(path).find("Penalty: 40"), std::string::npos);
+}
+
+using Cancel = KarvoCli;
+
+TEST_F(Cancel, CancelAtTheFirstRowStopsWithStatus130AndNoOutput) {
+  const ProcessResult result =
+      karvo({"align", input(kFour), "-o", dir / "out.fa"}, {.environment = {{"KARVO_TEST_CANCEL_AT_STEP", "0"}}});
+  EXPECT_EQ(result.status, 130);
+  EXPECT_EQ(result.err, "karvo: cancelled; the alignment was not changed\n");
+  EXPECT_FALSE(fileExists(dir / "out.fa"));
+  EXPECT_NE(readFile(personal() + "/zemtra.log").find("Process was cancelled"), std::string::npos);
+}
+
+TEST_F(Cancel, CancelDuringTheLastRowComesTooLate) {
+  // Three sequences: row 0 has steps 0 and 1, the last row step 2.
+  const ProcessResult result =
+      karvo({"align", input(), "-o", dir / "out.fa", "-q"}, {.environment = {{"KARVO_TEST_CANCEL_AT_STEP", "2"}}});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(fileExists(dir / "out.fa"));
+}
+
+TEST_F(Cancel, InterruptSignalCancelsTheRun) {
+  std::string many;
+  for (int s = 0; s < 24; ++s) {
+    many += ">s" + std::to_string(s) + "\n";
+    for (int c = 0; c < 300; ++c) many += "ACDEFGHIKLMNPQRSTVWY"[(s * 7 + c * c * 13 + c / (s + 1)) % 20];
+    many += "\n";
+  }
+  const std::string path = input(many);
+  const ProcessResult result = karvo({"align", path, "-o", dir / "out.fa"}, {.interruptOnceHandled = true});
+  // A run that ended before the signal arrived is let off; any other ending
+  // must be the cancellation.
+  ASSERT_TRUE(result.status == 130 || result.status == 0) << result.status << result.err;
+  if (result.status == 130) {
+    EXPECT_EQ(result.err, "karvo: cancelled; the alignment was not changed\n");
+    EXPECT_FALSE(fileExists(dir / "out.fa"));
+  }
+  EXPECT_EQ(readFile(path), many);
+}
+
+using Failures = KarvoCli;
+
+TEST_F(Failures, MissingInputIsAUsageError) {
+  const ProcessResult result = karvo({"align", dir / "absent.fa"});
+  EXPECT_EQ(result.status, 1);
+  expectOneLine(result, dir / "absent.fa");
+}
+
+TEST_F(Failures, MalformedInputNamesFileAndLine) {
+  const ProcessResult result = karvo({"align", input(">a\nMV#LS\n>b\nMVHL\n")});
+  EXPECT_EQ(result.status, 1);
+  expectOneLine(result, dir / "in.fa:2:3: unexpected character '#'");
+}
+
+TEST_F(Failures, UnknownMatrixListsTheValidNames) {
+  const ProcessResult result = karvo({"align", input(), "--matrix", "blosum62"});
+  EXPECT_EQ(result.status, 1);
+  expectOneLine(result, "unknown matrix 'blosum62' (valid: STRMAT110, DAYHOFF,");
+  EXPECT_NE(result.err.find("TEST MATRIX"), std::string::npos);
+}
+
+TEST_F(Failures, RangeBeyondTheLastColumnIsRejected) {
+  const ProcessResult result = karvo({"align", input(), "--range", "40:48"});
+  EXPECT_EQ(result.status, 1);
+  expectOneLine(result, "range 40:48 is outside the alignment's 47 columns");
+}
+
+TEST_F(Failures, MorePrealignedThanSequencesIsRejected) {
+  const ProcessResult result = karvo({"align", input(), "--prealigned", "4"});
+  EXPECT_EQ(result.status, 1);
+  expectOneLine(result, "--prealigned 4 is more than the 3 sequences");
+}
+
+TEST_F(Failures, RangeWithOneSequenceLeavesNothingToAlign) {
+  const std::string path = input(">a\nMVLSPADK\n>b\n----TPEE\n>c\n----LSEG\n");
+  const ProcessResult result = karvo({"align", path, "--range", "1:4", "-o", dir / "out.fa"});
+  EXPECT_EQ(result.status, 2);
+  expectOneLine(result, "nothing to align: fewer than two sequences have residues in columns 1 to 4");
+  EXPECT_FALSE(fileExists(dir / "out.fa"));
+}
+
+TEST_F(Failures, OnlyPrealignedRowsInRangeLeaveNothingToAlign) {
+  const std::string path = input(">a\nMVLSPADK\n>b\nMVHL----\n>c\n----LSEG\n");
+  const ProcessResult result = karvo({"align", path, "--range", "1:4", "--prealigned", "2"});
+  EXPECT_EQ(result.status, 2);
+  expectOneLine(result, "nothing to align: no sequence after the 2 prealigned ones has residues in columns 1 to 4");
+}
+
+TEST_F(Failures, UnwritableLogStillWritesTheResultWithStatus3) {
+  std::filesystem::create_directory(personal() + "/zemtra.log");
+  const ProcessResult result = karvo({"align", input(), "-o", dir / "out.fa", "--force"});
+  EXPECT_EQ(result.status, 3);
+  expectOneLine(result, "warning: the run log could not be written to " + personal() + "/zemtra.log");
+  EXPECT_TRUE(fileExists(dir / "out.fa"));
+}
+
+TEST_F(Failures, PersonalDirectoryThatCannotBeMadeRefusesTheRun) {
+  KarvoLaunch launch;
+  launch.environment["KARVO_TMPDIR"] = dir / "none/personal";
+  const ProcessResult result = karvo({"align", input(), "-o", dir / "out.fa"}, launch);
+  EXPECT_EQ(result.status, 2);
+  expectOneLine(result, "cannot create the log folder " + dir / "none/personal" + "; nothing was aligned");
+  EXPECT_FALSE(fileExists(dir / "out.fa"));
+}
+
+TEST_F(Failures, LogPathInAMissingFolderIsRejectedBeforeTheRun) {
+  const ProcessResult result = karvo({"align", input(), "--log", dir / "none/run.log", "-o", dir / "out.fa"});
+  EXPECT_EQ(result.status, 1);
+  expectOneLine(result, "cannot write the run log " + dir / "none/run.log");
+  EXPECT_FALSE(fileExists(dir / "out.fa"));
+}
+
+TEST_F(Failures, UnwritableOutputHasStatus4) {
+  const ProcessResult result = karvo({"align", input(), "-o", dir / "none/out.fa"});
+  EXPECT_EQ(result.status, 4);
+  EXPECT_NE(result.err.find(dir / "none/out.fa"), std::string::npos);
+}
+
+TEST_F(Failures, UnwritableTreeFileHasStatus4) {
+  const ProcessResult result = karvo({"align", input(), "-o", dir / "out.fa", "--tree-svg", dir / "none/t.svg"});
+  EXPECT_EQ(result.status, 4);
+  expectOneLine(result, "cannot write " + dir / "none/t.svg");
+}
+
+TEST_F(Failures, OutputOverTheInputIsRefused) {
+  const std::string path = input();
+  const ProcessResult result = karvo({"align", path, "-o", path});
+  EXPECT_EQ(result.status, 1);
+  expectOneLine(result, "is the input file");
+  EXPECT_EQ(readFile(path), kThree);
+}
+
+TEST_F(Failures, MissingPluginNamesTheLibrary) {
+  const ProcessResult result = karvo({"align", input(), "--plugin-dir", dir / "none"});
+  EXPECT_EQ(result.status, 1);
+  expectOneLine(result, "the plug-in libZemtra.so.0 was not found");
+}
+
+TEST_F(Failures, UnknownOptionIsAOneLineUsageError) {
+  const ProcessResult result = karvo({"align", input(), "--frobnicate"});
+  EXPECT_EQ(result.status, 1);
+  expectOneLine(result, "--frobnicate");
+}
+
+TEST_F(KarvoCli, PluginIsFoundThroughThePathVariable) {
+  // A copy of the program in a folder without the plug-in.
+  const std::string copy = dir / "karvo";
+  std::filesystem::copy_file(KARVO_BINARY, copy);
+  std::filesystem::permissions(copy, std::filesystem::perms::owner_all);
+  const std::string path = input();
+  auto run = [&](KarvoLaunch launch) {
+    launch.args = {"align", path, "-q", "--force"};
+    launch.environment.emplace("KARVO_TMPDIR", personal());
+    return runKarvo(launch);
+  };
+  KarvoLaunch plain;
+  plain.program = copy;
+  EXPECT_EQ(run(plain).status, 1);
+  KarvoLaunch withPath = plain;
+  withPath.environment["KARVO_PLUGIN_PATH"] = PLUGIN_DIR;
+  EXPECT_EQ(run(withPath).status, 0);
+}
+
+TEST_F(KarvoCli, VersionIsPrinted) { EXPECT_EQ(karvo({"--version"}).out, "karvo 1.0.0\n"); }
+
+TEST_F(KarvoCli, HelpListsTheExitStatuses) {
+  const ProcessResult result = karvo({"align", "--help"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_NE(result.out.find("130 cancelled"), std::string::npos);
+}
+
+using Matrices = KarvoCli;
+
+TEST_F(Matrices, ListsAllFifteenByNumber) {
+  const ProcessResult result = karvo({"matrices"});
+  ASSERT_EQ(result.status, 0);
+  EXPECT_EQ(countOf(result.out, "\n"), 15u);
+  EXPECT_TRUE(result.out.starts_with(" 0  STRMAT110\n 1  DAYHOFF\n"));
+  EXPECT_TRUE(result.out.ends_with("14  TEST MATRIX\n"));
+}
+
+TEST_F(Matrices, PrintsOneMatrixAsAResidueTable) {
+  const ProcessResult result = karvo({"matrices", "Dayhoff"});
+  ASSERT_EQ(result.status, 0);
+  std::istringstream lines(result.out);
+  std::string title, header, row;
+  std::getline(lines, title);
+  std::getline(lines, header);
+  EXPECT_EQ(title, "DAYHOFF (matrix 1)");
+  int rows = 0;
+  while (std::getline(lines, row)) {
+    std::istringstream cells(row);
+    char residue = 0;
+    cells >> residue;
+    EXPECT_EQ(residue, "ACDEFGHIKLMNPQRSTVWY"[rows]);
+    for (const char other : std::string("ACDEFGHIKLMNPQRSTVWY")) {
+      int value = 0;
+      cells >> value;
+      EXPECT_EQ(value, ScoMat::pairScore(1, residue, other)) << residue << other;
+    }
+    ++rows;
+  }
+  EXPECT_EQ(rows, 20);
+}
+
+TEST_F(Matrices, UnknownNameIsAUsageError) {
+  const ProcessResult result = karvo({"matrices", "nope"});
+  EXPECT_EQ(result.status, 1);
+  expectOneLine(result, "unknown matrix 'nope'");
+}
+
+}  // namespace
