@@ -19,7 +19,8 @@ inline int averagedScore(int sum, int pairs) {
 int pair_kv(unsigned long lenJ, unsigned long lenK, int gap, int* alen, int pairs, const KARVO::Matrix<int>& cmp,
             KARVO::Matrix<long>& path) {
   KARVO::Matrix<int> sim(lenJ, lenK);
-  for (unsigned long p = 1; p <= lenJ; ++p) {
+  // With either length 0 sim has no rows at all (not lenJ empty ones).
+  for (unsigned long p = 1; p <= sim.rows(); ++p) {
     const int* in = cmp[p];
     int* out = sim[p - 1];
     for (unsigned long q = 1; q <= lenK; ++q) out[q - 1] = averagedScore(in[q], pairs);

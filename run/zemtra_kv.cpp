@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <cstdio>
 #include <iomanip>
 #include <sstream>
 #include <string>
@@ -13,6 +12,7 @@
 #include "pairwise/comp_kv.h"
 #include "pairwise/measures.h"
 #include "pairwise/pair_kv.h"
+#include "run/log_file.h"
 #include "run/multiple_phase.h"
 #include "run/qt_run_interaction.h"
 #include "run/report.h"
@@ -84,23 +84,16 @@ void writePairwiseTables(std::ostream& log, const RunInput& input, const RunStor
 }
 
 // Writes the log file in one piece and hands the text to the host's logger,
-// which also receives it when the file cannot be opened. Returns whether the
+// which also receives it when the file cannot be written. Returns whether the
 // file was written.
-bool writeLog(std::ostringstream& log, const QString& logPath) {
-  // The file system takes the path in its own encoding, which is Latin-1
-  // wherever the local encoding is; plain ASCII paths are the same bytes.
-  std::FILE* file = std::fopen(QFile::encodeName(logPath).constData(), "w");
-  if (file != nullptr) {
-    const std::string text = log.str();
-    std::fwrite(text.data(), 1, text.size(), file);
-    std::fclose(file);
-  } else {
-    log << "\nCould not open " << logPath.toLatin1().constData() << "! ZEMTRA::PROCESS no log file";
-  }
+bool writeLog(std::ostringstream& log, const QString& dir, const QString& logName, const QString& logPath) {
+  const bool written =
+      writeRunLog(QFile::encodeName(dir).toStdString(), QFile::encodeName(logName).toStdString(), log.str());
+  if (!written) log << "\nCould not open " << logPath.toLatin1().constData() << "! ZEMTRA::PROCESS no log file";
   // The log is a byte string; Latin-1 maps each byte to one character.
   const std::string text = log.str();
   Logger::Write(QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size())));
-  return file != nullptr;
+  return written;
 }
 
 }  // namespace
@@ -183,5 +176,5 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned 
   }
 
   result.outcome = completed ? RunOutcome::Completed : RunOutcome::Cancelled;
-  result.logWritten = writeLog(log, logPath);
+  result.logWritten = writeLog(log, dir, logName, logPath);
 }

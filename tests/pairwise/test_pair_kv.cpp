@@ -59,11 +59,14 @@ TEST(PairKvTest, WritesOneBasedPathWithGapMarks) {
 }
 
 TEST(PairKvTest, EmptyGroupGivesEmptyAlignment) {
-  PairRun r(std::vector<std::vector<int>>{});
-  r.lenK = 3;
-  EXPECT_EQ(r.run(40, 1), 0);
-  EXPECT_EQ(r.alen, 0);
-  EXPECT_EQ(r.path[0][1], 1234);
+  for (auto lengths : {std::pair{0ul, 3ul}, std::pair{3ul, 0ul}}) {
+    PairRun r(std::vector<std::vector<int>>{});
+    r.lenJ = lengths.first;
+    r.lenK = lengths.second;
+    EXPECT_EQ(r.run(40, 1), 0);
+    EXPECT_EQ(r.alen, 0);
+    EXPECT_EQ(r.path[0][1], 1234);
+  }
 }
 
 TEST(PairKvTest, AlignmentLongerThanPathLeavesPathButReportsLength) {

@@ -1,0 +1,189 @@
+#include "pairwise/fast_dp.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/diagnostics.h"
+#include "pairwise/simd/row_pass.h"
+#include "pairwise/simd/workspace.h"
+
+namespace zemtra {
+
+namespace {
+
+using simd::EndValues;
+using simd::TraceResult;
+
+// pair_kv's average of a summed cell over the member pairs.
+inline int averagedScore(int sum, int pairs) {
+  const float quotient = static_cast<float>(sum) / static_cast<float>(pairs);
+  return static_cast<int>(static_cast<double>(quotient) + 0.5);
+}
+
+using RowPassFn = void (*)(const simd::RowPass&);
+
+// The row pass for a level: AVX2 and AVX-512 have native 32-bit maxima, the
+// baseline copy covers the rest.
+RowPassFn rowPassFor(SimdLevel level) {
+  ZEMTRA_ASSERT(simdLevelSupported(level));
+#if defined(ZEMTRA_X86_KERNELS)
+  if (level == SimdLevel::kAvx512) return simd::rowPassAvx512;
+  if (level == SimdLevel::kAvx2) return simd::rowPassAvx2;
+#endif
+  return simd::rowPassBaseline;
+}
+
+// Fills the three state matrices row by row, keeping only two rows and one
+// code byte per cell. rowScores(i) gives the m scores of position i of A
+// against positions 1..m of B (0-based array). diag and vert of a row
+// depend only on the row above, so they are computed in one vectorised
+// pass; horz is a running maximum along the row and gets a second, serial
+// pass.
+template <class RowScores>
+EndValues fillRows(unsigned long n, unsigned long m, int gap, const RowScores& rowScores, RowPassFn rowPass,
+                   DpWorkspace::Buffers& b) {
+  EndValues end;
+  if (n == 0 || m == 0) return end;
+  // Six rows of m + 1 values: diag, vert, horz of the row above and of the
+  // current row; column 0 stays 0.
+  int* rows = simd::ensure(b.row, 6 * (m + 1));
+  std::fill(rows, rows + 6 * (m + 1), 0);
+  int* upD = rows;
+  int* upV = upD + (m + 1);
+  int* upH = upV + (m + 1);
+  int* curD = upH + (m + 1);
+  int* curV = curD + (m + 1);
+  int* curH = curV + (m + 1);
+  std::uint8_t* trace = simd::ensure(b.trace, n * m);
+
+  for (unsigned long i = 1; i <= n; ++i) {
+    std::uint8_t* codes = trace + (i - 1) * m;
+    rowPass({upD, upV, upH, rowScores(i), curD, curV, codes, m, gap});
+    int h = 0;
+    for (unsigned long c = 1; c <= m; ++c) {
+      h = std::max(h, curD[c - 1]);
+      curH[c] = h;
+      codes[c - 1] |= static_cast<std::uint8_t>(h > curD[c] ? simd::kHorzStays : 0u);
+    }
+    std::swap(upD, curD);
+    std::swap(upV, curV);
+    std::swap(upH, curH);
+  }
+  end.diag = upD[m];
+  end.vert = upV[m];
+  end.horz = upH[m];
+  return end;
+}
+
+int bestOf(const EndValues& end) { return std::max(end.diag, std::max(end.vert, end.horz)); }
+
+TraceResult traceScalar(unsigned long n, unsigned long m, const EndValues& end, unsigned long capacity,
+                        DpWorkspace::Buffers& b) {
+  const std::uint8_t* trace = b.trace.data();
+  auto codeAt = [trace, m](unsigned long i, unsigned long c) { return trace[(i - 1) * m + (c - 1)]; };
+  return simd::traceBack(n, m, end, capacity, codeAt, b);
+}
+
+}  // namespace
+
+DpWorkspace::DpWorkspace() : buffers_(std::make_unique<Buffers>()) {}
+DpWorkspace::~DpWorkspace() = default;
+
+namespace simd {
+
+void writePath(const TraceResult& r, const DpWorkspace::Buffers& b, KARVO::Matrix<long>& path) {
+  const unsigned long count = r.count;
+  if (count == 0 || count >= path.cols()) return;
+  long* rowA = path[0];
+  long* rowB = path[1];
+  for (unsigned long s = 0; s < count; ++s) {
+    const long a = b.entryA[count - 1 - s];
+    const long c = b.entryB[count - 1 - s];
+    rowA[s + 1] = a == kScratchGap ? kGapMark : a;
+    rowB[s + 1] = c == kScratchGap ? kGapMark : c;
+  }
+}
+
+}  // namespace simd
+
+int fredmanFast(int gap, const KARVO::Matrix<int>& S, Alignment& aln, DpWorkspace& ws, SimdLevel level) {
+  DpWorkspace::Buffers& b = ws.buffers();
+  const unsigned long n = S.rows();
+  const unsigned long m = S.cols();
+  const EndValues end = fillRows(
+      n, m, gap, [&S](unsigned long i) { return S[i - 1]; }, rowPassFor(level), b);
+  const TraceResult r = traceScalar(n, m, end, aln.capacity, b);
+  for (unsigned long o = 0; o < r.count; ++o) {
+    aln.posA[o] = b.entryA[r.count - 1 - o] - 1;
+    aln.posB[o] = b.entryB[r.count - 1 - o] - 1;
+    aln.paired[o] = b.entryPaired[r.count - 1 - o];
+  }
+  aln.length = static_cast<int>(r.count);
+  aln.nmatch = r.pairs;
+  return bestOf(end);
+}
+
+int pairFast(unsigned long lenJ, unsigned long lenK, int gap, int* alen, int pairs, const KARVO::Matrix<int>& cmp,
+             KARVO::Matrix<long>& path, DpWorkspace& ws, SimdLevel level) {
+  DpWorkspace::Buffers& b = ws.buffers();
+  // pair_kv's averaged matrix has no rows and no columns when either length
+  // is 0, so neither sequence has positions then.
+  const unsigned long n = lenK == 0 ? 0 : lenJ;
+  const unsigned long m = lenJ == 0 ? 0 : lenK;
+  int* scores = simd::ensure(b.scores, m);
+  auto averagedRow = [&](unsigned long i) {
+    const int* sums = cmp[i];
+    for (unsigned long q = 1; q <= m; ++q) scores[q - 1] = averagedScore(sums[q], pairs);
+    return static_cast<const int*>(scores);
+  };
+  const EndValues end = fillRows(n, m, gap, averagedRow, rowPassFor(level), b);
+  const TraceResult r = traceScalar(n, m, end, lenJ + lenK, b);
+  simd::writePath(r, b, path);
+  *alen = static_cast<int>(r.count);
+  return bestOf(end);
+}
+
+bool simdLevelSupported(SimdLevel level) {
+  switch (level) {
+    case SimdLevel::kPortable:
+      return true;
+#if defined(ZEMTRA_X86_KERNELS)
+    case SimdLevel::kSse2:
+      __builtin_cpu_init();
+      return __builtin_cpu_supports("sse2");
+    case SimdLevel::kAvx2:
+      __builtin_cpu_init();
+      return __builtin_cpu_supports("avx2");
+    case SimdLevel::kAvx512:
+      __builtin_cpu_init();
+      return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw");
+#endif
+    default:
+      return false;
+  }
+}
+
+SimdLevel bestSimdLevel() {
+  static const SimdLevel best = [] {
+    for (SimdLevel level : {SimdLevel::kAvx512, SimdLevel::kAvx2, SimdLevel::kSse2})
+      if (simdLevelSupported(level)) return level;
+    return SimdLevel::kPortable;
+  }();
+  return best;
+}
+
+unsigned batchLanes(SimdLevel level, LaneWidth width) {
+  const bool wide = width == LaneWidth::kWide;
+  switch (level) {
+    case SimdLevel::kSse2:
+      return wide ? simd::kSse2Lanes32 : simd::kSse2Lanes16;
+    case SimdLevel::kAvx2:
+      return wide ? simd::kAvx2Lanes32 : simd::kAvx2Lanes16;
+    case SimdLevel::kAvx512:
+      return wide ? simd::kAvx512Lanes32 : simd::kAvx512Lanes16;
+    default:
+      return wide ? simd::kPortableLanes32 : simd::kPortableLanes16;
+  }
+}
+
+}  // namespace zemtra

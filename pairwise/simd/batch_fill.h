@@ -1,0 +1,55 @@
+// The fill step of the multi-pair kernel: one sequence A against several
+// sequences B, one B per SIMD lane. Internal to the fast pairwise routines.
+#pragma once
+
+#include <cstdint>
+
+namespace zemtra::simd {
+
+// Residue code of a row position: 0..20 as ScoMat::residueIndex, kGapCode
+// for '-'.
+constexpr int kGapCode = 21;
+constexpr int kCodes = 22;
+
+// Traceback code of one cell (i, c), one byte per lane:
+//   bits 0-1  which value filled diag[i][c]: 0 diag, 1 vert - gap,
+//             2 horz - gap of cell (i-1, c-1), ties to the lower number;
+//   bit 2     horz[i][c] > diag[i][c];
+//   bit 3     vert[i][c] > diag[i][c].
+constexpr unsigned kFromMask = 3;
+constexpr unsigned kHorzStays = 4;
+constexpr unsigned kVertStays = 8;
+
+// Elements are int16_t or int32_t, as the kernel's lane width says.
+struct BatchFill {
+  unsigned long n;      // positions of A (rows)
+  unsigned long width;  // positions of the longest B (columns)
+  int gap;
+  const std::uint8_t* rowCodes;  // n residue codes of A
+  // kCodes x width x lanes: element ((r * width) + c - 1) * lanes + lane is
+  // the score of residue code r of A against position c of that lane's B.
+  const void* profile;
+  // 3 x width x lanes: for column c, diag, vert and horz of every lane at
+  // ((c - 1) * 3 + state) * lanes + lane. Cleared by the fill, which leaves
+  // row n there.
+  void* rows;
+  // n x width x lanes codes: cell (i, c) of a lane at
+  // ((i - 1) * width + c - 1) * lanes + lane.
+  std::uint8_t* trace;
+};
+
+// One function per instruction set; bits is 16 or 32 (the lane element).
+void fillPortable(const BatchFill& f, int bits);
+#if defined(ZEMTRA_X86_KERNELS)
+void fillSse2(const BatchFill& f, int bits);
+void fillAvx2(const BatchFill& f, int bits);
+void fillAvx512(const BatchFill& f, int bits);
+#endif
+
+// Lanes of each kernel.
+constexpr unsigned kPortableLanes16 = 16, kPortableLanes32 = 8;
+constexpr unsigned kSse2Lanes16 = 8, kSse2Lanes32 = 4;
+constexpr unsigned kAvx2Lanes16 = 16, kAvx2Lanes32 = 8;
+constexpr unsigned kAvx512Lanes16 = 32, kAvx512Lanes32 = 16;
+
+}  // namespace zemtra::simd

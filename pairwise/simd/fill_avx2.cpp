@@ -1,0 +1,81 @@
+// Multi-pair fill with AVX2: 16 lanes of 16 bits or 8 lanes of 32 bits.
+#include <immintrin.h>
+
+#include <cstdint>
+
+#include "pairwise/simd/batch_fill.h"
+
+namespace {
+
+struct CodeConstants {
+  __m256i one, two, four, eight;
+};
+
+// Traceback byte per lane from the lane masks (all ones where true).
+inline __m256i codeBits(__m256i vGapWins, __m256i hGapWins, __m256i hOverV, __m256i hStays, __m256i vStays,
+                        const CodeConstants& k) {
+  const __m256i notDiag = _mm256_or_si256(vGapWins, hGapWins);
+  const __m256i from = _mm256_blendv_epi8(k.one, k.two, hOverV);
+  const __m256i stays = _mm256_or_si256(_mm256_and_si256(hStays, k.four), _mm256_and_si256(vStays, k.eight));
+  return _mm256_or_si256(_mm256_and_si256(notDiag, from), stays);
+}
+
+struct Avx2Ops16 {
+  using Elem = std::int16_t;
+  using Vec = __m256i;
+  static constexpr unsigned kLanes = zemtra::simd::kAvx2Lanes16;
+  static Vec zero() { return _mm256_setzero_si256(); }
+  static Vec set1(int x) { return _mm256_set1_epi16(static_cast<short>(x)); }
+  static Vec load(const Elem* p) { return _mm256_load_si256(reinterpret_cast<const __m256i*>(p)); }
+  static void store(Elem* p, Vec a) { _mm256_store_si256(reinterpret_cast<__m256i*>(p), a); }
+  static Vec add(Vec a, Vec b) { return _mm256_add_epi16(a, b); }
+  static Vec sub(Vec a, Vec b) { return _mm256_sub_epi16(a, b); }
+  static Vec max(Vec a, Vec b) { return _mm256_max_epi16(a, b); }
+  static void storeCodes(std::uint8_t* out, Vec dUp, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
+    const Vec bits = codeBits(_mm256_cmpgt_epi16(vGap, dUp), _mm256_cmpgt_epi16(hGap, dUp),
+                              _mm256_cmpgt_epi16(hGap, vGap), _mm256_cmpgt_epi16(h, d), _mm256_cmpgt_epi16(v, d),
+                              {_mm256_set1_epi16(1), _mm256_set1_epi16(2), _mm256_set1_epi16(4), _mm256_set1_epi16(8)});
+    // The pack works within each 128-bit half; gather the two low quarters.
+    const Vec bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(bits, bits), 0x08);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(bytes));
+  }
+};
+
+struct Avx2Ops32 {
+  using Elem = std::int32_t;
+  using Vec = __m256i;
+  static constexpr unsigned kLanes = zemtra::simd::kAvx2Lanes32;
+  static Vec zero() { return _mm256_setzero_si256(); }
+  static Vec set1(int x) { return _mm256_set1_epi32(x); }
+  static Vec load(const Elem* p) { return _mm256_load_si256(reinterpret_cast<const __m256i*>(p)); }
+  static void store(Elem* p, Vec a) { _mm256_store_si256(reinterpret_cast<__m256i*>(p), a); }
+  static Vec add(Vec a, Vec b) { return _mm256_add_epi32(a, b); }
+  static Vec sub(Vec a, Vec b) { return _mm256_sub_epi32(a, b); }
+  static Vec max(Vec a, Vec b) { return _mm256_max_epi32(a, b); }
+  static void storeCodes(std::uint8_t* out, Vec dUp, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
+    const Vec bits = codeBits(_mm256_cmpgt_epi32(vGap, dUp), _mm256_cmpgt_epi32(hGap, dUp),
+                              _mm256_cmpgt_epi32(hGap, vGap), _mm256_cmpgt_epi32(h, d), _mm256_cmpgt_epi32(v, d),
+                              {_mm256_set1_epi32(1), _mm256_set1_epi32(2), _mm256_set1_epi32(4), _mm256_set1_epi32(8)});
+    // Per 128-bit half: 32 -> 16 -> 8 bits leaves four codes in the first
+    // dword of each half; dwords 0 and 4 then hold the eight lanes in order.
+    const Vec words = _mm256_packs_epi32(bits, bits);
+    const Vec bytes = _mm256_packus_epi16(words, words);
+    const Vec ordered = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(ordered));
+  }
+};
+
+#include "pairwise/simd/batch_fill.inc"
+
+}  // namespace
+
+namespace zemtra::simd {
+
+void fillAvx2(const BatchFill& f, int bits) {
+  if (bits == 16)
+    fillLanes<Avx2Ops16>(f);
+  else
+    fillLanes<Avx2Ops32>(f);
+}
+
+}  // namespace zemtra::simd

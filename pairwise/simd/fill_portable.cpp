@@ -1,0 +1,69 @@
+// Multi-pair fill in plain C++: the kernel for builds and CPUs without a
+// SIMD path, and the yardstick the instruction-set kernels are tested with.
+#include <cstdint>
+
+#include "pairwise/simd/batch_fill.h"
+
+namespace {
+
+template <typename E, unsigned N>
+struct PortableOps {
+  using Elem = E;
+  struct Vec {
+    E e[N];
+  };
+  static constexpr unsigned kLanes = N;
+
+  template <class F>
+  static Vec each(F f) {
+    Vec r;
+    for (unsigned l = 0; l < N; ++l) r.e[l] = static_cast<E>(f(l));
+    return r;
+  }
+  static Vec zero() {
+    return each([](unsigned) { return 0; });
+  }
+  static Vec set1(int x) {
+    return each([x](unsigned) { return x; });
+  }
+  static Vec load(const E* p) {
+    return each([p](unsigned l) { return p[l]; });
+  }
+  static void store(E* p, const Vec& a) {
+    for (unsigned l = 0; l < N; ++l) p[l] = a.e[l];
+  }
+  static Vec add(const Vec& a, const Vec& b) {
+    return each([&](unsigned l) { return a.e[l] + b.e[l]; });
+  }
+  static Vec sub(const Vec& a, const Vec& b) {
+    return each([&](unsigned l) { return a.e[l] - b.e[l]; });
+  }
+  static Vec max(const Vec& a, const Vec& b) {
+    return each([&](unsigned l) { return a.e[l] > b.e[l] ? a.e[l] : b.e[l]; });
+  }
+  static void storeCodes(std::uint8_t* out, const Vec& dUp, const Vec& vGap, const Vec& hGap, const Vec& d,
+                         const Vec& v, const Vec& h) {
+    for (unsigned l = 0; l < N; ++l) {
+      unsigned code = 0;
+      if (vGap.e[l] > dUp.e[l] || hGap.e[l] > dUp.e[l]) code = hGap.e[l] > vGap.e[l] ? 2 : 1;
+      if (h.e[l] > d.e[l]) code |= zemtra::simd::kHorzStays;
+      if (v.e[l] > d.e[l]) code |= zemtra::simd::kVertStays;
+      out[l] = static_cast<std::uint8_t>(code);
+    }
+  }
+};
+
+#include "pairwise/simd/batch_fill.inc"
+
+}  // namespace
+
+namespace zemtra::simd {
+
+void fillPortable(const BatchFill& f, int bits) {
+  if (bits == 16)
+    fillLanes<PortableOps<std::int16_t, kPortableLanes16>>(f);
+  else
+    fillLanes<PortableOps<std::int32_t, kPortableLanes32>>(f);
+}
+
+}  // namespace zemtra::simd

@@ -1,0 +1,15 @@
+// The single-pair row pass vectorised for AVX-512.
+#include <cstdint>
+
+#include "pairwise/simd/batch_fill.h"
+#include "pairwise/simd/row_pass.h"
+
+namespace {
+
+#include "pairwise/simd/row_pass.inc"
+
+}  // namespace
+
+void zemtra::simd::rowPassAvx512(const RowPass& r) {
+  rowPassLoop(r.upD, r.upV, r.upH, r.score, r.curD, r.curV, r.codes, r.m, r.gap);
+}
