@@ -107,9 +107,11 @@ void AlignmentView::updateMetrics() {
   cellWidth_ = metrics.horizontalAdvance(QLatin1Char('W')) + 3;
   cellHeight_ = metrics.height() + 3;
   rulerHeight_ = metrics.height() + 9;
-  int longest = kShortestNameRoom;
-  for (const QString& name : names_) longest = std::max(longest, static_cast<int>(name.size()));
-  namesWidth_ = std::min(longest, kLongestNameShown) * metrics.horizontalAdvance(QLatin1Char('M')) + 2 * kNamePadding;
+  int widest = metrics.horizontalAdvance(QString(kShortestNameRoom, QLatin1Char('M')));
+  for (const QString& name : names_) widest = std::max(widest, metrics.horizontalAdvance(name));
+  widest = std::min(widest, metrics.horizontalAdvance(QString(kLongestNameShown, QLatin1Char('M'))));
+  // Two pixels more than measured: eliding measures with fractional advances.
+  namesWidth_ = widest + 2 * kNamePadding + 2;
   for (QPixmap& tile : tiles_) tile = QPixmap();
 }
 
@@ -148,14 +150,15 @@ void AlignmentView::paintEvent(QPaintEvent*) {
   painter.fillRect(viewport()->rect(), palette().color(QPalette::Base));
   if (rows_.empty() || columnCount() == 0) {
     painter.setPen(palette().color(QPalette::PlaceholderText));
-    painter.drawText(viewport()->rect(), Qt::AlignCenter,
-                     alignment_ == nullptr ? tr("Open an alignment with File \u2192 Open") : tr("The alignment is empty"));
+    painter.drawText(
+        viewport()->rect(), Qt::AlignCenter,
+        alignment_ == nullptr ? tr("Open an alignment with File \u2192 Open") : tr("The alignment is empty"));
     return;
   }
-  const VisibleSpan rows = visibleSpan(
-      {firstVisibleRow(), viewport()->height() - rulerHeight_, cellHeight_, rowCount()});
-  const VisibleSpan columns = visibleSpan(
-      {firstVisibleColumn(), viewport()->width() - namesWidth_, cellWidth_, columnCount()});
+  const VisibleSpan rows =
+      visibleSpan({firstVisibleRow(), viewport()->height() - rulerHeight_, cellHeight_, rowCount()});
+  const VisibleSpan columns =
+      visibleSpan({firstVisibleColumn(), viewport()->width() - namesWidth_, cellWidth_, columnCount()});
   paintGrid(painter, rows.first, rows.count, columns.first, columns.count);
   paintRuler(painter, columns.first, columns.count);
   paintNames(painter, rows.first, rows.count);
@@ -168,8 +171,8 @@ void AlignmentView::paintEvent(QPaintEvent*) {
 void AlignmentView::paintGrid(QPainter& painter, unsigned long firstRow, unsigned long rows, unsigned long firstColumn,
                               unsigned long columns) {
   painter.save();
-  painter.setClipRect(QRect(namesWidth_, rulerHeight_, viewport()->width() - namesWidth_,
-                            viewport()->height() - rulerHeight_));
+  painter.setClipRect(
+      QRect(namesWidth_, rulerHeight_, viewport()->width() - namesWidth_, viewport()->height() - rulerHeight_));
   for (unsigned long r = 0; r < rows; ++r) {
     const std::string& text = rows_[firstRow + r];
     const int y = rulerHeight_ + static_cast<int>(r) * cellHeight_;
@@ -202,32 +205,38 @@ void AlignmentView::paintRuler(QPainter& painter, unsigned long firstColumn, uns
   const QRect band(namesWidth_, 0, viewport()->width() - namesWidth_, rulerHeight_);
   painter.setClipRect(band);
   painter.fillRect(band, kRulerBackground);
-  const unsigned long lastColumn = firstColumn + columns;
-  if (selection_.first < selection_.second && selection_.first < lastColumn && selection_.second > firstColumn) {
-    const unsigned long from = std::max(selection_.first, firstColumn);
-    const unsigned long to = std::min(selection_.second, lastColumn);
-    painter.fillRect(QRect(namesWidth_ + static_cast<int>(from - firstColumn) * cellWidth_, 0,
-                           static_cast<int>(to - from) * cellWidth_, rulerHeight_),
-                     kSelectionBand);
-  }
   const QFontMetrics metrics(font());
   const int tickBottom = rulerHeight_ - 1;
   // Numbers a little wider than their column are still drawn when the
   // column itself is just off the left edge.
   const unsigned long lead = std::min<unsigned long>(firstColumn, 4);
-  for (unsigned long column = firstColumn - lead; column < lastColumn; ++column) {
-    const int left = namesWidth_ + (static_cast<int>(column) - static_cast<int>(firstColumn)) * cellWidth_;
-    const int middle = left + cellWidth_ / 2;
-    const bool selected = column >= selection_.first && column < selection_.second;
-    painter.setPen(selected ? Qt::white : Qt::black);
-    if (rulerNumberAt(column)) {
-      painter.drawLine(middle, tickBottom - 5, middle, tickBottom);
-      const QString number = QString::number(column + 1);
-      const int width = metrics.horizontalAdvance(number);
-      painter.drawText(QRect(middle - width / 2 - 1, 2, width + 2, metrics.height()), Qt::AlignCenter, number);
-    } else if ((column + 1) % 5 == 0) {
-      painter.drawLine(middle, tickBottom - 3, middle, tickBottom);
+  const unsigned long lastColumn = firstColumn + columns;
+  const auto drawMarks = [&](const QColor& colour) {
+    painter.setPen(colour);
+    for (unsigned long column = firstColumn - lead; column < lastColumn; ++column) {
+      const int left = namesWidth_ + (static_cast<int>(column) - static_cast<int>(firstColumn)) * cellWidth_;
+      const int middle = left + cellWidth_ / 2;
+      if (rulerNumberAt(column)) {
+        painter.drawLine(middle, tickBottom - 5, middle, tickBottom);
+        const QString number = QString::number(column + 1);
+        const int width = metrics.horizontalAdvance(number);
+        painter.drawText(QRect(middle - width / 2 - 1, 2, width + 2, metrics.height()), Qt::AlignCenter, number);
+      } else if ((column + 1) % 5 == 0) {
+        painter.drawLine(middle, tickBottom - 3, middle, tickBottom);
+      }
     }
+  };
+  drawMarks(Qt::black);
+  if (selection_.first < selection_.second && selection_.first < lastColumn && selection_.second > firstColumn) {
+    // The selected band is drawn over the marks, which are drawn again in
+    // white inside it, so that a number half inside stays readable.
+    const unsigned long from = std::max(selection_.first, firstColumn);
+    const unsigned long to = std::min(selection_.second, lastColumn);
+    const QRect selected(namesWidth_ + static_cast<int>(from - firstColumn) * cellWidth_, 0,
+                         static_cast<int>(to - from) * cellWidth_, rulerHeight_);
+    painter.setClipRect(band.intersected(selected));
+    painter.fillRect(selected, kSelectionBand);
+    drawMarks(Qt::white);
   }
   painter.restore();
 }

@@ -48,7 +48,8 @@ RecoveryFiles recoveryFilesFor(const std::string& directory, const std::string& 
   std::string base = openPath.empty() ? std::string("untitled") : fs::path(openPath).stem().string();
   if (base.empty()) base = "untitled";
   const fs::path dir(directory);
-  return {(dir / (base + std::string(kAlignmentSuffix))).string(), (dir / (base + std::string(kMarkerSuffix))).string()};
+  return {(dir / (base + std::string(kAlignmentSuffix))).string(),
+          (dir / (base + std::string(kMarkerSuffix))).string()};
 }
 
 void writeRecovery(const RecoveryFiles& files, const KARVO::Alignment& alignment, const RecoveryOrigin& origin) {
@@ -73,7 +74,8 @@ std::vector<PendingRecovery> findRecoveries(const std::string& directory) {
     if (!name.ends_with(kAlignmentSuffix) || !entry.is_regular_file(error)) continue;
     const std::string base = name.substr(0, name.size() - kAlignmentSuffix.size());
     PendingRecovery pending;
-    pending.files = {entry.path().string(), (entry.path().parent_path() / (base + std::string(kMarkerSuffix))).string()};
+    pending.files = {entry.path().string(),
+                     (entry.path().parent_path() / (base + std::string(kMarkerSuffix))).string()};
     pending.origin = readMarker(pending.files.markerPath);
     if (processRunning(pending.origin.processId)) continue;
     found.emplace_back(entry.last_write_time(error), std::move(pending));

@@ -7,8 +7,7 @@ namespace karvo_gui {
 
 VisibleSpan visibleSpan(const AxisView& axis) {
   if (axis.offset >= axis.total || axis.extentPixels <= 0 || axis.cellPixels <= 0) return {axis.offset, 0};
-  const unsigned long fitting =
-      static_cast<unsigned long>((axis.extentPixels + axis.cellPixels - 1) / axis.cellPixels);
+  const unsigned long fitting = static_cast<unsigned long>((axis.extentPixels + axis.cellPixels - 1) / axis.cellPixels);
   return {axis.offset, std::min(fitting, axis.total - axis.offset)};
 }
 

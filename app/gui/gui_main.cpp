@@ -1,0 +1,122 @@
+#include "app/gui/gui_main.h"
+
+#include <QApplication>
+#include <QGuiApplication>
+#include <QImage>
+#include <QMessageBox>
+#include <QPixmap>
+#include <QTimer>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "app/gui/alignment_view.h"
+#include "app/gui/main_window.h"
+#include "app/gui/modal_auto_answer.h"
+#include "app/plugin_loader.h"
+
+namespace karvo_gui {
+
+namespace {
+
+std::vector<std::string> pluginDirs(const GuiOptions& options) {
+  const char* pathVariable = std::getenv("KARVO_PLUGIN_PATH");
+  return karvo_app::pluginSearchDirs(
+      {options.pluginDir, pathVariable != nullptr ? pathVariable : "", karvo_app::executableDir()});
+}
+
+void printError(const QString& title, const QString& text) {
+  std::fprintf(stderr, "karvo: %s: %s\n", qPrintable(title), qPrintable(text));
+}
+
+int chosenPlugin(const MainWindow& window) {
+  const QStringList names = window.pluginNames();
+  const int zemtra = names.indexOf(QStringLiteral("Zemtra"));
+  return zemtra >= 0 ? zemtra : (names.isEmpty() ? -1 : 0);
+}
+
+// The steps after the window is up: select, run, picture. Returns the exit
+// status of a screenshot run.
+int startUp(MainWindow& window, const GuiOptions& options) {
+  const bool unattended = options.screenshot.has_value();
+  if (options.select && !window.selectColumns(*options.select)) {
+    const QString text = QStringLiteral("columns %1:%2 are not within the alignment (%3 columns)")
+                             .arg(options.select->first)
+                             .arg(options.select->last)
+                             .arg(window.alignment() != nullptr ? window.alignment()->columnCount() : 0);
+    if (unattended) {
+      printError(QStringLiteral("--select"), text);
+      return 1;
+    }
+    QMessageBox::warning(&window, QStringLiteral("karvo"), text);
+  }
+  if (options.run) {
+    const int plugin = chosenPlugin(window);
+    if (plugin < 0) {
+      const QString text = QStringLiteral("no plug-in found in the plug-in folders");
+      if (unattended) {
+        printError(QStringLiteral("--run"), text);
+        return 1;
+      }
+      QMessageBox::warning(&window, QStringLiteral("karvo"), text);
+    } else {
+      std::unique_ptr<ModalAutoAnswer> answers;
+      if (unattended) answers = std::make_unique<ModalAutoAnswer>();
+      const auto outcome = window.runPlugin(plugin);
+      if (unattended && outcome != MainWindow::RunOutcome::Changed) {
+        printError(QStringLiteral("--run"), QStringLiteral("the plug-in did not change the alignment"));
+        return 1;
+      }
+    }
+  }
+  if (unattended) {
+    // Lets the status bar and the layouts catch up with the last changes.
+    QCoreApplication::processEvents();
+    const QPixmap picture = window.grab();
+    if (picture.isNull() || !picture.save(QString::fromStdString(*options.screenshot), "PNG")) {
+      printError(QStringLiteral("--screenshot"),
+                 QStringLiteral("cannot write %1").arg(QString::fromStdString(*options.screenshot)));
+      return 1;
+    }
+  }
+  return 0;
+}
+
+}  // namespace
+
+int runGui(const GuiOptions& options) {
+  std::unique_ptr<QApplication> ownApplication;
+  if (QApplication::instance() == nullptr) {
+    static int argc = 1;
+    static char name[] = "karvo";
+    static char* argv[] = {name, nullptr};
+    ownApplication = std::make_unique<QApplication>(argc, argv);
+  }
+  QApplication::setApplicationName(QStringLiteral("karvo"));
+  QApplication::setOrganizationName(QStringLiteral("karvo"));
+
+  const bool unattended = options.screenshot.has_value();
+  MainWindow window(pluginDirs(options));
+  if (unattended) {
+    window.setReporter(printError);
+    window.setConfirmClose(false);
+  }
+  window.show();
+  // A recovery file is only offered to a person; unattended runs leave it.
+  // A restored alignment takes the place of the file named at start.
+  const bool restored = !unattended && window.offerRecovery();
+  if (options.file && !restored && !window.openFile(QString::fromStdString(*options.file)) && unattended) return 1;
+
+  int status = 0;
+  // Under a real display the window needs a moment to be mapped and painted;
+  // offscreen, grab() paints it by itself.
+  const bool offscreen = QGuiApplication::platformName() == QStringLiteral("offscreen");
+  QTimer::singleShot(unattended && !offscreen ? 300 : 0, &window, [&] {
+    status = startUp(window, options);
+    if (unattended) QCoreApplication::exit(status);
+  });
+  const int loopStatus = QApplication::exec();
+  return unattended ? status : loopStatus;
+}
+
+}  // namespace karvo_gui

@@ -1,0 +1,207 @@
+// The alignment view: selecting columns on the ruler with the mouse,
+// scrolling with the keyboard, and painting the visible cells.
+#include "app/gui/alignment_view.h"
+
+#include <gtest/gtest.h>
+
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+
+#include "app/gui/residue_colors.h"
+#include "gui_fixture.h"
+
+namespace karvo_gui {
+namespace {
+
+using testing::dragOnRuler;
+
+constexpr unsigned long kRows = 300;
+constexpr unsigned long kColumns = 1500;
+
+std::unique_ptr<KARVO::Alignment> patternedAlignment() {
+  static const char letters[] = "ACDEFGHIKLMNPQRSTVWY";
+  std::vector<KARVO::SequenceInfo> infos;
+  std::vector<std::string> rows;
+  for (unsigned long r = 0; r < kRows; ++r) {
+    infos.push_back({"seq" + std::to_string(r), ""});
+    std::string row(kColumns, '-');
+    for (unsigned long c = 0; c < kColumns; ++c) {
+      if ((r + c) % 11 != 0) row[c] = letters[(r * 7 + c * 3) % 20];
+    }
+    rows.push_back(row);
+  }
+  return KARVO::Alignment::fromRows(infos, rows);
+}
+
+class ViewTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    alignment = patternedAlignment();
+    view.resize(640, 420);
+    view.setAlignment(alignment.get());
+    view.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
+  }
+
+  QImage picture() { return view.viewport()->grab().toImage(); }
+
+  // The colour at the top-left corner of a visible cell, clear of its letter.
+  QColor cellCorner(const QImage& image, unsigned long row, unsigned long column) {
+    const int x = view.namesWidth() + static_cast<int>(column - view.firstVisibleColumn()) * view.cellWidth() + 1;
+    const int y = view.rulerHeight() + static_cast<int>(row - view.firstVisibleRow()) * view.cellHeight() + 1;
+    return image.pixelColor(x, y);
+  }
+
+  void expectCellsAsInAlignment(const QImage& image, unsigned long row, unsigned long column) {
+    const char code = alignment->rowText(row)[column];
+    const QColor expected = residueClass(code) == ResidueClass::Gap ? view.palette().color(QPalette::Base)
+                                                                    : residueClassColor(residueClass(code));
+    EXPECT_EQ(cellCorner(image, row, column).rgb(), expected.rgb()) << "row " << row << " column " << column;
+  }
+
+  std::unique_ptr<KARVO::Alignment> alignment;
+  AlignmentView view;
+};
+
+TEST_F(ViewTest, AClickOnTheRulerSelectsThatColumnInTheAlignment) {
+  QSignalSpy changes(&view, &AlignmentView::selectionChanged);
+  dragOnRuler(view, 4, 4);
+  EXPECT_EQ(view.selection(), (KARVO::ColumnRange{4, 5}));
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{4, 5}));
+  EXPECT_EQ(changes.count(), 1);
+}
+
+TEST_F(ViewTest, DraggingSelectsFromPressToReleaseInEitherDirection) {
+  dragOnRuler(view, 3, 20);
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{3, 21}));
+  dragOnRuler(view, 30, 12);
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{12, 31}));
+}
+
+TEST_F(ViewTest, ShiftClickExtendsFromTheFirstClick) {
+  dragOnRuler(view, 10, 10);
+  dragOnRuler(view, 25, 25, Qt::ShiftModifier);
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{10, 26}));
+  dragOnRuler(view, 2, 2, Qt::ShiftModifier);
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{2, 11}));
+}
+
+TEST_F(ViewTest, ShiftClickExtendsASelectionMadeElsewhere) {
+  view.setSelection({5, 9});
+  dragOnRuler(view, 15, 15, Qt::ShiftModifier);
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{5, 16}));
+}
+
+TEST_F(ViewTest, ClicksOutsideTheRulerKeepTheSelection) {
+  view.setSelection({5, 9});
+  const QPoint inGrid = view.rulerPointOfColumn(20) + QPoint(0, view.rulerHeight() * 2);
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, inGrid);
+  const QPoint onNames(view.namesWidth() / 2, view.rulerHeight() / 2);
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, onNames);
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{5, 9}));
+}
+
+TEST_F(ViewTest, DraggingPastTheRightEdgeScrollsAndKeepsSelecting) {
+  QWidget* surface = view.viewport();
+  QTest::mousePress(surface, Qt::LeftButton, Qt::NoModifier, view.rulerPointOfColumn(2));
+  const QPoint outside(surface->width() + 5, view.rulerHeight() / 2);
+  for (int i = 0; i < 5; ++i) QTest::mouseMove(surface, outside);
+  QTest::mouseRelease(surface, Qt::LeftButton, Qt::NoModifier, outside);
+  EXPECT_GT(view.firstVisibleColumn(), 0u);
+  const unsigned long lastVisible =
+      view.firstVisibleColumn() + (surface->width() - view.namesWidth()) / view.cellWidth();
+  EXPECT_EQ(alignment->selection.first, 2u);
+  EXPECT_GE(alignment->selection.second, lastVisible);
+}
+
+TEST_F(ViewTest, WhileNotInteractiveTheRulerIgnoresClicks) {
+  view.setSelection({5, 9});
+  view.setInteractive(false);
+  dragOnRuler(view, 20, 30);
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{5, 9}));
+}
+
+TEST_F(ViewTest, ASelectionOffScreenIsScrolledIntoView) {
+  view.setSelection({1200, 1210});
+  EXPECT_LE(view.firstVisibleColumn(), 1200u);
+  EXPECT_EQ(view.firstVisibleColumn(), 1200u);
+}
+
+TEST_F(ViewTest, ArrowAndPageKeysScroll) {
+  QTest::keyClick(&view, Qt::Key_Right);
+  EXPECT_EQ(view.firstVisibleColumn(), 1u);
+  QTest::keyClick(&view, Qt::Key_Down);
+  EXPECT_EQ(view.firstVisibleRow(), 1u);
+  QTest::keyClick(&view, Qt::Key_PageDown);
+  EXPECT_EQ(view.firstVisibleRow(), 1u + static_cast<unsigned long>(view.verticalScrollBar()->pageStep()));
+  QTest::keyClick(&view, Qt::Key_End, Qt::ControlModifier);
+  EXPECT_EQ(view.firstVisibleRow(), static_cast<unsigned long>(view.verticalScrollBar()->maximum()));
+  EXPECT_EQ(view.firstVisibleColumn(), static_cast<unsigned long>(view.horizontalScrollBar()->maximum()));
+  QTest::keyClick(&view, Qt::Key_Home, Qt::ControlModifier);
+  EXPECT_EQ(view.firstVisibleRow(), 0u);
+  EXPECT_EQ(view.firstVisibleColumn(), 0u);
+}
+
+TEST_F(ViewTest, ScrollingStopsWhenTheLastColumnAndRowAreWhollyVisible) {
+  const int gridWidth = view.viewport()->width() - view.namesWidth();
+  const int gridHeight = view.viewport()->height() - view.rulerHeight();
+  EXPECT_EQ(view.horizontalScrollBar()->maximum(), static_cast<int>(kColumns) - gridWidth / view.cellWidth());
+  EXPECT_EQ(view.verticalScrollBar()->maximum(), static_cast<int>(kRows) - gridHeight / view.cellHeight());
+}
+
+TEST_F(ViewTest, EscapeClearsTheSelection) {
+  view.setSelection({5, 9});
+  QTest::keyClick(&view, Qt::Key_Escape);
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{0, 0}));
+}
+
+TEST_F(ViewTest, VisibleCellsArePaintedInTheirResidueColours) {
+  const QImage image = picture();
+  for (unsigned long row : {0ul, 1ul, 5ul, 10ul}) {
+    for (unsigned long column : {0ul, 1ul, 9ul, 10ul, 30ul}) expectCellsAsInAlignment(image, row, column);
+  }
+}
+
+TEST_F(ViewTest, ScrolledFarThePaintedCellsFollow) {
+  view.scrollToCell(250, 1400);
+  const QImage image = picture();
+  for (unsigned long row : {250ul, 251ul, 260ul}) {
+    for (unsigned long column : {1400ul, 1405ul, 1422ul}) expectCellsAsInAlignment(image, row, column);
+  }
+}
+
+TEST_F(ViewTest, SelectedColumnsAreShaded) {
+  view.setSelection({0, 3});
+  const QImage image = picture();
+  // Row 0, column 0 is a gap: blank unless selected.
+  ASSERT_EQ(alignment->rowText(0)[0], '-');
+  EXPECT_NE(cellCorner(image, 0, 0).rgb(), view.palette().color(QPalette::Base).rgb());
+  const char outside = alignment->rowText(1)[5];
+  EXPECT_EQ(cellCorner(image, 1, 5).rgb(), residueClassColor(residueClass(outside)).rgb());
+}
+
+TEST_F(ViewTest, ReloadingShowsTheAlignmentAsItIsNow) {
+  alignment->packRow(0, {0, 22});
+  alignment->selection = {0, 22};
+  view.reloadAlignment();
+  EXPECT_EQ(view.selection(), (KARVO::ColumnRange{0, 22}));
+  view.setSelection({});
+  const QImage image = picture();
+  for (unsigned long column : {0ul, 10ul, 20ul, 21ul}) expectCellsAsInAlignment(image, 0, column);
+  EXPECT_EQ(alignment->rowText(0)[21], '-');
+}
+
+TEST(EmptyView, PaintsWithoutAnAlignmentOrColumns) {
+  AlignmentView view;
+  view.resize(300, 200);
+  EXPECT_FALSE(view.viewport()->grab().isNull());
+  auto empty = KARVO::Alignment::fromRows({}, {});
+  view.setAlignment(empty.get());
+  EXPECT_FALSE(view.viewport()->grab().isNull());
+  dragOnRuler(view, 0, 3);
+  EXPECT_EQ(view.selection(), (KARVO::ColumnRange{0, 0}));
+}
+
+}  // namespace
+}  // namespace karvo_gui

@@ -1,0 +1,67 @@
+#include "gui_fixture.h"
+
+#include <QColor>
+#include <QTest>
+#include <filesystem>
+#include <set>
+
+#include "app/gui/alignment_view.h"
+#include "app/gui/residue_colors.h"
+
+namespace karvo_gui::testing {
+
+std::string examplePath(const char* name) { return std::string(ZEMTRA_SOURCE_DIR) + "/examples/" + name; }
+
+std::string zemtraPluginDir() { return std::filesystem::path(ZEMTRA_PLUGIN_PATH).parent_path().string(); }
+
+std::string faultyPluginDir() { return std::filesystem::path(FAULTY_PLUGIN_PATH).parent_path().string(); }
+
+std::vector<std::string> rowsOf(const KARVO::Alignment& alignment) {
+  std::vector<std::string> rows;
+  for (unsigned long row = 0; row < alignment.sequenceCount(); ++row) rows.push_back(alignment.rowText(row));
+  return rows;
+}
+
+void dragOnRuler(AlignmentView& view, unsigned long from, unsigned long to, Qt::KeyboardModifiers modifiers) {
+  QWidget* surface = view.viewport();
+  QTest::mousePress(surface, Qt::LeftButton, modifiers, view.rulerPointOfColumn(from));
+  if (to != from) QTest::mouseMove(surface, view.rulerPointOfColumn(to));
+  QTest::mouseRelease(surface, Qt::LeftButton, modifiers, view.rulerPointOfColumn(to));
+}
+
+int residueColoursIn(const QImage& image) {
+  std::set<QRgb> wanted;
+  for (ResidueClass c : {ResidueClass::Hydrophobic, ResidueClass::Acidic, ResidueClass::Basic, ResidueClass::Polar,
+                         ResidueClass::GlycineProline, ResidueClass::Other}) {
+    wanted.insert(residueClassColor(c).rgb());
+  }
+  const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
+  std::set<QRgb> seen;
+  for (int y = 0; y < rgb.height(); ++y) {
+    const auto* line = reinterpret_cast<const QRgb*>(rgb.constScanLine(y));
+    for (int x = 0; x < rgb.width(); ++x) {
+      if (wanted.count(line[x] | 0xff000000u)) seen.insert(line[x] | 0xff000000u);
+    }
+  }
+  return static_cast<int>(seen.size());
+}
+
+void WindowTest::SetUp() {
+  ASSERT_TRUE(tmp_.isValid());
+  qputenv("KARVO_TMPDIR", tmp_.path().toLocal8Bit());
+}
+
+void WindowTest::TearDown() {
+  window_.reset();
+  qunsetenv("KARVO_TMPDIR");
+}
+
+MainWindow& WindowTest::makeWindow(const std::vector<std::string>& dirs) {
+  window_ = std::make_unique<MainWindow>(dirs);
+  window_->setConfirmClose(false);
+  window_->setReporter([this](const QString& title, const QString& text) { reports_ << title + ": " + text; });
+  window_->show();
+  return *window_;
+}
+
+}  // namespace karvo_gui::testing

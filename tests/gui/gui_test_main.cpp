@@ -1,0 +1,17 @@
+// GoogleTest main for the window tests: a QApplication, and settings kept
+// out of the user's own configuration.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QTemporaryDir>
+#include <cstdlib>
+
+int main(int argc, char** argv) {
+  // Without a display QApplication would abort.
+  setenv("QT_QPA_PLATFORM", "offscreen", 0);
+  QTemporaryDir config;
+  setenv("XDG_CONFIG_HOME", config.path().toLocal8Bit().constData(), 1);
+  QApplication application(argc, argv);
+  ::testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}

@@ -1,0 +1,261 @@
+// Running plug-ins from the window: the real Zemtra plug-in with its dialog,
+// and a test plug-in that fails after changing the alignment.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QDialog>
+#include <QFile>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QTest>
+#include <filesystem>
+
+#include "app/gui/alignment_view.h"
+#include "app/gui/modal_auto_answer.h"
+#include "app/plugin_loader.h"
+#include "gui_fixture.h"
+#include "host/alignment_io.h"
+
+namespace karvo_gui {
+namespace {
+
+using testing::dragOnRuler;
+using testing::examplePath;
+using testing::rowsOf;
+using testing::WindowTest;
+
+namespace fs = std::filesystem;
+
+// A run without windows that always overwrites, for the reference result.
+class QuietInteraction : public RunInteraction {
+ public:
+  bool confirmOverwrite(const QString&) override { return true; }
+  void progressStart(int) override {}
+  void progressSet(int) override {}
+  bool progressCanceled() override { return false; }
+  void progressEnd() override {}
+  void processEvents() override {}
+  void debugMessage(const QString&) override {}
+};
+
+struct Snapshot {
+  std::vector<std::string> rows;
+  std::vector<std::string> names;
+  KARVO::ColumnRange selection;
+  bool operator==(const Snapshot&) const = default;
+};
+
+Snapshot snapshotOf(const KARVO::Alignment& alignment) {
+  Snapshot snapshot{rowsOf(alignment), {}, alignment.selection};
+  for (unsigned long row = 0; row < alignment.sequenceCount(); ++row)
+    snapshot.names.push_back(alignment.GetSeqName(row));
+  return snapshot;
+}
+
+QAction* action(const MainWindow& window, const char* name) {
+  return window.findChild<QAction*>(QString::fromLatin1(name));
+}
+
+class ZemtraRunTest : public WindowTest {
+ protected:
+  void SetUp() override {
+    WindowTest::SetUp();
+    MainWindow& window = makeWindow({testing::zemtraPluginDir()});
+    ASSERT_TRUE(window.openFile(QString::fromStdString(examplePath("globins.fa"))));
+    zemtra = window.pluginNames().indexOf(QStringLiteral("Zemtra"));
+    ASSERT_GE(zemtra, 0);
+  }
+
+  MainWindow& window() { return *window_; }
+  int zemtra = -1;
+};
+
+TEST_F(ZemtraRunTest, TheRunRealignsAsTheWindowlessEntryPointWithTheSameParameters) {
+  dragOnRuler(*window().view(), 0, 30);
+  dragOnRuler(*window().view(), 60, 60, Qt::ShiftModifier);
+  ASSERT_EQ(window().alignment()->selection, (KARVO::ColumnRange{0, 61}));
+
+  const auto reference = window().alignment()->clone();
+  const auto plugin = karvo_app::LoadedPlugin::open(ZEMTRA_PLUGIN_PATH);
+  QuietInteraction quiet;
+  ASSERT_TRUE(plugin->executeWithParameters()(*reference, {0, 40, 0, QStringLiteral("reference.log")}, quiet, nullptr));
+
+  ModalAutoAnswer accept;
+  EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
+  EXPECT_EQ(snapshotOf(*window().alignment()), snapshotOf(*reference));
+  EXPECT_EQ(window().alignment()->columnCount(), reference->columnCount());
+  EXPECT_TRUE(window().isWindowModified());
+}
+
+TEST_F(ZemtraRunTest, UndoBringsBackTheAlignmentExactly) {
+  window().selectColumns({1, 120});
+  const Snapshot before = snapshotOf(*window().alignment());
+  {
+    ModalAutoAnswer accept;
+    ASSERT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
+  }
+  ASSERT_NE(snapshotOf(*window().alignment()), before);
+  ASSERT_TRUE(action(window(), "undoAction")->isEnabled());
+  action(window(), "undoAction")->trigger();
+  EXPECT_EQ(snapshotOf(*window().alignment()), before);
+  EXPECT_EQ(window().view()->alignment(), window().alignment());
+  EXPECT_FALSE(window().isWindowModified());
+  EXPECT_FALSE(window().canUndo());
+}
+
+TEST_F(ZemtraRunTest, WhileTheDialogIsOpenTheWindowRefusesAnotherRunAndKeepsARecoveryCopy) {
+  window().selectColumns({1, 120});
+  const auto before = rowsOf(*window().alignment());
+  const RecoveryFiles recovery = recoveryFilesFor(tmpDir(), window().filePath().toStdString());
+  bool checked = false;
+  ModalAutoAnswer answer([&](QWidget& modal) {
+    checked = true;
+    EXPECT_TRUE(window().isRunning());
+    EXPECT_FALSE(window().findChild<QMenu*>(QStringLiteral("pluginMenu"))->isEnabled());
+    for (const char* name : {"openAction", "saveAction", "saveAsAction", "undoAction", "quitAction"}) {
+      EXPECT_FALSE(action(window(), name)->isEnabled()) << name;
+    }
+    EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Refused);
+    EXPECT_FALSE(window().close());
+    ASSERT_TRUE(fs::exists(recovery.alignmentPath));
+    EXPECT_EQ(rowsOf(*KARVO::readAlignmentFile(recovery.alignmentPath)), before);
+    acceptAsShown(modal);
+  });
+  ASSERT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
+  EXPECT_TRUE(checked);
+  EXPECT_FALSE(fs::exists(recovery.alignmentPath));
+  EXPECT_FALSE(fs::exists(recovery.markerPath));
+  EXPECT_TRUE(window().findChild<QMenu*>(QStringLiteral("pluginMenu"))->isEnabled());
+  EXPECT_TRUE(action(window(), "openAction")->isEnabled());
+}
+
+TEST_F(ZemtraRunTest, CancellingTheDialogChangesNothing) {
+  window().selectColumns({1, 120});
+  const Snapshot before = snapshotOf(*window().alignment());
+  ModalAutoAnswer cancel([](QWidget& modal) { qobject_cast<QDialog*>(&modal)->reject(); });
+  EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Unchanged);
+  EXPECT_EQ(snapshotOf(*window().alignment()), before);
+  EXPECT_FALSE(window().canUndo());
+  EXPECT_FALSE(window().isWindowModified());
+  EXPECT_TRUE(window().lastLogPath().isEmpty());
+}
+
+TEST_F(ZemtraRunTest, WithoutASelectionThePluginIsNotStarted) {
+  bool asked = false;
+  ModalAutoAnswer watch([&asked](QWidget& modal) {
+    asked = true;
+    acceptAsShown(modal);
+  });
+  EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Refused);
+  EXPECT_FALSE(asked);
+  EXPECT_EQ(reports_.size(), 1);
+}
+
+TEST_F(ZemtraRunTest, TheRunLogCanBeReadAfterwards) {
+  window().selectColumns({1, 120});
+  ModalAutoAnswer accept;
+  ASSERT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
+  EXPECT_EQ(window().lastLogPath(), QString::fromStdString(tmpDir() + "/zemtra.log"));
+  ASSERT_TRUE(action(window(), "runLogAction")->isEnabled());
+  action(window(), "runLogAction")->trigger();
+  auto* text = window().findChild<QPlainTextEdit*>(QStringLiteral("runLogText"));
+  ASSERT_NE(text, nullptr);
+  EXPECT_TRUE(text->isReadOnly());
+  QFile log(window().lastLogPath());
+  ASSERT_TRUE(log.open(QIODevice::ReadOnly));
+  EXPECT_EQ(text->toPlainText(), QString::fromUtf8(log.readAll()));
+  EXPECT_FALSE(text->toPlainText().isEmpty());
+}
+
+TEST_F(ZemtraRunTest, TheLogNameGivenInTheDialogIsFollowed) {
+  window().selectColumns({1, 120});
+  ModalAutoAnswer answer([](QWidget& modal) {
+    if (auto* edit = modal.findChild<QLineEdit*>(QStringLiteral("logFilename")))
+      edit->setText(QStringLiteral("run.txt"));
+    acceptAsShown(modal);
+  });
+  ASSERT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
+  EXPECT_EQ(window().lastLogPath(), QString::fromStdString(tmpDir() + "/run.txt"));
+}
+
+TEST_F(ZemtraRunTest, CtrlZUndoesTheRun) {
+  window().selectColumns({1, 120});
+  const auto before = rowsOf(*window().alignment());
+  {
+    ModalAutoAnswer accept;
+    ASSERT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
+  }
+  window().activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
+  QTest::keyClick(window().view(), Qt::Key_Z, Qt::ControlModifier);
+  EXPECT_EQ(rowsOf(*window().alignment()), before);
+}
+
+// The test plug-in, loaded a second time to reach its switches; both loads
+// share one copy of the library.
+class FaultyRunTest : public WindowTest {
+ protected:
+  void SetUp() override {
+    WindowTest::SetUp();
+    handle = dlopen(FAULTY_PLUGIN_PATH, RTLD_NOW);
+    ASSERT_NE(handle, nullptr) << dlerror();
+    setFailure = reinterpret_cast<void (*)(int)>(dlsym(handle, "faultySetFailure"));
+    setProbe = reinterpret_cast<void (*)(void (*)())>(dlsym(handle, "faultySetProbe"));
+    ASSERT_TRUE(setFailure && setProbe);
+    MainWindow& window = makeWindow({testing::faultyPluginDir()});
+    ASSERT_EQ(window.pluginNames(), QStringList{QStringLiteral("faulty")});
+    ASSERT_TRUE(window.openFile(QString::fromStdString(examplePath("globins.fa"))));
+    window.selectColumns({1, 100});
+  }
+
+  void TearDown() override {
+    setFailure(0);
+    setProbe(nullptr);
+    WindowTest::TearDown();
+    dlclose(handle);
+  }
+
+  void* handle = nullptr;
+  void (*setFailure)(int) = nullptr;
+  void (*setProbe)(void (*)()) = nullptr;
+};
+
+TEST_F(FaultyRunTest, AnInvalidArgumentIsReportedAndTheAlignmentRestored) {
+  const Snapshot before = snapshotOf(*window_->alignment());
+  setFailure(1);
+  EXPECT_EQ(window_->runPlugin(0), MainWindow::RunOutcome::Failed);
+  EXPECT_EQ(snapshotOf(*window_->alignment()), before);
+  EXPECT_EQ(window_->view()->alignment(), window_->alignment());
+  ASSERT_EQ(reports_.size(), 1);
+  EXPECT_TRUE(reports_[0].contains(QStringLiteral("rows do not fit"))) << reports_[0].toStdString();
+  EXPECT_FALSE(window_->canUndo());
+  EXPECT_FALSE(window_->isWindowModified());
+  EXPECT_FALSE(window_->isRunning());
+  EXPECT_TRUE(action(*window_, "openAction")->isEnabled());
+}
+
+TEST_F(FaultyRunTest, RunningOutOfMemoryIsReportedAndTheAlignmentRestored) {
+  const Snapshot before = snapshotOf(*window_->alignment());
+  setFailure(2);
+  EXPECT_EQ(window_->runPlugin(0), MainWindow::RunOutcome::Failed);
+  EXPECT_EQ(snapshotOf(*window_->alignment()), before);
+  ASSERT_EQ(reports_.size(), 1);
+  EXPECT_TRUE(reports_[0].contains(QStringLiteral("out of memory"))) << reports_[0].toStdString();
+}
+
+TEST_F(FaultyRunTest, TheRecoveryFileIsGoneAfterAFailure) {
+  static std::string recoveryPath;
+  static bool existedDuringRun;
+  recoveryPath = recoveryFilesFor(tmpDir(), window_->filePath().toStdString()).alignmentPath;
+  existedDuringRun = false;
+  setProbe([] { existedDuringRun = fs::exists(recoveryPath); });
+  setFailure(1);
+  EXPECT_EQ(window_->runPlugin(0), MainWindow::RunOutcome::Failed);
+  EXPECT_TRUE(existedDuringRun);
+  EXPECT_FALSE(fs::exists(recoveryPath));
+}
+
+}  // namespace
+}  // namespace karvo_gui

@@ -1,0 +1,119 @@
+// Pictures of the window and of the plug-in's dialog, written into the build
+// folder's screenshots/ for a person to look at, and the unattended
+// screenshot mode of runGui.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDialog>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QPixmap>
+#include <filesystem>
+
+#include "app/gui/alignment_view.h"
+#include "app/gui/gui_main.h"
+#include "app/gui/modal_auto_answer.h"
+#include "gui_fixture.h"
+
+namespace karvo_gui {
+namespace {
+
+using testing::dragOnRuler;
+using testing::examplePath;
+using testing::residueColoursIn;
+using testing::WindowTest;
+
+namespace fs = std::filesystem;
+
+QString screenshotPath(const char* name) {
+  QDir().mkpath(QStringLiteral(SCREENSHOT_DIR));
+  return QStringLiteral(SCREENSHOT_DIR "/") + QLatin1String(name);
+}
+
+class ScreenshotTest : public WindowTest {};
+
+TEST_F(ScreenshotTest, TheMainWindowWithASelectionShowsTheColouredGrid) {
+  MainWindow& window = makeWindow({testing::zemtraPluginDir()});
+  window.resize(1000, 560);
+  ASSERT_TRUE(window.openFile(QString::fromStdString(examplePath("globins.fa"))));
+  dragOnRuler(*window.view(), 11, 39);
+  QCoreApplication::processEvents();
+  const QString path = screenshotPath("main_window.png");
+  ASSERT_TRUE(window.grab().save(path, "PNG"));
+
+  QImage picture(path);
+  ASSERT_FALSE(picture.isNull());
+  EXPECT_EQ(picture.size(), window.size());
+  EXPECT_GT(fs::file_size(path.toStdString()), 0u);
+  EXPECT_GE(residueColoursIn(picture), 3);
+}
+
+TEST_F(ScreenshotTest, TheParameterDialogIsPictured) {
+  MainWindow& window = makeWindow({testing::zemtraPluginDir()});
+  ASSERT_TRUE(window.openFile(QString::fromStdString(examplePath("globins.fa"))));
+  window.selectColumns({1, 100});
+  const QString path = screenshotPath("parameter_dialog.png");
+  QString title;
+  ModalAutoAnswer picture([&](QWidget& modal) {
+    title = modal.windowTitle();
+    modal.grab().save(path, "PNG");
+    qobject_cast<QDialog*>(&modal)->reject();
+  });
+  window.runPlugin(static_cast<int>(window.pluginNames().indexOf(QStringLiteral("Zemtra"))));
+  EXPECT_EQ(title, QStringLiteral("Zemtra"));
+  const QImage image(path);
+  ASSERT_FALSE(image.isNull());
+  EXPECT_GE(image.width(), 300);
+}
+
+TEST_F(ScreenshotTest, UnattendedModePicturesTheSelectionAndExits) {
+  const std::string path = screenshotPath("unattended_selection.png").toStdString();
+  GuiOptions options;
+  options.file = examplePath("kinases.fa");
+  options.select = ColumnSpan{12, 40};
+  options.screenshot = path;
+  options.pluginDir = tmpDir();
+  EXPECT_EQ(runGui(options), 0);
+  const QImage image(QString::fromStdString(path));
+  ASSERT_FALSE(image.isNull());
+  EXPECT_GE(residueColoursIn(image), 3);
+}
+
+TEST_F(ScreenshotTest, UnattendedModeRunsThePluginWithItsDefaultsFirst) {
+  const QString path = screenshotPath("after_run.png");
+  QFile::remove(path);
+  GuiOptions options;
+  options.file = examplePath("globins.fa");
+  options.select = ColumnSpan{1, 154};
+  options.screenshot = path.toStdString();
+  options.run = true;
+  options.pluginDir = testing::zemtraPluginDir();
+  EXPECT_EQ(runGui(options), 0);
+  EXPECT_FALSE(QImage(path).isNull());
+  EXPECT_TRUE(fs::exists(tmpDir() + "/zemtra.log"));
+}
+
+TEST_F(ScreenshotTest, UnattendedModeFailsOnASpanBeyondTheAlignment) {
+  const std::string path = tmpDir() + "/none.png";
+  GuiOptions options;
+  options.file = examplePath("kinases.fa");
+  options.select = ColumnSpan{1, 100000};
+  options.screenshot = path;
+  options.pluginDir = tmpDir();
+  EXPECT_EQ(runGui(options), 1);
+  EXPECT_FALSE(fs::exists(path));
+}
+
+TEST_F(ScreenshotTest, UnattendedModeFailsOnAFileThatCannotBeRead) {
+  const std::string path = tmpDir() + "/none.png";
+  GuiOptions options;
+  options.file = tmpDir() + "/absent.fa";
+  options.screenshot = path;
+  options.pluginDir = tmpDir();
+  EXPECT_EQ(runGui(options), 1);
+  EXPECT_FALSE(fs::exists(path));
+}
+
+}  // namespace
+}  // namespace karvo_gui

@@ -1,0 +1,102 @@
+// Visible cells, ruler drags, command-line spans and the window's texts.
+#include "app/gui/view_geometry.h"
+
+#include <gtest/gtest.h>
+
+#include "app/gui/main_window.h"
+
+namespace karvo_gui {
+namespace {
+
+TEST(VisibleSpan, CountsACellCutOffByTheEdge) {
+  const VisibleSpan span = visibleSpan({.offset = 10, .extentPixels = 95, .cellPixels = 10, .total = 1000});
+  EXPECT_EQ(span.first, 10u);
+  EXPECT_EQ(span.count, 10u);
+}
+
+TEST(VisibleSpan, StopsAtTheLastCell) {
+  const VisibleSpan span = visibleSpan({.offset = 95, .extentPixels = 200, .cellPixels = 10, .total = 100});
+  EXPECT_EQ(span.count, 5u);
+}
+
+TEST(VisibleSpan, IsEmptyWithoutRoomOrCells) {
+  EXPECT_EQ(visibleSpan({.offset = 0, .extentPixels = 0, .cellPixels = 10, .total = 100}).count, 0u);
+  EXPECT_EQ(visibleSpan({.offset = 0, .extentPixels = 300, .cellPixels = 10, .total = 0}).count, 0u);
+  EXPECT_EQ(visibleSpan({.offset = 100, .extentPixels = 300, .cellPixels = 10, .total = 100}).count, 0u);
+}
+
+TEST(ScrollRange, TheLastOffsetShowsTheLastCellWhole) {
+  const unsigned long shown = wholeCells(95, 10);
+  EXPECT_EQ(shown, 9u);
+  EXPECT_EQ(maximumOffset(100, shown), 91u);
+  EXPECT_EQ(maximumOffset(5, shown), 0u);
+  EXPECT_EQ(wholeCells(3, 10), 1u);
+}
+
+TEST(RulerDrag, CoversAnchorAndPointerInEitherOrder) {
+  EXPECT_EQ(rangeBetween(4, 9), (KARVO::ColumnRange{4, 10}));
+  EXPECT_EQ(rangeBetween(9, 4), (KARVO::ColumnRange{4, 10}));
+  EXPECT_EQ(rangeBetween(7, 7), (KARVO::ColumnRange{7, 8}));
+}
+
+TEST(RulerDrag, PointerPositionsOutsideTheColumnsAreClamped) {
+  EXPECT_EQ(columnAtPixel(25, 100, 10, 1000), 102u);
+  EXPECT_EQ(columnAtPixel(-40, 100, 10, 1000), 100u);
+  EXPECT_EQ(columnAtPixel(5000, 100, 10, 120), 119u);
+}
+
+TEST(Ruler, NumbersEveryTenthColumnCountingFromOne) {
+  EXPECT_FALSE(rulerNumberAt(0));
+  EXPECT_TRUE(rulerNumberAt(9));
+  EXPECT_FALSE(rulerNumberAt(10));
+  EXPECT_TRUE(rulerNumberAt(99));
+}
+
+TEST(ColumnSpanOption, ReadsFirstAndLast) {
+  const auto span = parseColumnSpan("12:140");
+  ASSERT_TRUE(span);
+  EXPECT_EQ(span->first, 12u);
+  EXPECT_EQ(span->last, 140u);
+  EXPECT_TRUE(parseColumnSpan("5:5"));
+}
+
+TEST(ColumnSpanOption, RejectsMalformedSpans) {
+  for (const char* text : {"140:12", "0:5", "5", "5:", ":5", "a:b", "3:7x", "-1:4", " 3:4", ""}) {
+    EXPECT_FALSE(parseColumnSpan(text)) << text;
+  }
+}
+
+TEST(ColumnSpanOption, BecomesAHalfOpenRangeWithinTheAlignment) {
+  EXPECT_EQ(spanToRange({12, 140}, 200), (KARVO::ColumnRange{11, 140}));
+  EXPECT_EQ(spanToRange({1, 200}, 200), (KARVO::ColumnRange{0, 200}));
+  EXPECT_FALSE(spanToRange({1, 201}, 200));
+}
+
+TEST(SelectionText, NamesTheColumnsOneBasedWithAnEnDash) {
+  EXPECT_EQ(selectionText({11, 140}),
+            "columns 12\xE2\x80\x93"
+            "140 selected");
+  EXPECT_EQ(selectionText({6, 7}), "column 7 selected");
+  EXPECT_EQ(selectionText({0, 0}), "no columns selected");
+}
+
+TEST(PluginMenu, NamesAPluginAfterItsLibrary) {
+  EXPECT_EQ(pluginDisplayName("libZemtra.so.0"), "Zemtra");
+  EXPECT_EQ(pluginDisplayName("libZemtra.so"), "Zemtra");
+  EXPECT_EQ(pluginDisplayName("faulty.so.2.1"), "faulty");
+}
+
+TEST(RecentFiles, PutsTheNewestFirstOnceAndKeepsEight) {
+  QStringList list;
+  for (int i = 0; i < 10; ++i) list = addRecentFile(list, QStringLiteral("/f%1").arg(i));
+  ASSERT_EQ(list.size(), kMaxRecentFiles);
+  EXPECT_EQ(list.front(), QStringLiteral("/f9"));
+  EXPECT_EQ(list.back(), QStringLiteral("/f2"));
+  list = addRecentFile(list, QStringLiteral("/f5"));
+  EXPECT_EQ(list.size(), kMaxRecentFiles);
+  EXPECT_EQ(list.front(), QStringLiteral("/f5"));
+  EXPECT_EQ(list.count(QStringLiteral("/f5")), 1);
+}
+
+}  // namespace
+}  // namespace karvo_gui
