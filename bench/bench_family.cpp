@@ -12,22 +12,6 @@ namespace {
 const char* const kSharedFamily = "/work/shared/bench/synthetic/syn_n0200_l0300.fa";
 const std::string kResidues = "ACDEFGHIKLMNPQRSTVWY";
 
-std::vector<std::string> readFasta(const std::string& file) {
-  std::vector<std::string> out;
-  std::ifstream in(file);
-  std::string line;
-  while (std::getline(in, line)) {
-    if (line.empty()) continue;
-    if (line[0] == '>') {
-      out.emplace_back();
-    } else if (!out.empty()) {
-      for (char c : line)
-        if (c >= 'A' && c <= 'Z') out.back() += c;
-    }
-  }
-  return out;
-}
-
 // Relatives of one ancestor: about 15 % substitutions and a few short
 // insertions and deletions each.
 std::vector<std::string> generate() {
@@ -51,6 +35,22 @@ std::vector<std::string> generate() {
 }
 
 }  // namespace
+
+std::vector<std::string> readFasta(const std::string& file) {
+  std::vector<std::string> out;
+  std::ifstream in(file);
+  std::string line;
+  while (std::getline(in, line)) {
+    if (line.empty()) continue;
+    if (line[0] == '>') {
+      out.emplace_back();
+    } else if (!out.empty()) {
+      for (char c : line)
+        if (c >= 'A' && c <= 'Z') out.back() += c;
+    }
+  }
+  return out;
+}
 
 std::vector<std::string> loadFamily() {
   if (const char* file = std::getenv("ZEMTRA_BENCH_FAMILY")) return readFasta(file);

@@ -9,6 +9,9 @@
 
 namespace bench {
 
+// The sequences of a FASTA file, residue letters only.
+std::vector<std::string> readFasta(const std::string& file);
+
 // Sequences of $ZEMTRA_BENCH_FAMILY, or of the shared 200 x 300 synthetic
 // family when that file exists, or 200 generated relatives of one random
 // 300-residue ancestor.

@@ -3,12 +3,15 @@
 # pairwise/CMakeLists.txt; every SIMD file gets its own instruction-set flags
 # and is only called after a run-time CPU check.
 set(zemtra_fast_dir ${CMAKE_CURRENT_LIST_DIR})
+find_package(Threads REQUIRED)
 add_library(zemtra_pairwise_fast STATIC
+  ${zemtra_fast_dir}/engine_options.cpp
   ${zemtra_fast_dir}/fast_dp.cpp
+  ${zemtra_fast_dir}/fast_measures.cpp
   ${zemtra_fast_dir}/group_profile.cpp
   ${zemtra_fast_dir}/simd/pair_batch.cpp
   ${zemtra_fast_dir}/simd/fill_portable.cpp)
-target_link_libraries(zemtra_pairwise_fast PUBLIC zemtra_pairwise)
+target_link_libraries(zemtra_pairwise_fast PUBLIC zemtra_pairwise Threads::Threads)
 # The single-pair row pass is an integer-only loop that vectorises exactly;
 # -O2's default cost model just declines to.
 set(zemtra_row_pass_options "-fvect-cost-model=dynamic")

@@ -91,14 +91,14 @@ DpWorkspace::~DpWorkspace() = default;
 
 namespace simd {
 
-void writePath(const TraceResult& r, const DpWorkspace::Buffers& b, KARVO::Matrix<long>& path) {
+void writePath(const TraceResult& r, const long* entryA, const long* entryB, KARVO::Matrix<long>& path) {
   const unsigned long count = r.count;
   if (count == 0 || count >= path.cols()) return;
   long* rowA = path[0];
   long* rowB = path[1];
   for (unsigned long s = 0; s < count; ++s) {
-    const long a = b.entryA[count - 1 - s];
-    const long c = b.entryB[count - 1 - s];
+    const long a = entryA[count - 1 - s];
+    const long c = entryB[count - 1 - s];
     rowA[s + 1] = a == kScratchGap ? kGapMark : a;
     rowB[s + 1] = c == kScratchGap ? kGapMark : c;
   }
@@ -138,7 +138,7 @@ int pairFast(unsigned long lenJ, unsigned long lenK, int gap, int* alen, int pai
   };
   const EndValues end = fillRows(n, m, gap, averagedRow, rowPassFor(level), b);
   const TraceResult r = traceScalar(n, m, end, lenJ + lenK, b);
-  simd::writePath(r, b, path);
+  simd::writePath(r, b.entryA.data(), b.entryB.data(), path);
   *alen = static_cast<int>(r.count);
   return bestOf(end);
 }

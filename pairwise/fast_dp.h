@@ -74,6 +74,11 @@ struct RowPairs {
   int gap;
   SimdLevel level = bestSimdLevel();
   LaneWidth width = LaneWidth::kAuto;
+  // false: a pair whose alignment pairs no position ends the process as
+  // pair_kv does. true: it is reported (PairOutcome::pairless) and the row
+  // goes on, for callers that must decide later whether the reference would
+  // ever have reached that pair.
+  bool reportPairless = false;
 };
 
 struct PairOutcome {
@@ -81,13 +86,17 @@ struct PairOutcome {
   unsigned long k;
   int score;  // what pair_kv returns
   int alen;   // what pair_kv stores into *alen
+  // With RowPairs::reportPairless: the message pair_kv would have ended the
+  // process with ("gap0 B", "gap A" or "gap B"); path is then not written
+  // and alen is 0. Null for every pair that aligns normally.
+  const char* pairless = nullptr;
 };
 
 // Aligns the pairs of one row. For each pair, in the order of ks, path is
 // written as pair_kv writes it and then onPair is called; the caller reads
 // path inside onPair, before the next pair overwrites it. A pair whose
 // alignment pairs no position ends the process as pair_kv does, after the
-// pairs before it were reported.
+// pairs before it were reported (unless RowPairs::reportPairless is set).
 void alignRowPairs(const RowPairs& request, KARVO::Matrix<long>& path, DpWorkspace& ws,
                    const std::function<void(const PairOutcome&)>& onPair);
 

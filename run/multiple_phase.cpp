@@ -1,8 +1,11 @@
 #include "run/multiple_phase.h"
 
 #include <cmath>
+#include <vector>
 
+#include "pairwise/fast_measures.h"
 #include "pairwise/measures.h"
+#include "run/parallel_rows.h"
 #include "run/report.h"
 #include "tree/tree_kv.h"
 
@@ -65,16 +68,51 @@ float measureFinalAlignment(const RunInput& input, RunStorage& storage) {
   return total;
 }
 
+float measureFinalAlignmentFast(const RunInput& input, RunStorage& storage, unsigned threads) {
+  const unsigned long ns = input.seqs.rows();
+  const int alen = storage.alen;
+  const zemtra::ScoreLookup scores(input.matNo);
+  std::vector<int> self(ns);
+  for (unsigned long r = 0; r < ns; ++r) self[r] = zemtra::columnSelfScore(input.seqs[r], alen, scores);
+
+  forEachRow(ns, threads, [&](unsigned long j) {
+    const char* rowJ = input.seqs[j];
+    // A row against itself: every column with a residue is a pair of
+    // identical residues, so the score is the row's self score.
+    storage.sco[j][j] = static_cast<float>(self[j]);
+    for (unsigned long k = j + 1; k < ns; ++k) {
+      const zemtra::ColumnMeasures m = zemtra::measureColumns(rowJ, input.seqs[k], alen, scores, input.gap);
+      storage.pid[j][k] = storage.pid[k][j] = zemtra::percentOfShorter(m.identities, input.nres[j], input.nres[k]);
+      storage.dif[j][k] = storage.dif[k][j] = static_cast<float>(m.differences);
+      storage.alilen[j][k] = storage.alilen[k][j] = m.counted;
+      storage.sco[j][k] = storage.sco[k][j] = static_cast<float>(m.score);
+      storage.fscore[j][k] = storage.fscore[k][j] = zemtra::normalisedScore(m.score, self[j], self[k]);
+    }
+  });
+
+  // Summed afterwards in the reference's order.
+  float total = 0.0f;
+  for (unsigned long j = 0; j < ns; ++j)
+    for (unsigned long k = j + 1; k < ns; ++k) total += storage.sco[j][k];
+  for (unsigned long d = 0; d < ns; ++d) {
+    storage.pid[d][d] = 100.0f;
+    storage.dif[d][d] = 0.0f;
+    storage.fscore[d][d] = 100.0f;
+  }
+  return total;
+}
+
 void multipleAlignmentPhase(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress,
-                            JoinHistory* history) {
+                            JoinHistory* history, const zemtra::EngineOptions& engine) {
   dist_kv(storage.fscore);
   capDistances(storage.fscore);
   tree_kv(log, input.matNo, input.gap, &storage.alen, input.names, storage.fscore, storage.family, storage.cmp,
-          input.seqs, input.len, storage.path, input.fixed, history);
+          input.seqs, input.len, storage.path, input.fixed, history, engine);
   progress.interaction.progressSet(progress.step);
   progress.interaction.processEvents();
 
-  const float total = measureFinalAlignment(input, storage);
+  const float total = engine.reference ? measureFinalAlignment(input, storage)
+                                       : measureFinalAlignmentFast(input, storage, zemtra::threadCount(engine));
   printStats(log, input.names, storage.family, storage.pid, storage.dif, storage.sco, storage.fscore, input.nres,
              storage.alilen, total);
 

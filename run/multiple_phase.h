@@ -6,6 +6,7 @@
 #include <ostream>
 
 #include "core/matrix.h"
+#include "pairwise/engine_options.h"
 #include "run/run_interaction.h"
 #include "tree/join_history.h"
 
@@ -53,9 +54,14 @@ void capDistances(KARVO::Matrix<float>& distances);
 // pairs j < k.
 float measureFinalAlignment(const RunInput& input, RunStorage& storage);
 
+// The same measurements, every pair in one pass over its two rows, spread
+// over the given number of threads; the tables and the sum are the same bit
+// for bit.
+float measureFinalAlignmentFast(const RunInput& input, RunStorage& storage, unsigned threads);
+
 // fscore holds the pairwise NAS with a diagonal of 100 on entry. Builds the
 // multiple alignment in input.seqs and input.len, appends the tree phase and
 // the statistics to log and ends the progress display. history, when not
 // null, receives the joins of the tree phase.
 void multipleAlignmentPhase(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress,
-                            JoinHistory* history);
+                            JoinHistory* history, const zemtra::EngineOptions& engine);

@@ -1,9 +1,12 @@
 #include "run/report.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <iomanip>
+#include <locale>
 #include <sstream>
 #include <string>
 
@@ -30,19 +33,109 @@ std::string shortName(const Matrix<char>& names, unsigned long row) {
 
 bool startsContinuation(unsigned long column) { return column != 0 && column % kCellsPerLine == 0; }
 
-// One line per table position r, showing sequence sequenceAt(r); printCell
-// writes the cell of the sequences (p, q).
-template <typename SequenceAt, typename PrintCell>
-void printRows(std::ostream& os, unsigned long n, const Matrix<char>& names, SequenceAt sequenceAt,
-               PrintCell printCell) {
+// Whether the stream formats numbers as the run's log stream does: fixed
+// notation, right adjustment, blank fill, decimal integers, nothing else, in
+// the classic locale. Tables of such a stream are formatted here directly,
+// byte for byte what the stream would write, because a large run prints
+// millions of cells.
+bool plainFixedStream(const std::ostream& os) {
+  const std::ios::fmtflags wanted = std::ios::fixed | std::ios::right | std::ios::dec;
+  return (os.flags() & ~std::ios::skipws) == wanted && os.fill() == ' ' && os.getloc() == std::locale::classic();
+}
+
+// Appends text right-adjusted in a field of width characters.
+void appendPadded(std::string& out, const char* text, std::size_t size, std::size_t width) {
+  if (size < width) out.append(width - size, ' ');
+  out.append(text, size);
+}
+
+// The stream's fixed-point text of a number: printf's "%.*f", which is what
+// std::to_chars gives for finite values; "inf", "nan" and their negatives
+// otherwise.
+void appendFixed(std::string& out, double v, int precision, std::size_t width) {
+  char text[400];
+  if (std::isnan(v)) {
+    const char* t = std::signbit(v) ? "-nan" : "nan";
+    appendPadded(out, t, std::strlen(t), width);
+    return;
+  }
+  if (std::isinf(v)) {
+    const char* t = v < 0 ? "-inf" : "inf";
+    appendPadded(out, t, std::strlen(t), width);
+    return;
+  }
+  const std::to_chars_result r = std::to_chars(text, text + sizeof text, v, std::chars_format::fixed, precision);
+  appendPadded(out, text, static_cast<std::size_t>(r.ptr - text), width);
+}
+
+template <typename Integer>
+void appendInteger(std::string& out, Integer v, std::size_t width) {
+  char text[32];
+  const std::to_chars_result r = std::to_chars(text, text + sizeof text, v);
+  appendPadded(out, text, static_cast<std::size_t>(r.ptr - text), width);
+}
+
+void appendCell(std::string& out, float v, int precision) { appendFixed(out, v, precision, kCellWidth); }
+void appendCell(std::string& out, double v, int precision) { appendFixed(out, v, precision, kCellWidth); }
+void appendCell(std::string& out, int v, int) { appendInteger(out, v, kCellWidth); }
+void appendCell(std::string& out, unsigned long v, int) { appendInteger(out, v, kCellWidth); }
+
+// A cell of the length table: a residue count (unsigned) on the diagonal,
+// an alignment length (signed) elsewhere.
+struct LengthCell {
+  bool residues;
+  unsigned long count;
+  int length;
+};
+
+void appendCell(std::string& out, const LengthCell& v, int precision) {
+  if (v.residues)
+    appendCell(out, v.count, precision);
+  else
+    appendCell(out, v.length, precision);
+}
+
+std::ostream& operator<<(std::ostream& os, const LengthCell& v) {
+  const std::streamsize width = os.width();
+  if (v.residues) return os << std::setw(static_cast<int>(width)) << v.count;
+  return os << std::setw(static_cast<int>(width)) << v.length;
+}
+
+// One line per table position r, showing sequence sequenceAt(r); cell(p, q)
+// gives the value shown for the sequences (p, q).
+template <typename SequenceAt, typename Cell>
+void printRows(std::ostream& os, unsigned long n, const Matrix<char>& names, SequenceAt sequenceAt, Cell cell) {
+  if (!plainFixedStream(os)) {
+    for (unsigned long r = 0; r < n; ++r) {
+      const unsigned long p = sequenceAt(r);
+      os << '\n'
+         << std::setw(3) << r + 1 << '-' << std::left << std::setw(kNameWidth) << shortName(names, p) << std::right;
+      for (unsigned long c = 0; c < n; ++c) {
+        if (startsContinuation(c)) os << '\n' << kIndent;
+        os << std::setw(kCellWidth) << cell(p, sequenceAt(c));
+      }
+    }
+    return;
+  }
+  const int precision = static_cast<int>(os.precision());
+  std::string line;
   for (unsigned long r = 0; r < n; ++r) {
     const unsigned long p = sequenceAt(r);
-    os << '\n'
-       << std::setw(3) << r + 1 << '-' << std::left << std::setw(kNameWidth) << shortName(names, p) << std::right;
+    line.clear();
+    line += '\n';
+    appendInteger(line, r + 1, 3);
+    line += '-';
+    const std::string name = shortName(names, p);
+    line += name;
+    if (name.size() < static_cast<std::size_t>(kNameWidth)) line.append(kNameWidth - name.size(), ' ');
     for (unsigned long c = 0; c < n; ++c) {
-      if (startsContinuation(c)) os << '\n' << kIndent;
-      printCell(p, sequenceAt(c));
+      if (startsContinuation(c)) {
+        line += '\n';
+        line += kIndent;
+      }
+      appendCell(line, cell(p, sequenceAt(c)), precision);
     }
+    os.write(line.data(), static_cast<std::streamsize>(line.size()));
   }
 }
 
@@ -68,7 +161,7 @@ void printIndices(std::ostream& os, unsigned long n, const char* heading) {
 void printMatrix(std::ostream& os, unsigned long n, const Matrix<char>& names, const Matrix<float>& values) {
   printRows(
       os, n, names, [](unsigned long position) { return position; },
-      [&](unsigned long p, unsigned long q) { os << std::setw(kCellWidth) << values[p][q]; });
+      [&](unsigned long p, unsigned long q) { return values[p][q]; });
 }
 
 void printMatrix(std::ostream& os, unsigned long precision, const Matrix<char>& names, const Matrix<float>& values,
@@ -76,8 +169,7 @@ void printMatrix(std::ostream& os, unsigned long precision, const Matrix<char>& 
   const std::streamsize saved = os.precision(static_cast<std::streamsize>(precision));
   const unsigned long n = names.rows();
   printIndices(os, n, heading);
-  printRows(os, n, names, familyOrder(family),
-            [&](unsigned long p, unsigned long q) { os << std::setw(kCellWidth) << values[p][q]; });
+  printRows(os, n, names, familyOrder(family), [&](unsigned long p, unsigned long q) { return values[p][q]; });
   os << '\n';
   os.precision(saved);
 }
@@ -88,7 +180,7 @@ void printMatrix(std::ostream& os, const Matrix<char>& names, const Matrix<float
   const unsigned long n = names.rows();
   printIndices(os, n, heading);
   printRows(os, n, names, familyOrder(family),
-            [&](unsigned long p, unsigned long q) { os << std::setw(kCellWidth) << transform(values[p][q]); });
+            [&](unsigned long p, unsigned long q) { return transform(values[p][q]); });
   os << '\n';
 }
 
@@ -101,14 +193,10 @@ void printLens(std::ostream& os, const Matrix<char>& names, const Matrix<int>& a
                const Matrix<unsigned long>& family, const char* heading) {
   const unsigned long n = names.rows();
   printIndices(os, n, heading);
+  // The diagonal of the alignment lengths is never measured; the residue
+  // count stands there instead.
   printRows(os, n, names, familyOrder(family), [&](unsigned long p, unsigned long q) {
-    // The diagonal of the alignment lengths is never measured; the residue
-    // count stands there instead.
-    if (p == q) {
-      os << std::setw(kCellWidth) << nres[p];
-    } else {
-      os << std::setw(kCellWidth) << alilen[p][q];
-    }
+    return p == q ? LengthCell{true, nres[p], 0} : LengthCell{false, 0, alilen[p][q]};
   });
   os << '\n';
 }

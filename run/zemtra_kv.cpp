@@ -9,11 +9,10 @@
 
 #include "host/config.h"
 #include "host/logger.h"
-#include "pairwise/comp_kv.h"
-#include "pairwise/measures.h"
 #include "pairwise/pair_kv.h"
 #include "run/log_file.h"
 #include "run/multiple_phase.h"
+#include "run/pairwise_phase.h"
 #include "run/qt_run_interaction.h"
 #include "run/report.h"
 
@@ -22,7 +21,6 @@ namespace {
 const std::string kStars75(75, '*');
 const std::string kStars24(24, '*');
 const std::string kStars18(18, '*');
-const std::string kUnderscores75(75, '_');
 
 void writeBanner(std::ostream& log) {
   log << '\n' << kStars75;
@@ -35,38 +33,6 @@ void writeBanner(std::ostream& log) {
 
 void writePenalty(std::ostream& log, int gap) {
   log << '\n' << "\n    Penalty: " << gap << '\n' << '\n' << kStars75 << "\n\n";
-}
-
-void writeSimilarity(std::ostream& log, int score, float nas) {
-  log << '\n'
-      << kUnderscores75 << "\n\nSimilarity score = " << std::setw(6) << score << "\nNormalized score = " << std::setw(8)
-      << nas << '\n';
-}
-
-// Aligns every pair on its own. Returns false when the run was cancelled at
-// a row start; the pairs of a row once begun are always finished.
-bool pairwisePhase(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress) {
-  const unsigned long ns = input.seqs.rows();
-  for (unsigned long j = 0; j + 1 < ns; ++j) {
-    if (progress.interaction.progressCanceled()) return false;
-    for (unsigned long k = j + 1; k < ns; ++k) {
-      progress.interaction.progressSet(progress.step);
-      ++progress.step;
-      progress.interaction.processEvents();
-
-      bool first = true;
-      unsigned long lenJ = 0;
-      unsigned long lenK = 0;
-      comp_kv(j, k, input.matNo, &lenJ, &lenK, storage.cmp, input.seqs, input.len, first);
-      pair_kv(lenJ, lenK, input.gap, &storage.alen, 1, storage.cmp, storage.path);
-      const int score = score_kv(j, k, storage.alen, input.matNo, input.gap, 1, input.seqs, storage.path);
-      const float nas = norm_kv(j, k, storage.alen, score, input.matNo, 1, input.seqs, storage.path);
-      storage.fscore[j][k] = storage.fscore[k][j] = nas;
-      if (ns == 2) writeSimilarity(log, score, nas);
-      storage.pid[j][k] = storage.pid[k][j] = pids_kv(j, k, storage.alen, input.seqs, input.nres, storage.path);
-    }
-  }
-  return true;
 }
 
 void writePairwiseTables(std::ostream& log, const RunInput& input, const RunStorage& storage) {
@@ -87,11 +53,17 @@ void writePairwiseTables(std::ostream& log, const RunInput& input, const RunStor
 // which also receives it when the file cannot be written. Returns whether the
 // file was written.
 bool writeLog(std::ostringstream& log, const QString& dir, const QString& logName, const QString& logPath) {
+  // Taken out of the stream rather than copied: a large run's log is tens of
+  // megabytes.
+  std::string text = std::move(log).str();
   const bool written =
-      writeRunLog(QFile::encodeName(dir).toStdString(), QFile::encodeName(logName).toStdString(), log.str());
-  if (!written) log << "\nCould not open " << logPath.toLatin1().constData() << "! ZEMTRA::PROCESS no log file";
+      writeRunLog(QFile::encodeName(dir).toStdString(), QFile::encodeName(logName).toStdString(), text);
+  if (!written) {
+    text += "\nCould not open ";
+    text += logPath.toLatin1().constData();
+    text += "! ZEMTRA::PROCESS no log file";
+  }
   // The log is a byte string; Latin-1 maps each byte to one character.
-  const std::string text = log.str();
   Logger::Write(QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size())));
   return written;
 }
@@ -107,6 +79,13 @@ void zemtra_kv(bool* ok, QString logName, unsigned long* len, unsigned long* nre
 void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned long* len, unsigned long* nres,
                const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap,
                RunDetails* details) {
+  zemtra_kv(interaction, ok, std::move(logName), len, nres, names, seqs, fixed, matNo, gap, details,
+            zemtra::defaultEngineOptions());
+}
+
+void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned long* len, unsigned long* nres,
+               const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap,
+               RunDetails* details, const zemtra::EngineOptions& engine) {
   RunDetails unreported;
   RunDetails& result = details != nullptr ? *details : unreported;
   result = RunDetails{};
@@ -148,7 +127,7 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned 
   RunProgress progress{interaction, 0, pairs + 1};
   interaction.progressStart(progress.totalSteps);
 
-  const bool completed = pairwisePhase(log, input, storage, progress);
+  const bool completed = pairwisePhase(log, input, storage, progress, engine);
   if (!completed) {
     log << "\nzemtra:: Process was cancelled ";
     *ok = false;
@@ -170,7 +149,7 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned 
       const unsigned long second[] = {1};
       copy_kv(first, 1, second, 1, storage.alen, seqs, storage.path, len);
     } else {
-      multipleAlignmentPhase(log, input, storage, progress, details != nullptr ? &result.history : nullptr);
+      multipleAlignmentPhase(log, input, storage, progress, details != nullptr ? &result.history : nullptr, engine);
       *ok = true;
     }
   }

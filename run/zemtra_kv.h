@@ -5,6 +5,7 @@
 #include <QString>
 
 #include "core/matrix.h"
+#include "pairwise/engine_options.h"
 #include "run/run_interaction.h"
 #include "tree/join_history.h"
 
@@ -33,3 +34,10 @@ void zemtra_kv(bool* ok, QString logName, unsigned long* len, unsigned long* nre
 void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned long* len, unsigned long* nres,
                const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap,
                RunDetails* details);
+
+// The same run with the implementation chosen by the caller instead of the
+// environment; every byte of the log and every row of the result are the
+// same either way.
+void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned long* len, unsigned long* nres,
+               const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap,
+               RunDetails* details, const zemtra::EngineOptions& engine);

@@ -5,8 +5,11 @@
 
 #include "core/diagnostics.h"
 #include "pairwise/comp_kv.h"
+#include "pairwise/fast_dp.h"
+#include "pairwise/group_profile.h"
 #include "pairwise/pair_kv.h"
 #include "tree/cluster_steps.h"
+#include "tree/cluster_tracker.h"
 
 using KARVO::Matrix;
 
@@ -46,11 +49,45 @@ void writeGroupNames(std::ostream& log, const Matrix<char>& names, const Array<u
   }
 }
 
+// How a join builds its comparison matrix and aligns its two groups. The
+// family table, the Counters record, the log text and the merge are the same
+// for every engine; engines differ only in how they compute the same matrix
+// and the same alignment.
+class JoinEngine {
+ public:
+  virtual ~JoinEngine() = default;
+
+  // Leaves cmp, counters.lenJ and counters.lenK as the comp_kv series over
+  // every (member of group J, member of group K), J outer, leaves them.
+  virtual void compare(Counters& counters, Matrix<int>& cmp, const Matrix<char>& seqs, const unsigned long* len) = 0;
+
+  // pair_kv on the comparison matrix summed over pairs member pairs.
+  virtual int align(Counters& counters, int pairs, const Matrix<int>& cmp, Matrix<long>& path) = 0;
+
+  // The first members entries of family row `row` now form one cluster.
+  virtual void joined(const Matrix<unsigned long>& family, unsigned long row, unsigned long members) = 0;
+};
+
+// The engine the join routines use on this thread instead of the
+// reference's, while a tree phase has one installed.
+thread_local JoinEngine* installedEngine = nullptr;
+
+class InstalledEngine {
+ public:
+  explicit InstalledEngine(JoinEngine& engine) : previous_(installedEngine) { installedEngine = &engine; }
+  ~InstalledEngine() { installedEngine = previous_; }
+  InstalledEngine(const InstalledEngine&) = delete;
+  InstalledEngine& operator=(const InstalledEngine&) = delete;
+
+ private:
+  JoinEngine* previous_;
+};
+
 // The steps every join shares once its groups and cmp are ready: align, report
 // the score, count the join and rewrite both groups in the working alignment.
 void alignGroups(int pairs, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, Matrix<long>& path,
-                 Counters& counters) {
-  counters.score = pair_kv(counters.lenJ, counters.lenK, counters.gap, &counters.alen, pairs, cmp, path);
+                 Counters& counters, JoinEngine& engine) {
+  counters.score = engine.align(counters, pairs, cmp, path);
   *counters.log << "\n\n\nSimilarity score: " << counters.score << "\n";
   ++counters.step;
   copy_kv(counters.groupJ.data, counters.nJ, counters.groupK.data, counters.nK, counters.alen, seqs, path, len);
@@ -66,6 +103,56 @@ void markFamilyJoined(const Matrix<unsigned long>& family, unsigned long row, un
     }
   }
 }
+
+// The straightforward engine: one comp_kv call per member pair, pair_kv,
+// and the joined marks in the cluster distance matrix.
+class ReferenceEngine : public JoinEngine {
+ public:
+  explicit ReferenceEngine(Matrix<float>& pro) : pro_(pro) {}
+
+  void compare(Counters& counters, Matrix<int>& cmp, const Matrix<char>& seqs, const unsigned long* len) override {
+    bool first = true;
+    for (int a = 0; a < counters.nJ; ++a) {
+      for (int b = 0; b < counters.nK; ++b) {
+        comp_kv(counters.groupJ.data[a], counters.groupK.data[b], counters.matNo, &counters.lenJ, &counters.lenK, cmp,
+                seqs, len, first);
+      }
+    }
+  }
+
+  int align(Counters& counters, int pairs, const Matrix<int>& cmp, Matrix<long>& path) override {
+    return pair_kv(counters.lenJ, counters.lenK, counters.gap, &counters.alen, pairs, cmp, path);
+  }
+
+  void joined(const Matrix<unsigned long>& family, unsigned long row, unsigned long members) override {
+    markFamilyJoined(family, row, members, pro_);
+  }
+
+ private:
+  Matrix<float>& pro_;
+};
+
+// Group comparison from residue counts and the dynamic programming in
+// storage kept from one join to the next; the cluster tracker follows the
+// joins through ClusterTracker::rowGrew instead of joined marks.
+class FastEngine : public JoinEngine {
+ public:
+  void compare(Counters& counters, Matrix<int>& cmp, const Matrix<char>& seqs, const unsigned long* len) override {
+    const zemtra::GroupComparison groups{
+        seqs, len, counters.groupJ.data, counters.nJ, counters.groupK.data, counters.nK, counters.matNo};
+    profile_.compare(groups, cmp, &counters.lenJ, &counters.lenK);
+  }
+
+  int align(Counters& counters, int pairs, const Matrix<int>& cmp, Matrix<long>& path) override {
+    return zemtra::pairFast(counters.lenJ, counters.lenK, counters.gap, &counters.alen, pairs, cmp, path, workspace_);
+  }
+
+  void joined(const Matrix<unsigned long>&, unsigned long, unsigned long) override {}
+
+ private:
+  zemtra::GroupProfile profile_;
+  zemtra::DpWorkspace workspace_;
+};
 
 // The family rows in use, each up to its terminating 0.
 void recordFamilies(const Matrix<unsigned long>& family, int nfam, JoinHistory& history) {
@@ -181,27 +268,19 @@ ClosestPair findClosestPair(unsigned long ns, const Matrix<float>& pro) {
   return best;
 }
 
-void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char>& names, const Matrix<float>& fscore,
-             Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
-             Matrix<long>& path, unsigned int fixed) {
-  tree_kv(log, matNo, gap, alen, names, fscore, family, cmp, seqs, len, path, fixed, nullptr);
+namespace {
+
+// The joins so far as the history lists them.
+void recordJoin(const Counters& counters, JoinHistory* history) {
+  if (history != nullptr) history->joins.emplace_back(counters.groupJ.data[0], counters.groupK.data[0]);
 }
 
-void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char>& names, const Matrix<float>& fscore,
-             Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
-             Matrix<long>& path, unsigned int fixed, JoinHistory* history) {
+// Clustering by the reference's full refresh of pro before every search.
+void clusterByRescan(std::ostream& log, const Matrix<char>& names, const Matrix<float>& fscore,
+                     Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+                     Matrix<long>& path, unsigned long block, int& nfam, Counters& counters, JoinHistory* history) {
   const unsigned long ns = seqs.rows();
-  Counters counters(ns + 1, gap, matNo, &log);
-  if (history != nullptr) {
-    history->joins.clear();
-    history->families.clear();
-  }
-
-  if (fscore.rows() != ns || fscore.cols() != ns) zemtra::debugMessage("Tree_kv: Matrix fscore is wrong size");
-
   Matrix<float> pro(fscore.rows() + 1);
-  if (pro.rows() != pro.cols()) zemtra::debugMessage("Tree_kv: Matrix pro not square");
-
   // pro has one row more than fscore has rows, so a wider fscore is read only
   // as far as pro reaches.
   const unsigned long lastColumn = std::min(fscore.cols(), fscore.rows());
@@ -211,35 +290,19 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char
       pro[c][r] = fscore[r - 1][c - 1];
     }
   }
-
-  if (family.rows() != pro.rows() || family.cols() != pro.cols())
-    zemtra::debugMessage("Tree_kv: Matrix family is wrong size");
-  for (unsigned long r = 0; r < family.rows(); ++r) std::fill(family[r], family[r] + family.cols(), 0UL);
-
-  // Tables too small for ns sequences cannot be clustered without reading
-  // outside them; the diagnostics above say why nothing was joined.
-  if (ns < 2 || fscore.rows() < ns || fscore.cols() < ns || family.rows() < ns + 1 || family.cols() < ns + 1) return;
-
-  const unsigned long block = std::min<unsigned long>(fixed, ns);
-  int nfam = 0;
   unsigned long joinsLeft = 0;
   if (block >= 2) {
-    for (unsigned long m = 1; m <= block; ++m) family[0][m - 1] = m;
     for (unsigned long a = 1; a <= block; ++a) {
       for (unsigned long b = 1; b <= block; ++b) {
         if (a != b) pro[a][b] = kJoinedMark;
       }
-    }
-    counters.step = static_cast<int>(block) - 1;
-    if (history != nullptr) {
-      for (unsigned long m = 1; m < block; ++m) history->joins.emplace_back(0UL, m);
     }
     joinsLeft = ns - block;
   } else {
     const ClosestPair pair = findClosestPair(ns, pro);
     log << "\n\n" << kStarLine << kBannerLine << kStarLine;
     AlignPair(pair.first, pair.other, names, family, pro, counters, cmp, seqs, len, path, nfam);
-    if (history != nullptr) history->joins.emplace_back(counters.groupJ.data[0], counters.groupK.data[0]);
+    recordJoin(counters, history);
     joinsLeft = ns - 2;
   }
   nfam = 1;
@@ -248,8 +311,109 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char
     refreshClusterDistances(ns, fscore, family, pro);
     const ClosestPair pair = findClosestPair(ns, pro);
     FamFind(nfam, pair.first, pair.other, family, cmp, seqs, len, names, path, pro, counters);
-    if (history != nullptr) history->joins.emplace_back(counters.groupJ.data[0], counters.groupK.data[0]);
+    recordJoin(counters, history);
   }
+}
+
+// The same joins with the distances kept up to date by a ClusterTracker and
+// the join routines running on the fast engine.
+void clusterIncrementally(std::ostream& log, const Matrix<char>& names, const Matrix<float>& fscore,
+                          Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+                          Matrix<long>& path, unsigned long block, int& nfam, Counters& counters,
+                          JoinHistory* history) {
+  const unsigned long ns = seqs.rows();
+  ClusterTracker tracker(fscore, ns);
+  FastEngine engine;
+  const InstalledEngine installed(engine);
+  // The join routines take a cluster distance matrix for their joined
+  // marks; the fast engine keeps none.
+  Matrix<float> noMarks(1);
+
+  unsigned long joinsLeft = 0;
+  if (block >= 2) {
+    tracker.rowGrew(family, 0, 0, block, ClusterTracker::kSingle);
+    joinsLeft = ns - block;
+  } else {
+    const ClosestPair pair = tracker.closest();
+    log << "\n\n" << kStarLine << kBannerLine << kStarLine;
+    AlignPair(pair.first, pair.other, names, family, noMarks, counters, cmp, seqs, len, path, nfam);
+    tracker.rowGrew(family, 0, 0, 2, ClusterTracker::kSingle);
+    recordJoin(counters, history);
+    joinsLeft = ns - 2;
+  }
+  nfam = 1;
+
+  for (unsigned long t = 0; t < joinsLeft; ++t) {
+    const ClosestPair pair = tracker.closest();
+    // FamFind finds the same live rows by scanning the table; the tracker
+    // needs them to follow the join.
+    const unsigned long rowFirst = tracker.liveRow(pair.first);
+    const unsigned long rowOther = tracker.liveRow(pair.other);
+    const unsigned long rows = static_cast<unsigned long>(nfam);
+    const unsigned long lower = std::min(rowFirst, rowOther);
+    const unsigned long higher = std::max(rowFirst, rowOther);
+    const unsigned long members = lower == ClusterTracker::kSingle ? 0 : rowLength(family, lower, ns);
+    FamFind(nfam, pair.first, pair.other, family, cmp, seqs, len, names, path, noMarks, counters);
+    if (lower == ClusterTracker::kSingle)
+      tracker.rowGrew(family, rows, 0, 2, ClusterTracker::kSingle);
+    else if (higher == ClusterTracker::kSingle)
+      tracker.rowGrew(family, lower, members, members + 1, ClusterTracker::kSingle);
+    else
+      tracker.rowGrew(family, lower, members, members + rowLength(family, higher, ns), higher);
+    recordJoin(counters, history);
+  }
+}
+
+}  // namespace
+
+void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char>& names, const Matrix<float>& fscore,
+             Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+             Matrix<long>& path, unsigned int fixed) {
+  tree_kv(log, matNo, gap, alen, names, fscore, family, cmp, seqs, len, path, fixed, nullptr);
+}
+
+void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char>& names, const Matrix<float>& fscore,
+             Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+             Matrix<long>& path, unsigned int fixed, JoinHistory* history) {
+  tree_kv(log, matNo, gap, alen, names, fscore, family, cmp, seqs, len, path, fixed, history,
+          zemtra::defaultEngineOptions());
+}
+
+void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char>& names, const Matrix<float>& fscore,
+             Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+             Matrix<long>& path, unsigned int fixed, JoinHistory* history, const zemtra::EngineOptions& engine) {
+  const unsigned long ns = seqs.rows();
+  Counters counters(ns + 1, gap, matNo, &log);
+  if (history != nullptr) {
+    history->joins.clear();
+    history->families.clear();
+  }
+
+  if (fscore.rows() != ns || fscore.cols() != ns) zemtra::debugMessage("Tree_kv: Matrix fscore is wrong size");
+  // pro is made with fscore's row count plus one, square by construction.
+  const unsigned long proSize = fscore.rows() + 1;
+  if (family.rows() != proSize || family.cols() != proSize)
+    zemtra::debugMessage("Tree_kv: Matrix family is wrong size");
+  for (unsigned long r = 0; r < family.rows(); ++r) std::fill(family[r], family[r] + family.cols(), 0UL);
+
+  // Tables too small for ns sequences cannot be clustered without reading
+  // outside them; the diagnostics above say why nothing was joined.
+  if (ns < 2 || fscore.rows() < ns || fscore.cols() < ns || family.rows() < ns + 1 || family.cols() < ns + 1) return;
+
+  const unsigned long block = std::min<unsigned long>(fixed, ns);
+  if (block >= 2) {
+    for (unsigned long m = 1; m <= block; ++m) family[0][m - 1] = m;
+    counters.step = static_cast<int>(block) - 1;
+    if (history != nullptr) {
+      for (unsigned long m = 1; m < block; ++m) history->joins.emplace_back(0UL, m);
+    }
+  }
+
+  int nfam = 0;
+  if (!engine.reference && ClusterTracker::applies(fscore, ns))
+    clusterIncrementally(log, names, fscore, family, cmp, seqs, len, path, block, nfam, counters, history);
+  else
+    clusterByRescan(log, names, fscore, family, cmp, seqs, len, path, block, nfam, counters, history);
 
   // With every sequence prealigned nothing was joined: the block as it came
   // in is the alignment.
@@ -305,6 +469,9 @@ void FamFind(int& nfam, unsigned long First, unsigned long Other, Matrix<unsigne
 void AlignPair(unsigned long First, unsigned long Other, const Matrix<char>& names, Matrix<unsigned long>& family,
                Matrix<float>& pro, Counters& counters, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
                Matrix<long>& path, int& nfam) {
+  ReferenceEngine reference(pro);
+  JoinEngine& engine = installedEngine != nullptr ? *installedEngine : reference;
+
   const unsigned long k = static_cast<unsigned long>(nfam);
   nfam = nfam + 1;
   family[k][0] = First;
@@ -314,22 +481,23 @@ void AlignPair(unsigned long First, unsigned long Other, const Matrix<char>& nam
   counters.groupJ.data[0] = First - 1;
   counters.nK = 1;
   counters.groupK.data[0] = Other - 1;
-  bool first = true;
-  comp_kv(First - 1, Other - 1, counters.matNo, &counters.lenJ, &counters.lenK, cmp, seqs, len, first);
+  engine.compare(counters, cmp, seqs, len);
 
   std::ostream& log = *counters.log;
   writeJoinHead(log);
   log << "Cluster: [" << names[First - 1] << " " << names[Other - 1] << "]";
 
-  alignGroups(1, cmp, seqs, len, path, counters);
+  alignGroups(1, cmp, seqs, len, path, counters, engine);
 
-  pro[First][Other] = kJoinedMark;
-  pro[Other][First] = kJoinedMark;
+  engine.joined(family, k, 2);
 }
 
 void AddToFamily(unsigned long sequence, unsigned long familyOther, Matrix<unsigned long>& family, Matrix<int>& cmp,
                  Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path,
                  Matrix<float>& pro, Counters& counters) {
+  ReferenceEngine reference(pro);
+  JoinEngine& engine = installedEngine != nullptr ? *installedEngine : reference;
+
   const unsigned long ns = seqs.rows();
   const unsigned long vacant = rowLength(family, familyOther, ns);
   // clang-format off
@@ -348,11 +516,7 @@ void AddToFamily(unsigned long sequence, unsigned long familyOther, Matrix<unsig
   ZEMTRA_ASSERT(0 == family[ familyOther ][vacant+1]);
   // clang-format on
 
-  bool first = true;
-  for (int p = 0; p < counters.nJ; ++p) {
-    comp_kv(counters.groupJ.data[p], sequence - 1, counters.matNo, &counters.lenJ, &counters.lenK, cmp, seqs, len,
-            first);
-  }
+  engine.compare(counters, cmp, seqs, len);
 
   std::ostream& log = *counters.log;
   writeJoinHead(log);
@@ -361,14 +525,17 @@ void AddToFamily(unsigned long sequence, unsigned long familyOther, Matrix<unsig
   log << "]\n"
       << "Cluster: [" << names[sequence - 1] << "]\n";
 
-  alignGroups(counters.nJ, cmp, seqs, len, path, counters);
+  alignGroups(counters.nJ, cmp, seqs, len, path, counters, engine);
 
-  markFamilyJoined(family, familyOther, vacant + 1, pro);
+  engine.joined(family, familyOther, vacant + 1);
 }
 
 void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, Matrix<unsigned long>& family,
                    Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names,
                    Matrix<long>& path, Matrix<float>& pro, Counters& counters) {
+  ReferenceEngine reference(pro);
+  JoinEngine& engine = installedEngine != nullptr ? *installedEngine : reference;
+
   const unsigned long ns = seqs.rows();
   unsigned long vacant = rowLength(family, familyFirst, ns);
   // clang-format off
@@ -389,13 +556,7 @@ void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, Matrix<
   ZEMTRA_ASSERT(0 == family[ familyFirst ][vacant]);
   // clang-format on
 
-  bool first = true;
-  for (int a = 0; a < counters.nJ; ++a) {
-    for (int b = 0; b < counters.nK; ++b) {
-      comp_kv(counters.groupJ.data[a], counters.groupK.data[b], counters.matNo, &counters.lenJ, &counters.lenK, cmp,
-              seqs, len, first);
-    }
-  }
+  engine.compare(counters, cmp, seqs, len);
 
   std::ostream& log = *counters.log;
   writeJoinHead(log);
@@ -406,7 +567,7 @@ void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, Matrix<
   writeGroupNames(log, names, counters.groupK, counters.nK);
   log << "]\n";
 
-  alignGroups(counters.nK * counters.nJ, cmp, seqs, len, path, counters);
+  alignGroups(counters.nK * counters.nJ, cmp, seqs, len, path, counters, engine);
 
-  markFamilyJoined(family, familyFirst, vacant, pro);
+  engine.joined(family, familyFirst, vacant);
 }

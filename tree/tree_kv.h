@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "core/matrix.h"
+#include "pairwise/engine_options.h"
 #include "tree/join_history.h"
 
 // Join state that travels through one tree phase.
@@ -35,6 +36,13 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matr
              const KARVO::Matrix<float>& fscore, KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp,
              KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, unsigned int fixed,
              JoinHistory* history);
+
+// The same with the implementation chosen by the caller instead of the
+// environment; both give the same bytes.
+void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matrix<char>& names,
+             const KARVO::Matrix<float>& fscore, KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp,
+             KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, unsigned int fixed,
+             JoinHistory* history, const zemtra::EngineOptions& engine);
 
 void FamFind(int& nfam, unsigned long First, unsigned long Other, KARVO::Matrix<unsigned long>& family,
              KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len, const KARVO::Matrix<char>& names,

@@ -38,12 +38,27 @@ struct BatchFill {
   std::uint8_t* trace;
 };
 
+// The score profile of a batch: for every residue code r of A with
+// wanted[r], element ((r * width) + c - 1) * lanes + lane is
+// scores[r][code of that lane's B at position c]. Every score fits in 8
+// bits.
+struct ProfileFill {
+  const std::int8_t (*scores)[32];  // [r][b]; b < kCodes is used
+  const bool* wanted;               // kCodes entries
+  const std::uint8_t* laneCodes;    // width x lanes codes of the B sequences
+  unsigned long width;
+  void* profile;  // int16_t or int32_t elements, as the fill's
+};
+
 // One function per instruction set; bits is 16 or 32 (the lane element).
 void fillPortable(const BatchFill& f, int bits);
+void profilePortable(const ProfileFill& p, int bits, unsigned lanes);
 #if defined(ZEMTRA_X86_KERNELS)
 void fillSse2(const BatchFill& f, int bits);
 void fillAvx2(const BatchFill& f, int bits);
 void fillAvx512(const BatchFill& f, int bits);
+void profileAvx2(const ProfileFill& p, int bits);
+void profileAvx512(const ProfileFill& p, int bits);
 #endif
 
 // Lanes of each kernel.

@@ -79,3 +79,43 @@ void fillAvx2(const BatchFill& f, int bits) {
 }
 
 }  // namespace zemtra::simd
+
+namespace zemtra::simd {
+
+// The codes index a 32-entry byte table in two 16-entry halves; pshufb
+// gives 0 for an index with its top bit set, so each half answers only for
+// its own indices and the two are combined with an OR.
+void profileAvx2(const ProfileFill& p, int bits) {
+  const unsigned lanes = bits == 16 ? kAvx2Lanes16 : kAvx2Lanes32;
+  const unsigned long elements = p.width * lanes;
+  const __m128i sixteen = _mm_set1_epi8(16);
+  const __m128i high = _mm_set1_epi8(static_cast<char>(0x80));
+  for (int r = 0; r < kCodes; ++r) {
+    if (!p.wanted[r]) continue;
+    const __m128i lowHalf = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p.scores[r]));
+    const __m128i highHalf = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p.scores[r] + 16));
+    auto lookUp = [&](__m128i codes) {
+      // Indices 16 and up must miss the low half: set their top bit.
+      const __m128i isHigh = _mm_cmpgt_epi8(codes, _mm_set1_epi8(15));
+      const __m128i low = _mm_shuffle_epi8(lowHalf, _mm_or_si128(codes, _mm_and_si128(isHigh, high)));
+      const __m128i up =
+          _mm_shuffle_epi8(highHalf, _mm_or_si128(_mm_sub_epi8(codes, sixteen), _mm_andnot_si128(isHigh, high)));
+      return _mm_or_si128(low, up);
+    };
+    if (bits == 16) {
+      std::int16_t* out = static_cast<std::int16_t*>(p.profile) + r * elements;
+      for (unsigned long e = 0; e < elements; e += 16) {
+        const __m128i codes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p.laneCodes + e));
+        _mm256_store_si256(reinterpret_cast<__m256i*>(out + e), _mm256_cvtepi8_epi16(lookUp(codes)));
+      }
+    } else {
+      std::int32_t* out = static_cast<std::int32_t*>(p.profile) + r * elements;
+      for (unsigned long e = 0; e < elements; e += 8) {
+        const __m128i codes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p.laneCodes + e));
+        _mm256_store_si256(reinterpret_cast<__m256i*>(out + e), _mm256_cvtepi8_epi32(lookUp(codes)));
+      }
+    }
+  }
+}
+
+}  // namespace zemtra::simd

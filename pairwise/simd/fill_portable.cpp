@@ -67,3 +67,22 @@ void fillPortable(const BatchFill& f, int bits) {
 }
 
 }  // namespace zemtra::simd
+
+namespace zemtra::simd {
+
+void profilePortable(const ProfileFill& p, int bits, unsigned lanes) {
+  const unsigned long elements = p.width * lanes;
+  for (int r = 0; r < kCodes; ++r) {
+    if (!p.wanted[r]) continue;
+    const std::int8_t* scores = p.scores[r];
+    if (bits == 16) {
+      std::int16_t* out = static_cast<std::int16_t*>(p.profile) + r * elements;
+      for (unsigned long e = 0; e < elements; ++e) out[e] = scores[p.laneCodes[e]];
+    } else {
+      std::int32_t* out = static_cast<std::int32_t*>(p.profile) + r * elements;
+      for (unsigned long e = 0; e < elements; ++e) out[e] = scores[p.laneCodes[e]];
+    }
+  }
+}
+
+}  // namespace zemtra::simd

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <vector>
 
 #include "core/diagnostics.h"
 #include "pairwise/fast_dp.h"
@@ -21,6 +22,10 @@ using simd::kGapCode;
 // side) after pair_kv's averaging over one pair.
 struct ScoreTable {
   int score[kCodes][kCodes];
+  // The same in bytes, rows padded to 32 entries, for the vector look-ups;
+  // fitsBytes tells whether every score fits.
+  std::int8_t bytes[kCodes][32] = {};
+  bool fitsBytes = true;
   int maxAbs = 0;
   int rowPositive[kCodes];  // largest score of a code of A, at least 0
   int colPositive[kCodes];  // largest score of a code of B, at least 0
@@ -36,6 +41,8 @@ ScoreTable makeTable(int matNo) {
                           : ScoMat::mats[matNo * ScoMat::kAlphabet * ScoMat::kAlphabet + a * ScoMat::kAlphabet + b];
       const int s = static_cast<int>(static_cast<double>(static_cast<float>(sum) / 1.0f) + 0.5);
       t.score[a][b] = s;
+      t.bytes[a][b] = static_cast<std::int8_t>(s);
+      t.fitsBytes = t.fitsBytes && s >= -128 && s <= 127;
       t.maxAbs = std::max(t.maxAbs, std::abs(s));
       t.rowPositive[a] = std::max(t.rowPositive[a], s);
       t.colPositive[b] = std::max(t.colPositive[b], s);
@@ -50,6 +57,7 @@ inline std::uint8_t codeOf(char ch) {
 
 struct Kernel {
   void (*fill)(const simd::BatchFill&, int);
+  void (*profile)(const simd::ProfileFill&, int);  // null: the portable one
   SimdLevel level;
 };
 
@@ -57,14 +65,14 @@ Kernel kernelFor(SimdLevel level) {
   switch (level) {
 #if defined(ZEMTRA_X86_KERNELS)
     case SimdLevel::kSse2:
-      return {simd::fillSse2, level};
+      return {simd::fillSse2, nullptr, level};
     case SimdLevel::kAvx2:
-      return {simd::fillAvx2, level};
+      return {simd::fillAvx2, simd::profileAvx2, level};
     case SimdLevel::kAvx512:
-      return {simd::fillAvx512, level};
+      return {simd::fillAvx512, simd::profileAvx512, level};
 #endif
     default:
-      return {simd::fillPortable, SimdLevel::kPortable};
+      return {simd::fillPortable, nullptr, SimdLevel::kPortable};
   }
 }
 
@@ -136,13 +144,22 @@ class RowAligner {
     Elem* rows = nullptr;
     std::uint8_t* trace = nullptr;
     if (!empty) {
-      const Elem* profile = buildProfile<Elem>(first, used, lanes, width);
+      const Elem* profile = buildProfile<Elem>(kernel, first, used, lanes, width);
       rows = static_cast<Elem*>(b_.rows.ensure(3 * width * lanes * sizeof(Elem)));
       trace = static_cast<std::uint8_t*>(b_.laneTrace.ensure(n_ * width * lanes));
       const simd::BatchFill f{n_, width, req_.gap, rowCodes_, profile, rows, trace};
       kernel.fill(f, 8 * sizeof(Elem));
     }
 
+    // The tracebacks of all lanes walk up the trace rows together, so that
+    // each row of codes is read while it is in cache; every lane still takes
+    // exactly its own steps.
+    const unsigned long stride = n_ + width;
+    long* entryA = simd::ensure(b_.laneEntryA, used * stride);
+    long* entryB = simd::ensure(b_.laneEntryB, used * stride);
+    unsigned char* entryPaired = simd::ensure(b_.laneEntryPaired, used * stride);
+    tracers_.clear();
+    scores_.clear();
     for (unsigned long p = 0; p < used; ++p) {
       const unsigned long k = req_.ks[first + p];
       // pair_kv's averaged matrix is empty when either length is 0.
@@ -155,19 +172,40 @@ class RowAligner {
         end.vert = last[lanes];
         end.horz = last[2 * lanes];
       }
-      auto codeAt = [trace, width, lanes, p](unsigned long i, unsigned long c) {
-        return trace[((i - 1) * width + (c - 1)) * lanes + p];
-      };
-      const simd::TraceResult r = simd::traceBack(n, m, end, n_ + req_.len[k], codeAt, b_);
-      simd::writePath(r, b_, path_);
-      onPair_({req_.j, k, std::max(end.diag, std::max(end.vert, end.horz)), static_cast<int>(r.count)});
+      scores_.push_back(std::max(end.diag, std::max(end.vert, end.horz)));
+      // Full records are reported here and acted on in pair order below.
+      tracers_.emplace_back(n, m, end, n_ + req_.len[k], entryA + p * stride, entryB + p * stride,
+                            entryPaired + p * stride, true);
+    }
+    for (unsigned long i = n_; i > 0; --i) {
+      for (unsigned long p = 0; p < used; ++p) {
+        simd::Tracer& t = tracers_[p];
+        auto codeAt = [trace, width, lanes, p](unsigned long row, unsigned long c) {
+          return trace[((row - 1) * width + (c - 1)) * lanes + p];
+        };
+        while (t.i == i && t.inMainLoop()) t.step(codeAt);
+      }
+    }
+
+    for (unsigned long p = 0; p < used; ++p) {
+      const unsigned long k = req_.ks[first + p];
+      simd::Tracer& t = tracers_[p];
+      t.tails();
+      if (t.result.full != nullptr) {
+        if (!req_.reportPairless) zemtra::fatalExit(t.result.full, 1);
+        onPair_({req_.j, k, scores_[p], 0, t.result.full});
+        continue;
+      }
+      simd::writePath(t.result, t.entryA, t.entryB, path_);
+      onPair_({req_.j, k, scores_[p], static_cast<int>(t.result.count)});
     }
   }
 
   // Scores of every code present in A against every position of each lane's
   // B; lanes without a pair and columns past a B's end score 0.
   template <typename Elem>
-  const Elem* buildProfile(unsigned long first, unsigned long used, unsigned long lanes, unsigned long width) {
+  const Elem* buildProfile(const Kernel& kernel, unsigned long first, unsigned long used, unsigned long lanes,
+                           unsigned long width) {
     std::uint8_t* laneCodes = simd::ensure(b_.laneCodes, width * lanes);
     std::fill(laneCodes, laneCodes + width * lanes, static_cast<std::uint8_t>(kGapCode));
     for (unsigned long p = 0; p < used; ++p) {
@@ -176,6 +214,15 @@ class RowAligner {
       for (unsigned long c = 1; c <= req_.len[k]; ++c) laneCodes[(c - 1) * lanes + p] = codeOf(rowB[c]);
     }
     Elem* profile = static_cast<Elem*>(b_.profile.ensure(kCodes * width * lanes * sizeof(Elem)));
+    constexpr int bits = 8 * sizeof(Elem);
+    if (table_.fitsBytes) {
+      const simd::ProfileFill fill{table_.bytes, present_, laneCodes, width, profile};
+      if (kernel.profile != nullptr)
+        kernel.profile(fill, bits);
+      else
+        simd::profilePortable(fill, bits, static_cast<unsigned>(lanes));
+      return profile;
+    }
     for (int r = 0; r < kCodes; ++r) {
       if (!present_[r]) continue;
       const int* scores = table_.score[r];
@@ -194,6 +241,8 @@ class RowAligner {
   std::uint8_t* rowCodes_ = nullptr;
   bool present_[kCodes];
   long long sumA_ = 0;
+  std::vector<simd::Tracer> tracers_;
+  std::vector<int> scores_;
 };
 
 }  // namespace

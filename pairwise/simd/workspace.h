@@ -63,6 +63,9 @@ constexpr long kGapMark = -99;
 struct TraceResult {
   unsigned long count = 0;
   int pairs = 0;
+  // Set instead of ending the process when the caller asked for it: the
+  // reference's message for a record that filled up.
+  const char* full = nullptr;
 };
 
 }  // namespace zemtra::simd
@@ -75,66 +78,105 @@ struct zemtra::DpWorkspace::Buffers {
   // Traceback entries.
   std::vector<long> entryA, entryB;
   std::vector<unsigned char> entryPaired;
-  // Multi-pair routine.
+  // Multi-pair routine: profile, state rows, codes, and one block of
+  // traceback entries per lane.
   simd::AlignedBlock profile, rows, laneTrace;
   std::vector<std::uint8_t> rowCodes, laneCodes;
+  std::vector<long> laneEntryA, laneEntryB;
+  std::vector<unsigned char> laneEntryPaired;
 };
 
 namespace zemtra::simd {
 
-// The traceback of DPA::fredman over the codes of the fill. codeAt(i, c)
-// gives the code byte of cell (i, c), 1 <= i <= n, 1 <= c <= m. Entries go
-// into the workspace; a record with capacity entries ends the process with
-// the reference's messages.
-template <class CodeAt>
-TraceResult traceBack(unsigned long n, unsigned long m, const EndValues& end, unsigned long capacity,
-                      const CodeAt& codeAt, DpWorkspace::Buffers& b) {
+// One traceback of DPA::fredman in progress, over the codes of the fill:
+// the reference's steps, entry by entry, into caller-provided storage.
+// When the record reaches its capacity the process ends with the
+// reference's message, or, with reportFull, the traceback stops and the
+// message is kept in result.full.
+struct Tracer {
   enum State { kDiag = 0, kVert = 1, kHorz = 2 };
-  long* entryA = ensure(b.entryA, n + m);
-  long* entryB = ensure(b.entryB, n + m);
-  unsigned char* entryPaired = ensure(b.entryPaired, n + m);
 
-  const int best = std::max(end.diag, std::max(end.vert, end.horz));
-  int state = end.diag == best ? kDiag : (end.vert == best ? kVert : kHorz);
+  Tracer(unsigned long n, unsigned long m, const EndValues& end, unsigned long capacity, long* a, long* b,
+         unsigned char* paired, bool reportFull)
+      : i(n), c(m), capacity(capacity), entryA(a), entryB(b), entryPaired(paired), reportFull(reportFull) {
+    const int best = std::max(end.diag, std::max(end.vert, end.horz));
+    state = end.diag == best ? kDiag : (end.vert == best ? kVert : kHorz);
+  }
 
-  TraceResult r;
-  auto record = [&](long a, long c, unsigned char isPair, const char* fullMessage) {
-    if (r.count >= capacity) zemtra::fatalExit(fullMessage, 1);
-    entryA[r.count] = a;
-    entryB[r.count] = c;
-    entryPaired[r.count] = isPair;
-    ++r.count;
-    if (r.count >= capacity) zemtra::fatalExit(fullMessage, 1);
-  };
+  // false once the record is full and the caller wants to hear about it.
+  bool record(long a, long b, unsigned char isPair, const char* fullMessage) {
+    if (result.count >= capacity) return full(fullMessage);
+    entryA[result.count] = a;
+    entryB[result.count] = b;
+    entryPaired[result.count] = isPair;
+    ++result.count;
+    if (result.count >= capacity) return full(fullMessage);
+    return true;
+  }
 
-  unsigned long i = n;
-  unsigned long c = m;
-  while (i > 0 && c > 0) {
+  bool full(const char* fullMessage) {
+    if (!reportFull) zemtra::fatalExit(fullMessage, 1);
+    result.full = fullMessage;
+    return false;
+  }
+
+  bool inMainLoop() const { return i > 0 && c > 0 && result.full == nullptr; }
+
+  // One step of the main loop; codeAt(i, c) gives the code byte of cell
+  // (i, c), 1 <= i <= n, 1 <= c <= m.
+  template <class CodeAt>
+  void step(const CodeAt& codeAt) {
     if (state == kDiag) {
-      record(static_cast<long>(i), static_cast<long>(c), 1, "gap0 B");
-      ++r.pairs;
+      if (!record(static_cast<long>(i), static_cast<long>(c), 1, "gap0 B")) return;
+      ++result.pairs;
       state = codeAt(i, c) & kFromMask;
       --i;
       --c;
     } else if (state == kHorz) {
-      record(kScratchGap, static_cast<long>(c), 0, "gap0 B");
+      if (!record(kScratchGap, static_cast<long>(c), 0, "gap0 B")) return;
       --c;
       if (c > 0) state = (codeAt(i, c) & kHorzStays) ? kHorz : kDiag;
     } else {
-      record(static_cast<long>(i), kScratchGap, 0, "gap0 B");
+      if (!record(static_cast<long>(i), kScratchGap, 0, "gap0 B")) return;
       --i;
       if (i > 0) state = (codeAt(i, c) & kVertStays) ? kVert : kDiag;
     }
   }
-  if (i == 0) {
-    for (; c > 0; --c) record(kScratchGap, static_cast<long>(c), 0, "gap A");
+
+  // The border tails once the main loop has ended.
+  void tails() {
+    if (result.full != nullptr) return;
+    if (i == 0) {
+      for (; c > 0; --c)
+        if (!record(kScratchGap, static_cast<long>(c), 0, "gap A")) return;
+    }
+    for (; i > 0; --i)
+      if (!record(static_cast<long>(i), kScratchGap, 0, "gap B")) return;
   }
-  for (; i > 0; --i) record(static_cast<long>(i), kScratchGap, 0, "gap B");
-  return r;
+
+  unsigned long i, c;
+  unsigned long capacity;
+  long* entryA;
+  long* entryB;
+  unsigned char* entryPaired;
+  bool reportFull;
+  int state;
+  TraceResult result;
+};
+
+// The whole traceback of one alignment, entries into the workspace.
+template <class CodeAt>
+TraceResult traceBack(unsigned long n, unsigned long m, const EndValues& end, unsigned long capacity,
+                      const CodeAt& codeAt, DpWorkspace::Buffers& b, bool reportFull = false) {
+  Tracer t(n, m, end, capacity, ensure(b.entryA, n + m), ensure(b.entryB, n + m), ensure(b.entryPaired, n + m),
+           reportFull);
+  while (t.inMainLoop()) t.step(codeAt);
+  t.tails();
+  return t.result;
 }
 
-// Writes the entries into path columns 1..count as pair_kv does: only when
-// they fit.
-void writePath(const TraceResult& r, const DpWorkspace::Buffers& b, KARVO::Matrix<long>& path);
+// Writes entries (in traceback order) into path columns 1..count as
+// pair_kv does: only when they fit.
+void writePath(const TraceResult& r, const long* entryA, const long* entryB, KARVO::Matrix<long>& path);
 
 }  // namespace zemtra::simd

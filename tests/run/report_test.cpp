@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <limits>
+#include <locale>
 #include <string>
+#include <vector>
 
 #include "table_fixtures.h"
 
@@ -210,6 +214,96 @@ TEST_F(ReportTest, StatisticsBlockOfTwoSequences) {
                 "  1-second   100.0  45.5\n  2-first     45.5 100.0\n" +
                 "\n\nDistances based on NAS scores [-100.0 * ln(NAS/100.0)]:" + header +
                 "  1-second     0.0  78.7\n  2-first     78.7   0.0\n" + "\n\n" + stars + "\n\n");
+}
+
+// --- the direct formatting of large tables -----------------------------------
+
+// The run's log stream formats table cells itself; a stream in any other
+// locale goes through the stream's own formatting. The same numbers must
+// come out byte for byte either way.
+class FormattingTest : public ::testing::Test {
+ protected:
+  FormattingTest() {
+    setUpLog(direct);
+    setUpLog(streamed);
+    // Same punctuation as the classic locale, but another locale object.
+    streamed.imbue(std::locale(std::locale::classic(), new std::numpunct<char>));
+  }
+  std::ostringstream direct;
+  std::ostringstream streamed;
+};
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+// Halves that round to even, values that are not what they look like in
+// binary, signed zeros, huge and tiny numbers, infinities and NaNs.
+const std::vector<float> kAwkwardValues = {0.0f,
+                                           -0.0f,
+                                           0.05f,
+                                           0.15f,
+                                           0.25f,
+                                           0.35f,
+                                           2.5f,
+                                           -2.5f,
+                                           99.95f,
+                                           100.0f,
+                                           -999.95f,
+                                           1e10f,
+                                           1e-40f,
+                                           kInfinity,
+                                           -kInfinity,
+                                           kNaN,
+                                           -kNaN,
+                                           123456.7f,
+                                           -0.04f,
+                                           0.45f,
+                                           1.0f / 3.0f,
+                                           66.65f,
+                                           std::numeric_limits<float>::max()};
+
+TEST_F(FormattingTest, TablesOfAwkwardValuesLookTheSameAsTheStreamWritesThem) {
+  const unsigned long n = 5;
+  Matrix<char> names(n, 8);
+  setNames(names, {"a", "bb", "ccccccc", "", "e%x"});
+  Matrix<float> values(n, n);
+  for (unsigned long i = 0; i < n * n; ++i) values[i / n][i % n] = kAwkwardValues[i % kAwkwardValues.size()];
+  Matrix<unsigned long> family(n + 1, n + 1);
+  setFamily(family, {3, 1, 5, 2, 4});
+  for (std::ostringstream* os : {&direct, &streamed}) {
+    printMatrix(*os, n, names, values);
+    printMatrix(*os, 0, names, values, family, "Precision 0:");
+    printMatrix(*os, 1, names, values, family, "Precision 1:");
+    printMatrix(*os, names, values, family, "Distances:", PID_dist{});
+    printMatrix(*os, names, values, family, "Hundredths:", Div100{});
+  }
+  EXPECT_EQ(streamed.str(), direct.str());
+}
+
+TEST_F(FormattingTest, WideTablesLookTheSameAsTheStreamWritesThem) {
+  const unsigned long n = 23;
+  Matrix<char> names(n, 8);
+  for (unsigned long r = 0; r < n; ++r) std::snprintf(names[r], 8, "n%lu", r % 100);
+  Matrix<float> values(n, n);
+  Matrix<int> lengths(n, n);
+  std::vector<unsigned long> residues(n);
+  for (unsigned long r = 0; r < n; ++r) {
+    residues[r] = r * 100000UL;
+    for (unsigned long c = 0; c < n; ++c) {
+      values[r][c] = static_cast<float>(r * 37.3 - c * 11.1);
+      lengths[r][c] = static_cast<int>(r * 1000) - static_cast<int>(c * 999);
+    }
+  }
+  Matrix<unsigned long> family(n + 1, n + 1);
+  std::vector<unsigned long> order;
+  for (unsigned long r = n; r >= 1; --r) order.push_back(r);
+  setFamily(family, order);
+  for (std::ostringstream* os : {&direct, &streamed}) {
+    printMatrix(*os, n, names, values);
+    printLens(*os, names, lengths, residues.data(), family, "Lengths:");
+    printStats(*os, names, family, values, values, values, values, residues.data(), lengths, 1.0e7f);
+  }
+  EXPECT_EQ(streamed.str(), direct.str());
 }
 
 }  // namespace

@@ -1,0 +1,134 @@
+// Times one phase of a run, or a whole run, in this process on a FASTA
+// family, with the reference or the fast implementation:
+//
+//   zemtra_bench_run [--reference] [--threads N] [--matrix M] [--gap G]
+//                    [--phase pairwise|run] FASTA
+//
+// The rows are sent as the host sends a whole alignment: every row padded
+// with '-' to the longest one, twice that width as room. Prints one line of
+// key=value pairs: seconds, dynamic programming cells, GCUPS, peak memory.
+#include <sys/resource.h>
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "bench_family.h"
+#include "pairwise/engine_options.h"
+#include "run/headless_run_interaction.h"
+#include "run/multiple_phase.h"
+#include "run/pairwise_phase.h"
+#include "run/zemtra_kv.h"
+
+namespace {
+
+struct Options {
+  zemtra::EngineOptions engine;
+  int matNo = 0;
+  int gap = 40;
+  std::string phase = "run";
+  std::string fasta;
+};
+
+[[noreturn]] void usage() {
+  std::fprintf(stderr,
+               "usage: zemtra_bench_run [--reference] [--threads N] [--matrix M] [--gap G] "
+               "[--phase pairwise|run] FASTA\n");
+  std::exit(2);
+}
+
+Options parse(int argc, char** argv) {
+  Options o;
+  for (int a = 1; a < argc; ++a) {
+    const std::string arg = argv[a];
+    auto value = [&]() -> std::string {
+      if (a + 1 >= argc) usage();
+      return argv[++a];
+    };
+    if (arg == "--reference")
+      o.engine.reference = true;
+    else if (arg == "--threads")
+      o.engine.threads = static_cast<unsigned>(std::stoul(value()));
+    else if (arg == "--matrix")
+      o.matNo = std::stoi(value());
+    else if (arg == "--gap")
+      o.gap = std::stoi(value());
+    else if (arg == "--phase")
+      o.phase = value();
+    else if (!arg.empty() && arg[0] != '-' && o.fasta.empty())
+      o.fasta = arg;
+    else
+      usage();
+  }
+  if (o.fasta.empty() || (o.phase != "run" && o.phase != "pairwise")) usage();
+  return o;
+}
+
+// The run's inputs as the plug-in builds them from a whole alignment.
+struct Inputs {
+  explicit Inputs(const std::vector<std::string>& family)
+      : width(longest(family)), names(family.size(), 8), seqs(family.size(), 2 * width) {
+    for (unsigned long r = 0; r < family.size(); ++r) {
+      const std::string name = "s" + std::to_string(r + 1);
+      std::snprintf(names[r], 8, "%s", name.c_str());
+      std::memset(seqs[r], '-', seqs.cols());
+      std::memcpy(seqs[r] + 1, family[r].data(), family[r].size());
+      len.push_back(width);
+      nres.push_back(family[r].size());
+    }
+  }
+  static unsigned long longest(const std::vector<std::string>& family) {
+    unsigned long w = 1;
+    for (const std::string& s : family) w = std::max<unsigned long>(w, s.size());
+    return w;
+  }
+  unsigned long width;
+  KARVO::Matrix<char> names;
+  KARVO::Matrix<char> seqs;
+  std::vector<unsigned long> len;
+  std::vector<unsigned long> nres;
+};
+
+long peakKilobytes() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const Options options = parse(argc, argv);
+  QCoreApplication app(argc, argv);
+  QTemporaryDir tmp;
+  qputenv("KARVO_TMPDIR", QFile::encodeName(tmp.path()));
+
+  Inputs in(bench::readFasta(options.fasta));
+  const unsigned long ns = in.seqs.rows();
+  HeadlessRunInteraction interaction;
+  interaction.answerOverwrite = [](const QString&) { return true; };
+
+  const auto start = std::chrono::steady_clock::now();
+  bool ok = false;
+  if (options.phase == "pairwise") {
+    RunStorage storage(ns, in.seqs.cols());
+    const RunInput input{in.len.data(), in.nres.data(), in.names, in.seqs, 0, options.matNo, options.gap};
+    RunProgress progress{interaction, 0, static_cast<int>(ns * (ns - 1) / 2) + 1};
+    std::ostringstream log;
+    ok = pairwisePhase(log, input, storage, progress, options.engine);
+  } else {
+    zemtra_kv(interaction, &ok, "bench.log", in.len.data(), in.nres.data(), in.names, in.seqs, 0, options.matNo,
+              options.gap, nullptr, options.engine);
+  }
+  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  const double cells = double(ns) * double(ns - 1) / 2.0 * double(in.width) * double(in.width);
+  std::printf("seconds=%.3f pairwise_cells=%.0f gcups=%.3f peak_kb=%ld ok=%d\n", seconds, cells,
+              options.phase == "pairwise" ? cells / seconds / 1e9 : 0.0, peakKilobytes(), ok ? 1 : 0);
+  return ok ? 0 : 1;
+}

@@ -1,0 +1,274 @@
+#include "run/pairwise_phase.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <iomanip>
+#include <memory>
+#include <new>
+#include <numeric>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "core/diagnostics.h"
+#include "pairwise/comp_kv.h"
+#include "pairwise/fast_dp.h"
+#include "pairwise/fast_measures.h"
+#include "pairwise/measures.h"
+#include "pairwise/pair_kv.h"
+
+namespace {
+
+const std::string kUnderscores75(75, '_');
+
+void writeSimilarity(std::ostream& log, int score, float nas) {
+  log << '\n'
+      << kUnderscores75 << "\n\nSimilarity score = " << std::setw(6) << score << "\nNormalized score = " << std::setw(8)
+      << nas << '\n';
+}
+
+// One pair after the other on the calling thread, with the reference's
+// routines or, when fastPairs is set, with pair_kv's drop-in replacement.
+bool pairsInTurn(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress, bool fastPairs) {
+  const unsigned long ns = input.seqs.rows();
+  zemtra::DpWorkspace workspace;
+  for (unsigned long j = 0; j + 1 < ns; ++j) {
+    if (progress.interaction.progressCanceled()) return false;
+    for (unsigned long k = j + 1; k < ns; ++k) {
+      progress.interaction.progressSet(progress.step);
+      ++progress.step;
+      progress.interaction.processEvents();
+
+      bool first = true;
+      unsigned long lenJ = 0;
+      unsigned long lenK = 0;
+      comp_kv(j, k, input.matNo, &lenJ, &lenK, storage.cmp, input.seqs, input.len, first);
+      if (fastPairs)
+        zemtra::pairFast(lenJ, lenK, input.gap, &storage.alen, 1, storage.cmp, storage.path, workspace);
+      else
+        pair_kv(lenJ, lenK, input.gap, &storage.alen, 1, storage.cmp, storage.path);
+      const int score = score_kv(j, k, storage.alen, input.matNo, input.gap, 1, input.seqs, storage.path);
+      const float nas = norm_kv(j, k, storage.alen, score, input.matNo, 1, input.seqs, storage.path);
+      storage.fscore[j][k] = storage.fscore[k][j] = nas;
+      if (ns == 2) writeSimilarity(log, score, nas);
+      storage.pid[j][k] = storage.pid[k][j] = pids_kv(j, k, storage.alen, input.seqs, input.nres, storage.path);
+    }
+  }
+  return true;
+}
+
+// What the phase keeps of one pair.
+struct PairResult {
+  float nas = 0.0f;
+  float pid = 0.0f;
+  int alen = 0;
+  const char* pairless = nullptr;  // the reference's exit message, if any
+};
+
+// A run of pairs of one row, aligned together in SIMD lanes.
+struct Chunk {
+  unsigned long j;
+  unsigned long firstK;
+  unsigned long count;
+  unsigned long firstPair;
+};
+
+// Computes the pairs of the phase on worker threads and on the calling
+// thread while it waits. Pairs are stored by their index in pair order, so
+// nothing depends on which thread computed what or when.
+class PairsAhead {
+ public:
+  PairsAhead(const RunInput& input, unsigned threads)
+      : input_(input), ns_(input.seqs.rows()), scores_(input.matNo), results_(ns_ * (ns_ - 1) / 2) {
+    ks_.resize(ns_);
+    std::iota(ks_.begin(), ks_.end(), 0UL);
+    planChunks();
+    done_ = std::make_unique<std::atomic<unsigned char>[]>(chunks_.size());
+    errors_.resize(chunks_.size());
+    // Fewer threads than asked for only cost time: the calling thread
+    // computes whatever no worker takes.
+    try {
+      for (unsigned t = 1; t < threads; ++t) workers_.emplace_back([this] { work(); });
+    } catch (const std::system_error&) {
+    } catch (const std::bad_alloc&) {
+    }
+  }
+
+  ~PairsAhead() { stop(); }
+  PairsAhead(const PairsAhead&) = delete;
+  PairsAhead& operator=(const PairsAhead&) = delete;
+
+  // Stops the workers after their current chunk and waits for them.
+  void stop() {
+    stop_.store(true);
+    for (std::thread& t : workers_) t.join();
+    workers_.clear();
+  }
+
+  unsigned long pairIndex(unsigned long j, unsigned long k) const { return rowStart(j) + (k - j - 1); }
+
+  // The result of pair (j, k), computing chunks on this thread until it is
+  // there.
+  const PairResult& waitFor(unsigned long j, unsigned long k) {
+    const unsigned long c = rowChunk_[j] + (k - j - 1) / chunkLanes_;
+    while (done_[c].load(std::memory_order_acquire) == 0) {
+      if (!runNextChunk(mainThread_)) done_[c].wait(0, std::memory_order_acquire);
+    }
+    if (errors_[c]) std::rethrow_exception(errors_[c]);
+    return results_[pairIndex(j, k)];
+  }
+
+ private:
+  struct ThreadState {
+    explicit ThreadState(unsigned long width) : path(2, width) {}
+    zemtra::DpWorkspace workspace;
+    KARVO::Matrix<long> path;
+  };
+
+  // Index of pair (j, j + 1): the pairs of the rows above come first.
+  unsigned long rowStart(unsigned long j) const { return j * (ns_ - 1) - j * (j - 1) / 2; }
+
+  void planChunks() {
+    chunkLanes_ = zemtra::batchLanes(zemtra::bestSimdLevel(), zemtra::LaneWidth::kAuto);
+    rowChunk_.resize(ns_);
+    for (unsigned long j = 0; j + 1 < ns_; ++j) {
+      rowChunk_[j] = chunks_.size();
+      for (unsigned long k = j + 1; k < ns_; k += chunkLanes_) {
+        chunks_.push_back({j, k, std::min(chunkLanes_, ns_ - k), pairIndex(j, k)});
+      }
+    }
+  }
+
+  // A worker that cannot set itself up leaves its share to the others and
+  // to the calling thread.
+  void work() {
+    std::unique_ptr<ThreadState> state;
+    try {
+      state = std::make_unique<ThreadState>(input_.seqs.cols());
+    } catch (const std::bad_alloc&) {
+      return;
+    }
+    while (!stop_.load(std::memory_order_relaxed) && runNextChunk(*state)) {
+    }
+  }
+
+  // Takes the next chunk nobody has taken; false when there is none.
+  bool runNextChunk(ThreadState& state) {
+    const unsigned long c = next_.fetch_add(1);
+    if (c >= chunks_.size()) return false;
+    // Pairs after one whose alignment ends the process are never needed.
+    if (chunks_[c].firstPair <= firstPairless_.load(std::memory_order_relaxed)) {
+      try {
+        compute(chunks_[c], state);
+      } catch (...) {
+        errors_[c] = std::current_exception();
+      }
+    }
+    done_[c].store(1, std::memory_order_release);
+    done_[c].notify_all();
+    return true;
+  }
+
+  void compute(const Chunk& chunk, ThreadState& state) {
+    // A short chunk wastes fewer lanes in a narrower kernel; every kernel
+    // gives the same alignments.
+    zemtra::SimdLevel level = zemtra::bestSimdLevel();
+    if (chunk.count <= zemtra::batchLanes(zemtra::SimdLevel::kAvx2, zemtra::LaneWidth::kAuto) &&
+        zemtra::simdLevelSupported(zemtra::SimdLevel::kAvx2))
+      level = zemtra::SimdLevel::kAvx2;
+    zemtra::RowPairs request{input_.seqs,  input_.len, chunk.j, ks_.data() + chunk.firstK, chunk.count,
+                             input_.matNo, input_.gap, level,   zemtra::LaneWidth::kAuto};
+    request.reportPairless = true;
+    zemtra::alignRowPairs(request, state.path, state.workspace, [&](const zemtra::PairOutcome& o) {
+      const unsigned long p = pairIndex(o.j, o.k);
+      PairResult& r = results_[p];
+      r.alen = o.alen;
+      r.pairless = o.pairless;
+      if (o.pairless != nullptr) {
+        notePairless(p);
+        return;
+      }
+      const zemtra::PathMeasures m =
+          zemtra::measurePath({input_.seqs, input_.nres, o.j, o.k, o.alen, state.path, scores_, input_.gap});
+      r.nas = m.nas;
+      r.pid = m.pid;
+    });
+  }
+
+  void notePairless(unsigned long p) {
+    unsigned long seen = firstPairless_.load();
+    while (p < seen && !firstPairless_.compare_exchange_weak(seen, p)) {
+    }
+  }
+
+  const RunInput& input_;
+  const unsigned long ns_;
+  const zemtra::ScoreLookup scores_;
+  std::vector<unsigned long> ks_;  // 0, 1, ..., ns - 1: every chunk's rows are a slice of it
+  std::vector<Chunk> chunks_;
+  std::vector<unsigned long> rowChunk_;  // first chunk of each row
+  unsigned long chunkLanes_ = 1;
+  std::vector<PairResult> results_;
+  std::unique_ptr<std::atomic<unsigned char>[]> done_;
+  std::vector<std::exception_ptr> errors_;
+  std::atomic<unsigned long> next_{0};
+  std::atomic<unsigned long> firstPairless_{~0UL};
+  std::atomic<bool> stop_{false};
+  ThreadState mainThread_{input_.seqs.cols()};
+  std::vector<std::thread> workers_;
+};
+
+// Whether every alignment of the phase that pairs a position fits the path
+// matrix, so that pair_kv writes its path for every pair and no measure ever
+// reads a path left over from an earlier pair.
+bool pathsAlwaysFit(const RunInput& input) {
+  const unsigned long ns = input.seqs.rows();
+  unsigned long longest = 0;
+  unsigned long second = 0;
+  for (unsigned long r = 0; r < ns; ++r) {
+    const unsigned long l = input.len[r];
+    if (l > longest) {
+      second = longest;
+      longest = l;
+    } else if (l > second) {
+      second = l;
+    }
+  }
+  return longest + second <= input.seqs.cols();
+}
+
+bool pairsAhead(const RunInput& input, RunStorage& storage, RunProgress& progress, unsigned threads) {
+  const unsigned long ns = input.seqs.rows();
+  PairsAhead pairs(input, threads);
+  for (unsigned long j = 0; j + 1 < ns; ++j) {
+    if (progress.interaction.progressCanceled()) return false;
+    for (unsigned long k = j + 1; k < ns; ++k) {
+      progress.interaction.progressSet(progress.step);
+      ++progress.step;
+      progress.interaction.processEvents();
+
+      const PairResult& r = pairs.waitFor(j, k);
+      if (r.pairless != nullptr) {
+        pairs.stop();
+        zemtra::fatalExit(r.pairless, 1);
+      }
+      storage.alen = r.alen;
+      storage.fscore[j][k] = storage.fscore[k][j] = r.nas;
+      storage.pid[j][k] = storage.pid[k][j] = r.pid;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+bool pairwisePhase(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress,
+                   const zemtra::EngineOptions& engine) {
+  if (engine.reference) return pairsInTurn(log, input, storage, progress, false);
+  // Two sequences leave their one path for the merge; odd inputs whose
+  // paths may not fit keep the reference's order of path writes.
+  if (input.seqs.rows() <= 2 || !pathsAlwaysFit(input)) return pairsInTurn(log, input, storage, progress, true);
+  return pairsAhead(input, storage, progress, zemtra::threadCount(engine));
+}

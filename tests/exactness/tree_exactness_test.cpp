@@ -1,0 +1,123 @@
+// The tree phase with the incremental cluster distances against the
+// reference's full rescans: the log, the family table, the join history and
+// the re-aligned rows, for random distance tables full of ties, prealigned
+// blocks, and values that only the rescan treats correctly.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <iomanip>
+#include <limits>
+#include <memory>
+#include <sstream>
+
+#include "exactness_fixtures.h"
+#include "tree/tree_kv.h"
+
+namespace {
+
+struct TreeCase {
+  std::vector<std::string> rows;
+  std::vector<float> distances;  // ns x ns, row-major
+  unsigned fixed = 0;
+  int matNo = 0;
+  int gap = 10;
+};
+
+// Runs the tree phase and describes everything it leaves behind. The rows
+// get room for every possible join, so no run ends the process.
+std::string treeAndDescribe(const TreeCase& c, const zemtra::EngineOptions& engine) {
+  const unsigned long ns = c.rows.size();
+  unsigned long total = 0;
+  for (const std::string& r : c.rows) total += r.size();
+  const unsigned long width = total + 2;
+  KARVO::Matrix<char> seqs(ns, width);
+  KARVO::Matrix<char> names(ns, 8);
+  std::vector<unsigned long> len(ns);
+  KARVO::Matrix<float> fscore(ns, ns);
+  KARVO::Matrix<unsigned long> family(ns + 1, ns + 1);
+  KARVO::Matrix<int> cmp(width, width);
+  KARVO::Matrix<long> path(2, width);
+  for (unsigned long r = 0; r < ns; ++r) {
+    std::fill(seqs[r], seqs[r] + width, '.');
+    std::copy(c.rows[r].begin(), c.rows[r].end(), seqs[r] + 1);
+    len[r] = c.rows[r].size();
+    const std::string name = "T" + std::to_string(r + 1);
+    std::snprintf(names[r], 8, "%s", name.c_str());
+    for (unsigned long k = 0; k < ns; ++k) fscore[r][k] = c.distances[r * ns + k];
+  }
+  std::ostringstream log;
+  log << std::fixed << std::right << std::setprecision(1);
+  int alen = -1;
+  JoinHistory history;
+  tree_kv(log, c.matNo, c.gap, &alen, names, fscore, family, cmp, seqs, len.data(), path, c.fixed, &history, engine);
+
+  std::ostringstream out;
+  out << "alen " << alen << "\nfamily\n";
+  for (unsigned long r = 0; r <= ns; ++r) {
+    for (unsigned long k = 0; k <= ns; ++k) out << family[r][k] << ' ';
+    out << '\n';
+  }
+  out << "joins";
+  for (const auto& [a, b] : history.joins) out << ' ' << a << '-' << b;
+  out << "\nrows\n";
+  for (unsigned long r = 0; r < ns; ++r) out << len[r] << ' ' << std::string(seqs[r], width) << '\n';
+  out << "log\n" << log.str();
+  return out.str();
+}
+
+// Prealigned rows must share one length; the others are free.
+TreeCase randomCase(std::mt19937& rng, const std::vector<float>& values) {
+  TreeCase c;
+  const int ns = exact::uniform(rng, 2, 24);
+  c.fixed = exact::chance(rng, 0.3) ? static_cast<unsigned>(exact::uniform(rng, 0, ns)) : 0;
+  const int blockWidth = exact::uniform(rng, 1, 12);
+  for (int r = 0; r < ns; ++r) {
+    const int width = static_cast<unsigned>(r) < c.fixed ? blockWidth : exact::uniform(rng, 1, 12);
+    c.rows.push_back(exact::randomRow(rng, width, "ACDEFGHIKLMNPQRSTVWY", 0.2));
+  }
+  c.distances.assign(static_cast<std::size_t>(ns * ns), 0.0f);
+  for (int a = 0; a < ns; ++a) {
+    for (int b = a + 1; b < ns; ++b) {
+      const float d = values[static_cast<std::size_t>(exact::uniform(rng, 0, int(values.size()) - 1))];
+      c.distances[static_cast<std::size_t>(a * ns + b)] = d;
+      c.distances[static_cast<std::size_t>(b * ns + a)] = d;
+    }
+  }
+  c.matNo = exact::uniform(rng, 0, 13);
+  c.gap = exact::chance(rng, 0.5) ? 0 : exact::uniform(rng, 1, 100);
+  return c;
+}
+
+void expectSameTrees(std::mt19937& rng, const std::vector<float>& values, int cases) {
+  for (int n = 0; n < cases; ++n) {
+    const TreeCase c = randomCase(rng, values);
+    ASSERT_EQ(treeAndDescribe(c, {true, 0}), treeAndDescribe(c, {false, 0})) << "case " << n;
+  }
+}
+
+TEST(TreeExactness, TiedDistancesGiveTheReferenceJoins) {
+  std::mt19937 rng(404);
+  expectSameTrees(rng, {10.0f, 20.0f, 20.0f, 30.0f}, 150);
+}
+
+TEST(TreeExactness, DistancesWhoseMeansRoundGiveTheReferenceJoins) {
+  // Thirds and tenths do not add up exactly in single precision, so the
+  // summation order decides the last bit of every mean.
+  std::mt19937 rng(405);
+  expectSameTrees(rng, {0.1f, 0.2f, 0.3f, 1.0f / 3.0f, 2.0f / 3.0f, 33.3f, 998.9f}, 150);
+}
+
+TEST(TreeExactness, NegativeAndInfiniteDistancesGiveTheReferenceJoins) {
+  std::mt19937 rng(406);
+  const float inf = std::numeric_limits<float>::infinity();
+  expectSameTrees(rng, {-inf, -5.5f, 0.0f, -0.0f, 12.25f, 999.0f}, 100);
+}
+
+TEST(TreeExactness, DistancesJustBelowTheJoinedMarkGiveTheReferenceJoins) {
+  // The reference never refreshes a pair above 999: such tables must take
+  // its path.
+  std::mt19937 rng(407);
+  expectSameTrees(rng, {5.0f, 999.25f, 999.5f, 40.0f}, 100);
+}
+
+}  // namespace

@@ -1,0 +1,122 @@
+#include "tree/cluster_tracker.h"
+
+#include "core/diagnostics.h"
+
+using KARVO::Matrix;
+
+bool ClusterTracker::applies(const Matrix<float>& fscore, unsigned long ns) {
+  if (fscore.rows() < ns || fscore.cols() < ns) return false;
+  for (unsigned long r = 0; r < ns; ++r) {
+    for (unsigned long c = 0; c < ns; ++c) {
+      // Written so that a NaN fails as well.
+      if (r != c && !(fscore[r][c] <= kJoinedThreshold)) return false;
+    }
+  }
+  return true;
+}
+
+ClusterTracker::ClusterTracker(const Matrix<float>& fscore, unsigned long ns)
+    : fscore_(fscore),
+      ns_(ns),
+      dist_((ns + 1) * (ns + 1), 0.0f),
+      clusters_(ns + 1),
+      idOf_(ns + 1),
+      rowSums_(ns + 1),
+      best_(ns + 1) {
+  clusters_[0].active = false;
+  for (unsigned long s = 1; s <= ns; ++s) idOf_[s] = s;
+  // Two single sequences keep the distance the reference copied from the
+  // upper triangle.
+  for (unsigned long i = 1; i <= ns; ++i)
+    for (unsigned long j = i + 1; j <= ns; ++j) setDistance(i, j, fscore[i - 1][j - 1]);
+  for (unsigned long i = 1; i <= ns; ++i) rescan(i);
+}
+
+ClosestPair ClusterTracker::closest() const {
+  unsigned long first = 0;
+  for (unsigned long i = 1; i <= ns_; ++i) {
+    if (!clusters_[i].active || best_[i].other == 0) continue;
+    // Strictly smaller only: on ties the earliest row wins, as in the
+    // row-major scan.
+    if (first == 0 || best_[i].value < best_[first].value) first = i;
+  }
+  ZEMTRA_ASSERT(first != 0);
+  return {first, best_[first].other};
+}
+
+void ClusterTracker::rescan(unsigned long id) {
+  Best best;
+  for (unsigned long j = id + 1; j <= ns_; ++j) {
+    if (!clusters_[j].active) continue;
+    const float d = distance(id, j);
+    if (best.other == 0 || d < best.value) best = {d, j};
+  }
+  best_[id] = best;
+}
+
+void ClusterTracker::offer(unsigned long id, unsigned long other) {
+  const float d = distance(id, other);
+  Best& best = best_[id];
+  if (best.other == 0 || d < best.value || (d == best.value && other < best.other)) best = {d, other};
+}
+
+float ClusterTracker::familyDistance(const Matrix<unsigned long>& family, unsigned long rowA, unsigned long sizeA,
+                                     unsigned long rowB, unsigned long sizeB) const {
+  // The higher row's members form the outer loop, as in the reference.
+  const bool aIsLower = rowA < rowB;
+  const unsigned long* lower = family[aIsLower ? rowA : rowB];
+  const unsigned long* higher = family[aIsLower ? rowB : rowA];
+  const unsigned long lowerSize = aIsLower ? sizeA : sizeB;
+  const unsigned long higherSize = aIsLower ? sizeB : sizeA;
+  float sum = 0.0f;
+  for (unsigned long a = 0; a < higherSize; ++a) {
+    const float* row = fscore_[higher[a] - 1];
+    for (unsigned long b = 0; b < lowerSize; ++b) sum += row[lower[b] - 1];
+  }
+  return sum / static_cast<float>(lowerSize * higherSize);
+}
+
+void ClusterTracker::rowGrew(const Matrix<unsigned long>& family, unsigned long row, unsigned long oldMembers,
+                             unsigned long members, unsigned long absorbedRow) {
+  const unsigned long* entries = family[row];
+
+  // The new cluster takes the smallest id of the clusters it is made of.
+  std::vector<bool> merged(ns_ + 1, false);
+  unsigned long id = ns_ + 1;
+  for (unsigned long p = 0; p < members; ++p) {
+    const unsigned long old = idOf_[entries[p]];
+    merged[old] = true;
+    if (old < id) id = old;
+  }
+  for (unsigned long p = 0; p < members; ++p) idOf_[entries[p]] = id;
+  for (unsigned long old = 1; old <= ns_; ++old)
+    if (merged[old] && old != id) clusters_[old].active = false;
+  clusters_[id] = {row, members, true};
+
+  // Continue the row's sums with the newcomers, in row order.
+  std::vector<float>& sums = rowSums_[row];
+  if (oldMembers == 0) sums.assign(ns_ + 1, 0.0f);
+  for (unsigned long p = oldMembers; p < members; ++p) {
+    const float* distances = fscore_[entries[p] - 1];
+    for (unsigned long y = 1; y <= ns_; ++y) sums[y] += distances[y - 1];
+  }
+  if (absorbedRow != kSingle) std::vector<float>().swap(rowSums_[absorbedRow]);
+
+  const float size = static_cast<float>(members);
+  for (unsigned long other = 1; other <= ns_; ++other) {
+    const Cluster& c = clusters_[other];
+    if (!c.active || other == id) continue;
+    const float d = c.row == kSingle ? sums[other] / size : familyDistance(family, row, members, c.row, c.size);
+    setDistance(id, other, d);
+  }
+
+  for (unsigned long i = 1; i <= ns_; ++i) {
+    if (!clusters_[i].active || i == id) continue;
+    const unsigned long partner = best_[i].other;
+    if (partner != 0 && (merged[partner] || (i < id && partner == id)))
+      rescan(i);
+    else if (i < id)
+      offer(i, id);
+  }
+  rescan(id);
+}
