@@ -1,14 +1,41 @@
 // karvo: the command-line host of the Zemtra plug-in. Each subcommand lives
 // in its own file; main only dispatches.
 #include <CLI/CLI.hpp>
+#include <cstdlib>
 #include <iostream>
+#include <string>
 
 #include "app/align_command.h"
 #include "app/exit_status.h"
+#include "app/gui/gui_main.h"
 #include "app/matrices_command.h"
+
+namespace {
+
+bool hasDisplay() {
+  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY"}) {
+    const char* value = std::getenv(name);
+    if (value != nullptr && *value != '\0') return true;
+  }
+  return false;
+}
+
+// `karvo FILE` opens the window when there is a display to show it on.
+bool isBareFile(int argc, char** argv) {
+  if (argc != 2 || !hasDisplay()) return false;
+  const std::string arg = argv[1];
+  return !arg.empty() && arg[0] != '-' && arg != "align" && arg != "matrices" && arg != "gui";
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   using namespace karvo_app;
+  if (isBareFile(argc, argv)) {
+    karvo_gui::GuiOptions options;
+    options.file = argv[1];
+    return karvo_gui::runGui(options);
+  }
   CLI::App app("Re-aligns protein sequences with the Zemtra plug-in.", "karvo");
   app.set_version_flag("--version", "karvo " KARVO_VERSION);
   app.require_subcommand(1);
@@ -18,6 +45,19 @@ int main(int argc, char** argv) {
   const CLI::App* align = addAlignCommand(app, alignOptions);
   MatricesOptions matricesOptions;
   const CLI::App* matrices = addMatricesCommand(app, matricesOptions);
+
+  karvo_gui::GuiOptions guiOptions;
+  std::string guiFile, guiSelect, guiScreenshot;
+  CLI::App* gui = app.add_subcommand("gui", "Opens the desktop window.");
+  gui->add_option("file", guiFile, "Alignment to open");
+  gui->add_option("--select", guiSelect, "Columns FIRST:LAST to select (1-based, inclusive)")
+      ->check([](const std::string& text) {
+        return karvo_gui::parseColumnSpan(text) ? std::string()
+                                                : std::string("expected FIRST:LAST with 1 <= FIRST <= LAST");
+      });
+  gui->add_option("--screenshot", guiScreenshot, "Write a PNG picture of the window and exit");
+  gui->add_flag("--run", guiOptions.run, "Run the plug-in on the selection first, with the dialog's defaults");
+  gui->add_option("--plugin-dir", guiOptions.pluginDir, "Look for plug-ins only in this folder");
 
   try {
     app.parse(argc, argv);
@@ -34,5 +74,11 @@ int main(int argc, char** argv) {
 
   if (align->parsed()) return runAlign(alignOptions);
   if (matrices->parsed()) return runMatrices(matricesOptions);
+  if (gui->parsed()) {
+    if (!guiFile.empty()) guiOptions.file = guiFile;
+    if (!guiSelect.empty()) guiOptions.select = karvo_gui::parseColumnSpan(guiSelect);
+    if (!guiScreenshot.empty()) guiOptions.screenshot = guiScreenshot;
+    return karvo_gui::runGui(guiOptions);
+  }
   return kExitUsage;
 }
