@@ -12,13 +12,16 @@
 
 #include "app/align_options.h"
 #include "app/atomic_file.h"
+#include "app/engine_exit.h"
 #include "app/exit_status.h"
 #include "app/log_placement.h"
 #include "app/plugin_loader.h"
+#include "app/run_memory.h"
 #include "app/terminal_interaction.h"
 #include "app/tree_export.h"
 #include "host/alignment.h"
 #include "host/alignment_io.h"
+#include "host/config.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/scomat.h"
 
@@ -59,6 +62,7 @@ bool verboseMessages = false;
 // The plug-in and the host library write their diagnostic texts through
 // Qt's debug output; at a terminal they are noise unless asked for.
 void filterQtMessages(QtMsgType type, const QMessageLogContext&, const QString& text) {
+  if (type == QtDebugMsg) noteDebugMessage(text.toStdString());
   if (type == QtDebugMsg && !verboseMessages) return;
   std::cerr << text.toStdString() << '\n' << std::flush;
 }
@@ -79,9 +83,7 @@ Settings checkOptions(const AlignOptions& options) {
   }
   if (!options.range.empty()) {
     settings.span = parseColumnRange(options.range);
-    if (!settings.span) {
-      throw Failure(kExitUsage, "invalid range '" + options.range + "' (expected FIRST:LAST, 1 <= FIRST <= LAST)");
-    }
+    if (!settings.span) throw Failure(kExitUsage, columnRangeProblem(options.range));
   }
   const auto log = logTargetFor(options.log);
   if (!log) throw Failure(kExitUsage, "--log " + options.log + " does not name a file");
@@ -177,6 +179,7 @@ void checkRunEnded(const ZemtraRunReport& report, const RunSummary& run) {
     case ExchangeOutcome::NoRange:
       throw Failure(kExitRunRefused, "nothing to align: the alignment has no columns");
     case ExchangeOutcome::NoAdditionalSequences:
+      if (report.fixed == 0) throw Failure(kExitRunRefused, "nothing to align: no sequence has residues in " + columns);
       throw Failure(kExitRunRefused, "nothing to align: no sequence after the " + std::to_string(run.prealigned) +
                                          " prealigned ones has residues in " + columns);
     case ExchangeOutcome::FewerThanTwo:
@@ -249,6 +252,30 @@ std::unique_ptr<KARVO::Alignment> readSelected(const AlignOptions& options, cons
   return alignment;
 }
 
+// The run allocates its tables up front; one that cannot fit is refused
+// before anything is loaded or run.
+void checkMemory(const KARVO::Alignment& alignment) {
+  // For tests of what happens when an allocation fails inside the run.
+  if (const char* skip = std::getenv("KARVO_TEST_SKIP_MEMORY_CHECK"); skip != nullptr && std::string(skip) == "1")
+    return;
+  const KARVO::ColumnRange range = alignment.selection;
+  const unsigned long width = range.second - range.first;
+  const std::uint64_t need = runMemoryNeed(engineFromEnvironment({width, alignment.sequenceCount()}));
+  const std::optional<std::uint64_t> available = availableMemory();
+  if (!available) return;
+  if (const auto refusal = memoryRefusal(width, need, *available)) throw Failure(kExitUsage, *refusal);
+}
+
+// A personal directory that must not be used stops the run here, in one
+// line, rather than as the run's failure to create "/dev/null/...".
+void checkPersonalDir() {
+  const Config::PersonalTmpDir dir = Config::LocatePersonalTmpDir();
+  if (!dir.refusal.empty()) {
+    throw Failure(kExitRunRefused,
+                  "refusing temporary directory " + dir.path + ": " + dir.refusal + "; nothing was aligned");
+  }
+}
+
 // One call of the plug-in with the log placed where the user wants it.
 RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARVO::Alignment& alignment,
                      TerminalInteraction& interaction, ZemtraRunReport& report) {
@@ -263,7 +290,10 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
   }
   RunSummary run{alignment.selection, options.prealigned};
   const ZemtraParameters parameters{settings.matNo, options.gap, options.prealigned, placement->logName()};
-  execute(alignment, parameters, interaction, &report);
+  {
+    const EngineExitWatch watch;
+    execute(alignment, parameters, interaction, &report);
+  }
   interaction.progressEnd();
   run.logWritten = placement->finish(report.run.logWritten) && report.run.logWritten;
   run.logPath = placement->shownPath(report.run.logPath);
@@ -288,7 +318,10 @@ int align(const AlignOptions& options) {
   confirmLogPath(settings.log, interaction);
 
   const std::unique_ptr<KARVO::Alignment> alignment = readSelected(options, settings);
+  checkMemory(*alignment);
+  checkPersonalDir();
   ZemtraRunReport report;
+  report.wantTree = !options.treeNewick.empty() || !options.treeSvg.empty();
   const RunSummary run = runPlugin(options, settings, *alignment, interaction, report);
   checkRunEnded(report, run);
 
@@ -341,6 +374,11 @@ int runAlign(const AlignOptions& options) {
   } catch (const Failure& failure) {
     std::cerr << "karvo: " << failure.what() << '\n';
     return failure.status();
+  } catch (const std::bad_alloc&) {
+    // Reading or the run: either way everything was released on the way out
+    // and nothing has been written yet.
+    std::cerr << "karvo: out of memory; the input is unchanged and nothing was written\n";
+    return kExitUsage;
   } catch (const std::exception& error) {
     std::cerr << "karvo: " << error.what() << '\n';
     return kExitUsage;

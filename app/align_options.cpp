@@ -41,6 +41,17 @@ std::optional<ColumnSpan> parseColumnRange(std::string_view text) {
   return ColumnSpan{*first, *last};
 }
 
+std::string columnRangeProblem(std::string_view text) {
+  const std::string quoted = "'" + std::string(text) + "'";
+  const std::size_t colon = text.find(':');
+  const auto first = colon == std::string_view::npos ? std::nullopt : parseWhole(text.substr(0, colon));
+  const auto last = colon == std::string_view::npos ? std::nullopt : parseWhole(text.substr(colon + 1));
+  if (!first || !last) return "invalid range " + quoted + " (expected FIRST:LAST, two column numbers)";
+  if (*first == 0) return "invalid range " + quoted + ": columns are numbered from 1";
+  if (*first > *last) return "empty range " + quoted + ": LAST comes before FIRST";
+  return "invalid range " + quoted;
+}
+
 std::optional<int> lookupMatrix(std::string_view nameOrNumber) {
   if (const auto number = parseWhole(nameOrNumber)) {
     if (*number < static_cast<unsigned long>(ScoMat::kMatrixCount)) return static_cast<int>(*number);

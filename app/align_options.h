@@ -16,6 +16,9 @@ struct ColumnSpan {
 // "FIRST:LAST" with 1 <= FIRST <= LAST; nullopt for anything else.
 std::optional<ColumnSpan> parseColumnRange(std::string_view text);
 
+// Why parseColumnRange refuses text, as a one-line message.
+std::string columnRangeProblem(std::string_view text);
+
 // A matrix name (any case; '_' may stand for a blank) or a matrix number
 // 0 to 14; nullopt when neither matches.
 std::optional<int> lookupMatrix(std::string_view nameOrNumber);

@@ -15,9 +15,11 @@ enum ExitStatus : int {
 
 inline constexpr const char* kExitStatusHelp =
     "Exit status: 0 success; 1 usage or input error (bad option, unreadable\n"
-    "input, unknown matrix, range out of bounds, plug-in not found); 2 run\n"
-    "refused (nothing to align, existing log kept, log folder not made);\n"
-    "3 alignment written but run log not written; 4 an output file could not\n"
-    "be written; 130 cancelled with Ctrl-C (nothing written).";
+    "input, unknown matrix, range out of bounds or too wide for the memory,\n"
+    "plug-in not found, out of memory); 2 run refused (nothing to align,\n"
+    "existing log kept, log folder not made or not private); 3 alignment\n"
+    "written but run log not written; 4 an output file could not be written;\n"
+    "130 cancelled with Ctrl-C (nothing written); 154 and 134 the engine\n"
+    "ended the process (nothing written).";
 
 }  // namespace karvo_app

@@ -15,7 +15,7 @@
 
 namespace KARVO::formats {
 
-// A file's text split into lines without their line ends (a '\r' before
+// A file's text split into lines without their line ends (any '\r' before
 // '\n' belongs to the line end). Line and column numbers are 1-based.
 struct TextFile {
   std::string name;

@@ -55,7 +55,8 @@ formats::TextFile splitLines(const std::string& content, const std::string& disp
     std::size_t end = content.find('\n', start);
     if (end == std::string::npos) end = content.size();
     std::string text = content.substr(start, end - start);
-    if (!text.empty() && text.back() == '\r') text.pop_back();
+    // "\r\r\n" comes from converting line ends twice; all of it is the end.
+    while (!text.empty() && text.back() == '\r') text.pop_back();
     file.lines.push_back(std::move(text));
     start = end + 1;
   }
@@ -70,7 +71,7 @@ std::unique_ptr<Alignment> parse(const std::string& content, const std::string& 
                                   [](const std::string& line) { return !formats::isBlank(line); });
   if (first == file.lines.end()) formats::fail(file, 0, 0, "empty file, no sequences");
 
-  const std::string_view head = std::string_view(*first).substr(first->find_first_not_of(" \t"));
+  const std::string_view head = std::string_view(*first).substr(first->find_first_not_of(" \t\r"));
   if (head.front() == '>') return formats::readFasta(file);
   if (startsWith(head, "CLUSTAL") || startsWith(head, "MUSCLE")) return formats::readClustal(file);
   if (startsWith(head, "# STOCKHOLM")) return formats::readStockholm(file);
@@ -82,6 +83,10 @@ std::unique_ptr<Alignment> parse(const std::string& content, const std::string& 
     return line.find("MSF:") != std::string::npos && line.find("..") != std::string::npos;
   });
   if (msfHeader) return formats::readMsf(file);
+  // Text before the first header is still FASTA, and the reader says where.
+  const bool fastaHeader =
+      std::any_of(file.lines.begin(), file.lines.end(), [](const std::string& line) { return startsWith(line, ">"); });
+  if (fastaHeader) return formats::readFasta(file);
   formats::fail(file, 0, 0, "unknown format (neither FASTA, Clustal, MSF nor Stockholm)");
 }
 

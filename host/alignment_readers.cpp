@@ -2,6 +2,7 @@
 // RowCollector (which checks the characters) and, for the interleaved
 // formats, to BlockChecker (which checks the block structure).
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 
 #include "host/alignment_formats.h"
@@ -11,7 +12,9 @@ namespace KARVO::formats {
 
 namespace {
 
-bool isBlankChar(char c) { return c == ' ' || c == '\t'; }
+// A stray carriage return inside a line separates words like a blank, so
+// that it never ends up in a name.
+bool isBlankChar(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 bool isDigits(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -134,6 +137,9 @@ std::size_t RowCollector::residueCount() const {
 
 std::unique_ptr<Alignment> RowCollector::finish() const {
   if (sequences_.empty()) fail(file_, 0, 0, "no sequences");
+  // Every format refuses this alike: there would be nothing to align, and
+  // a FASTA copy of it could not be read back.
+  if (residueCount() == 0) fail(file_, 0, 0, "only gaps, no residues in any sequence");
   return Alignment::fromRows(sequences_, rows_);
 }
 
@@ -201,7 +207,9 @@ std::unique_ptr<Alignment> readFasta(const TextFile& file) {
     const std::string_view rest = header.substr(words[0].column - 1 + words[0].text.size());
     current = rows.add(std::string(words[0].text), std::string(trimmed(rest)), lineNo, words[0].column + 1);
   }
-  if (rows.residueCount() == 0) fail(file, 0, 0, "only headers, no residues in any sequence");
+  bool anyRow = false;
+  for (std::size_t r = 0; r < rows.size(); ++r) anyRow = anyRow || rows.rowLength(r) > 0;
+  if (!anyRow) fail(file, 0, 0, "only headers, no residues in any sequence");
   return rows.finish();
 }
 
@@ -252,9 +260,14 @@ std::unique_ptr<Alignment> readMsf(const TextFile& file) {
     if (words.size() < 2) fail(file, lineNo, words[0].column + 5, "'Name:' without a sequence name");
     const std::size_t row = rows.add(std::string(words[1].text), "", lineNo, words[1].column);
     for (std::size_t w = 2; w + 1 < words.size(); ++w) {
-      if (words[w].text == "Len:" && isDigits(words[w + 1].text)) {
-        lengths.push_back({row, std::stoul(std::string(words[w + 1].text)), lineNo, words[w + 1].column});
+      const std::string_view number = words[w + 1].text;
+      if (words[w].text != "Len:" || !isDigits(number)) continue;
+      unsigned long length = 0;
+      const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), length);
+      if (error != std::errc() || end != number.data() + number.size()) {
+        fail(file, lineNo, words[w + 1].column, "Len: " + std::string(number) + " is too large");
       }
+      lengths.push_back({row, length, lineNo, words[w + 1].column});
     }
   }
   if (i == file.lines.size()) fail(file, 0, 0, "no '//' line ending the MSF header");

@@ -38,14 +38,9 @@ void makePath(const std::string& path) {
   ::mkdir(path.c_str(), 0700);
 }
 
-std::string refuse(const std::string& path, const char* reason) {
-  std::fprintf(stderr, "karvo: refusing temporary directory %s: %s\n", path.c_str(), reason);
-  return "/dev/null" + std::string(path.front() == '/' ? "" : "/") + path;
-}
-
 }  // namespace
 
-std::string GetPersonalTmpDir() {
+PersonalTmpDir LocatePersonalTmpDir() {
   std::string dir = environment("KARVO_TMPDIR");
   const bool chosen = !dir.empty();
   if (!chosen) {
@@ -54,7 +49,7 @@ std::string GetPersonalTmpDir() {
       dir = runtime + "/karvo";
     } else {
       const std::string home = homeDirectory();
-      if (home.empty()) return refuse("karvo", "no home directory");
+      if (home.empty()) return {"karvo", "no home directory"};
       dir = home + "/.cache/karvo";
     }
   }
@@ -62,18 +57,25 @@ std::string GetPersonalTmpDir() {
   const std::string checked = withoutTrailingSlashes(dir);
   struct stat info {};
   if (::lstat(checked.c_str(), &info) != 0) {
-    if (errno != ENOENT) return dir;
+    if (errno != ENOENT) return {dir, ""};
     if (chosen) {
       ::mkdir(checked.c_str(), 0700);
     } else {
       makePath(checked);
     }
     // Still missing: the caller reports that it cannot create it.
-    if (::lstat(checked.c_str(), &info) != 0) return dir;
+    if (::lstat(checked.c_str(), &info) != 0) return {dir, ""};
   }
-  if (S_ISLNK(info.st_mode)) return refuse(dir, "it is a symbolic link");
-  if (info.st_uid != ::geteuid()) return refuse(dir, "it is owned by another user");
-  return dir;
+  if (S_ISLNK(info.st_mode)) return {dir, "it is a symbolic link"};
+  if (info.st_uid != ::geteuid()) return {dir, "it is owned by another user"};
+  return {dir, ""};
+}
+
+std::string GetPersonalTmpDir() {
+  const PersonalTmpDir found = LocatePersonalTmpDir();
+  if (found.refusal.empty()) return found.path;
+  std::fprintf(stderr, "karvo: refusing temporary directory %s: %s\n", found.path.c_str(), found.refusal.c_str());
+  return "/dev/null" + std::string(found.path.front() == '/' ? "" : "/") + found.path;
 }
 
 }  // namespace Config

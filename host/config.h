@@ -22,4 +22,14 @@ namespace Config {
 // directory can be found (the result is then "/dev/null/karvo").
 std::string GetPersonalTmpDir();
 
+// The same place, found and created the same way, without the warning line:
+// refusal is empty when the directory may be used, else the reason ("it is
+// a symbolic link", "it is owned by another user", "no home directory").
+// Lets a host refuse a run up front with its own message.
+struct PersonalTmpDir {
+  std::string path;
+  std::string refusal;
+};
+PersonalTmpDir LocatePersonalTmpDir();
+
 }  // namespace Config

@@ -87,6 +87,7 @@ std::vector<std::string> resultRows(const KARVO::Matrix<char>& seqs, const std::
 bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters, RunInteraction& interaction,
                        ZemtraRunReport* report) {
   ZemtraRunReport unused;
+  unused.wantTree = false;
   ZemtraRunReport& out = report != nullptr ? *report : unused;
 
   const unsigned long count = sequenceCount(alignment);
@@ -145,9 +146,11 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
   alignment.rearrange(range, rows);
   alignment.stripGapCols({0, alignment.columnCount()});
 
-  GuideTree tree = runGuideTree(details, sent.rows.size());
-  out.tree = std::move(tree.nodes);
-  out.treeRoot = tree.root;
+  if (out.wantTree) {
+    GuideTree tree = runGuideTree(details, sent.rows.size());
+    out.tree = std::move(tree.nodes);
+    out.treeRoot = tree.root;
+  }
   out.run = std::move(details);
   out.exchange = ExchangeOutcome::Rewritten;
 

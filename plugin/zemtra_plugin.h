@@ -42,6 +42,10 @@ enum class ExchangeOutcome {
 };
 
 struct ZemtraRunReport {
+  // Set by the caller: whether to build the guide tree. The tree builder
+  // ends the process when it runs out of memory, so a host that draws no
+  // tree leaves it off and keeps every allocation failure catchable.
+  bool wantTree = true;
   ExchangeOutcome exchange = ExchangeOutcome::NoRange;
   RunDetails run;                       // valid when exchange is Rewritten
   std::vector<unsigned long> sentRows;  // host row of each run row

@@ -14,6 +14,7 @@ namespace {
 std::vector<std::string> components(const std::string& path) {
   std::vector<std::string> parts;
   std::stringstream in(path);
+  in.exceptions(std::ios::badbit);
   std::string part;
   while (std::getline(in, part, '/'))
     if (!part.empty() && part != ".") parts.push_back(part);
@@ -46,6 +47,7 @@ std::string temporaryName(const std::string& target) {
   static std::mt19937_64 random{std::random_device{}()};
   const auto slash = target.rfind('/');
   std::ostringstream name;
+  name.exceptions(std::ios::badbit);
   name << target.substr(0, slash + 1) << "." << target.substr(slash + 1) << "." << std::hex << random() << ".tmp";
   return name.str();
 }

@@ -215,6 +215,7 @@ void printStats(std::ostream& os, const Matrix<char>& names, const Matrix<unsign
   printMatrix(os, names, pid, family, "Distances from identities (D = -100.0 ln pids/100):", PID_dist{});
 
   std::ostringstream overall;
+  overall.exceptions(std::ios::badbit);
   overall << std::fixed << std::right << std::setprecision(1)
           << "Overall (sum of off-diagonal elements): " << std::setw(8) << total * 0.01f;
   printMatrix(os, names, sco, family, overall.str().c_str(), Div100{});

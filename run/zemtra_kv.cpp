@@ -119,6 +119,8 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned 
   }
 
   std::ostringstream log;
+  // An allocation failure must reach the host, not end in a cut-off log.
+  log.exceptions(std::ios::badbit);
   log << std::fixed << std::right << std::setprecision(1);
   writeBanner(log);
   writePenalty(log, gap);

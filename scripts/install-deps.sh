@@ -10,6 +10,7 @@ packages=(
   libbenchmark-dev
   libcli11-dev
   xvfb xauth fonts-dejavu-core
+  clang libclang-rt-14-dev llvm
 )
 
 missing=()

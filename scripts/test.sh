@@ -1,10 +1,26 @@
 #!/usr/bin/env bash
-# The test command: installs what is missing, configures, builds and runs
-# every test.
+# The test command: installs what is missing, then
+#  1. builds (Release) and runs every test;
+#  2. builds again with clang, AddressSanitizer and UndefinedBehaviorSanitizer
+#     (build-asan/, which also holds the fuzzers) and runs every test there
+#     with leak checks on;
+#  3. runs each fuzzer briefly on its committed seed corpus.
+# ZEMTRA_SANITIZERS=0 stops after step 1; FUZZ_SECONDS sets step 3's time per
+# fuzzer (default 30).
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 "$root/scripts/install-deps.sh"
 "$root/scripts/build.sh"
 build="${ZEMTRA_BUILD_DIR:-$root/build}"
-cd "$build"
-ctest --output-on-failure -j "$(nproc)"
+(cd "$build" && ctest --output-on-failure -j "$(nproc)")
+
+if [ "${ZEMTRA_SANITIZERS:-1}" = 0 ]; then exit 0; fi
+
+asan="${ZEMTRA_ASAN_BUILD_DIR:-$root/build-asan}"
+CXX=clang++ cmake -S "$root" -B "$asan" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g" \
+  -DZEMTRA_SANITIZE=ON -DZEMTRA_FUZZ=ON >/dev/null
+cmake --build "$asan" -j "$(nproc)"
+source "$root/fuzz/fuzz-env.sh"
+echo "Tests with AddressSanitizer, UndefinedBehaviorSanitizer and leak checks:"
+(cd "$asan" && ctest --output-on-failure -j "$(nproc)")
+"$root/fuzz/run-short.sh" "$asan"

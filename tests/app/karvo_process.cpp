@@ -1,10 +1,12 @@
 #include "karvo_process.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -96,7 +98,22 @@ ProcessResult runKarvo(const KarvoLaunch& launch) {
       dup2(devnull, STDIN_FILENO);
       dup2(fileno(errFile), STDERR_FILENO);
     }
-    dup2(fileno(outFile), STDOUT_FILENO);
+    if (launch.stdoutPath.empty()) {
+      dup2(fileno(outFile), STDOUT_FILENO);
+    } else {
+      const int out = open(launch.stdoutPath.c_str(), O_WRONLY);
+      if (out < 0) _exit(127);
+      dup2(out, STDOUT_FILENO);
+    }
+    if (!launch.workingDir.empty() && chdir(launch.workingDir.c_str()) != 0) _exit(127);
+    if (launch.addressSpaceLimit) {
+      const rlimit limit{*launch.addressSpaceLimit, *launch.addressSpaceLimit};
+      if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(127);
+    }
+    if (launch.runAsUser) {
+      const unsigned id = *launch.runAsUser;
+      if (setgroups(0, nullptr) != 0 || setgid(id) != 0 || setuid(id) != 0) _exit(127);
+    }
     execKarvo(launch);
   }
 

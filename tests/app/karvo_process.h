@@ -20,6 +20,10 @@ struct KarvoLaunch {
   bool terminal = false;                                            // standard input and error on a pseudo-terminal
   std::string typed{};                                              // typed at the terminal before the program reads
   bool interruptOnceHandled = false;                                // send SIGINT once the child catches it
+  std::string workingDir{};                                         // empty: the caller's
+  std::string stdoutPath{};                                         // empty: collected into out
+  std::optional<unsigned> runAsUser{};                              // switch user and group first (needs root)
+  std::optional<unsigned long> addressSpaceLimit{};                 // bytes, RLIMIT_AS of the child
 };
 
 ProcessResult runKarvo(const KarvoLaunch& launch);

@@ -174,4 +174,28 @@ TEST(ReadErrors, StockholmWithoutEnd) {
   EXPECT_EQ(errorOf("# STOCKHOLM 1.0\ns AC\n", "t.sto"), "t.sto: no '//' line ending the alignment");
 }
 
+// Found by fuzzing the readers.
+
+TEST(ReadRegressions, MsfLengthBeyondAnyNumberIsAnErrorAtItsColumn) {
+  EXPECT_EQ(errorOf("PileUp\n\n Name: one Len: 99999999999999999999999\n//\none ACDE\n", "t.msf"),
+            "t.msf:3:17: Len: 99999999999999999999999 is too large");
+}
+
+TEST(ReadRegressions, AlignmentOfGapsOnlyIsRefusedInEveryFormat) {
+  EXPECT_EQ(errorOf("CLUSTAL W\n\none ---\ntwo -.-\n", "t.aln"), "t.aln: only gaps, no residues in any sequence");
+  EXPECT_EQ(errorOf("# STOCKHOLM 1.0\none ---\n//\n", "t.sto"), "t.sto: only gaps, no residues in any sequence");
+  EXPECT_EQ(errorOf(">one\n---\n>two\n\n", "t.fa"), "t.fa: only gaps, no residues in any sequence");
+}
+
+TEST(ReadRegressions, StrayCarriageReturnIsNeverPartOfAName) {
+  auto a = read(">one\r\r\t\r\nAC\n>two\rdesc\nAD\n", "t.fa");
+  EXPECT_THAT(rows(*a), ElementsAre("one AC", "two AD"));
+  EXPECT_EQ(a->sequence(1).description, "desc");
+}
+
+TEST(ReadRegressions, CarriageReturnsConvertedTwiceStillEndTheLine) {
+  auto a = read(">one\r\r\nAC\r\r\n>two\r\r\nAD\r\r\n", "t.fa");
+  EXPECT_THAT(rows(*a), ElementsAre("one AC", "two AD"));
+}
+
 }  // namespace

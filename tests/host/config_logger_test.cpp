@@ -59,6 +59,25 @@ TEST_F(PersonalTmpDir, DefaultsToTheHomeCacheCreatingParents) {
   EXPECT_EQ(modeOf(base / ".cache/karvo"), 0700u);
 }
 
+TEST_F(PersonalTmpDir, LocatingReportsARefusalWithoutWriting) {
+  fs::create_directories(base / "elsewhere");
+  ScopedEnv chosen("KARVO_TMPDIR", base / "link");
+  fs::create_directory_symlink(base / "elsewhere", base / "link");
+  testing::internal::CaptureStderr();
+  const Config::PersonalTmpDir found = Config::LocatePersonalTmpDir();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(found.path, base / "link");
+  EXPECT_EQ(found.refusal, "it is a symbolic link");
+}
+
+TEST_F(PersonalTmpDir, LocatingAUsableDirectoryHasNoRefusal) {
+  ScopedEnv chosen("KARVO_TMPDIR", base / "mine");
+  const Config::PersonalTmpDir found = Config::LocatePersonalTmpDir();
+  EXPECT_EQ(found.path, base / "mine");
+  EXPECT_EQ(found.refusal, "");
+  EXPECT_EQ(modeOf(base / "mine"), 0700u);
+}
+
 TEST_F(PersonalTmpDir, RefusesASymbolicLinkWithOneWarningLine) {
   fs::create_directories(base / "elsewhere");
   fs::create_directories(base / ".cache");

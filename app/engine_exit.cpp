@@ -1,0 +1,54 @@
+#include "app/engine_exit.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+namespace karvo_app {
+namespace {
+
+bool watching = false;
+bool registered = false;
+std::string lastText;
+
+void reportExit(int status, void*) {
+  if (!watching) return;
+  const std::string line = "karvo: " + engineExitMessage(status, lastText) + "\n";
+  std::size_t done = 0;
+  while (done < line.size()) {
+    const ssize_t n = ::write(STDERR_FILENO, line.data() + done, line.size() - done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    done += static_cast<std::size_t>(n);
+  }
+}
+
+}  // namespace
+
+std::string engineExitMessage(int status, const std::string& lastDebug) {
+  const std::string tail = "; nothing was written";
+  if (status == 666) {
+    return "the run ended the process (status 666): the re-aligned rows would not fit in twice the range width" + tail;
+  }
+  if (status == 1 && (lastDebug == "gap0 B" || lastDebug == "gap A" || lastDebug == "gap B")) {
+    return "the run ended the process (status 1, \"" + lastDebug +
+           "\"): an alignment of two sequences or groups paired no position" + tail;
+  }
+  if (status == 1 && lastDebug.find("Out of memory") != std::string::npos) {
+    return "the run ended the process (status 1): out of memory while building the guide tree" + tail;
+  }
+  return "the run ended the process with status " + std::to_string(status) + tail;
+}
+
+void noteDebugMessage(const std::string& text) { lastText = text; }
+
+EngineExitWatch::EngineExitWatch() {
+  if (!registered) registered = ::on_exit(reportExit, nullptr) == 0;
+  lastText.clear();
+  watching = true;
+}
+
+EngineExitWatch::~EngineExitWatch() { watching = false; }
+
+}  // namespace karvo_app

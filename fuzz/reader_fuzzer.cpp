@@ -1,0 +1,133 @@
+// One alignment reader under fuzzing, chosen at build time: any bytes give
+// either an AlignmentReadError or an alignment that keeps the readers'
+// promises and survives being written and read back. Any other exception or
+// a crash is a defect.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <set>
+#include <sstream>
+
+#include "host/alignment_formats.h"
+#include "host/alignment_io.h"
+
+namespace {
+
+using KARVO::Alignment;
+using KARVO::AlignmentFormat;
+
+enum class Reader { Any, Fasta, Clustal, Msf, Stockholm };
+constexpr Reader kReader = Reader::ZEMTRA_FUZZ_READER;
+
+[[noreturn]] void defect(const std::string& what) {
+  std::fprintf(stderr, "reader defect: %s\n", what.c_str());
+  std::abort();
+}
+
+KARVO::formats::TextFile linesOf(const std::string& text) {
+  KARVO::formats::TextFile file{"fuzz", {}};
+  std::size_t start = 0;
+  while (start < text.size()) {
+    std::size_t end = text.find('\n', start);
+    if (end == std::string::npos) end = text.size();
+    std::string line = text.substr(start, end - start);
+    while (!line.empty() && line.back() == '\r') line.pop_back();
+    file.lines.push_back(std::move(line));
+    start = end + 1;
+  }
+  return file;
+}
+
+std::unique_ptr<Alignment> readWith(Reader reader, const std::string& text) {
+  if (reader == Reader::Any) {
+    std::istringstream in(text);
+    return KARVO::readAlignment(in, "fuzz");
+  }
+  // Files with control characters are refused before any reader sees them.
+  const bool binary = std::any_of(text.begin(), text.end(), [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') || byte == 0x7f;
+  });
+  if (binary) throw KARVO::AlignmentReadError("fuzz", 0, 0, "binary data");
+  const KARVO::formats::TextFile file = linesOf(text);
+  switch (reader) {
+    case Reader::Fasta:
+      return KARVO::formats::readFasta(file);
+    case Reader::Clustal:
+      return KARVO::formats::readClustal(file);
+    case Reader::Msf:
+      return KARVO::formats::readMsf(file);
+    default:
+      return KARVO::formats::readStockholm(file);
+  }
+}
+
+bool plainName(const std::string& name) {
+  return std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) || c == '_'; }) &&
+         std::isalpha(static_cast<unsigned char>(name.front()));
+}
+
+void checkSameRows(const Alignment& original, const Alignment& copy, const char* format) {
+  if (copy.sequenceCount() != original.sequenceCount()) defect(std::string(format) + " copy has another row count");
+  for (unsigned long r = 0; r < original.sequenceCount(); ++r) {
+    if (copy.GetSeqName(r) != original.GetSeqName(r))
+      defect(std::string(format) + " copy renamed row " + std::to_string(r));
+    if (copy.rowText(r) != original.rowText(r)) defect(std::string(format) + " copy changed row " + std::to_string(r));
+  }
+}
+
+void roundTrip(const Alignment& alignment, AlignmentFormat format, const char* formatName) {
+  std::ostringstream out;
+  KARVO::writeAlignment(out, alignment, format);
+  std::istringstream in(out.str());
+  std::unique_ptr<Alignment> copy;
+  try {
+    copy = KARVO::readAlignment(in, "copy");
+  } catch (const KARVO::AlignmentReadError& error) {
+    defect(std::string(formatName) + " copy unreadable: " + error.what());
+  }
+  checkSameRows(alignment, *copy, formatName);
+}
+
+void checkAlignment(const Alignment& alignment) {
+  const unsigned long rows = alignment.sequenceCount();
+  if (rows == 0) defect("alignment without sequences");
+  std::set<std::string> names;
+  bool residues = false;
+  bool plain = true;
+  for (unsigned long r = 0; r < rows; ++r) {
+    const std::string name = alignment.GetSeqName(r);
+    if (name.empty() || name.find_first_of(" \t") != std::string::npos) defect("name empty or with blanks");
+    if (!names.insert(name).second) defect("duplicate name " + name);
+    plain = plain && plainName(name);
+    const std::string text = alignment.rowText(r);
+    if (text.size() != alignment.columnCount()) defect("row of another width");
+    for (const char c : text) {
+      if (c != '-' && (c < 'A' || c > 'Z')) defect("residue code outside A-Z");
+      residues = residues || c != '-';
+    }
+  }
+  if (!residues) defect("alignment without residues");
+  for (const auto& column : alignment.columns) {
+    if (column.size() != rows) defect("column with another row count");
+  }
+  roundTrip(alignment, AlignmentFormat::Fasta, "FASTA");
+  if (plain) {
+    roundTrip(alignment, AlignmentFormat::Clustal, "Clustal");
+    roundTrip(alignment, AlignmentFormat::Msf, "MSF");
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  std::unique_ptr<Alignment> alignment;
+  try {
+    alignment = readWith(kReader, text);
+  } catch (const KARVO::AlignmentReadError&) {
+    return 0;
+  }
+  checkAlignment(*alignment);
+  return 0;
+}

@@ -1,0 +1,172 @@
+// What a host relies on when it runs the plug-in many times in one process:
+// an allocation failure anywhere in a call reaches the host as
+// std::bad_alloc with everything released, repeated runs do not grow the
+// process, and a log name cannot make the run write outside the personal
+// temporary directory.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <fstream>
+
+#include "host/alignment.h"
+#include "plugin/zemtra_plugin.h"
+#include "run/headless_run_interaction.h"
+
+#ifdef ZEMTRA_FAULT_INJECTION
+#include "failing_new.h"
+#endif
+
+namespace {
+
+std::unique_ptr<KARVO::Alignment> smallAlignment() {
+  const std::vector<std::string> rows{"MVLSPADKTNV", "MVHLTPEEKSA", "MVLSEGEWQLV", "MVHLTPEEKTA"};
+  std::vector<KARVO::SequenceInfo> infos;
+  for (std::size_t i = 0; i < rows.size(); ++i) infos.push_back({"seq" + std::to_string(i), ""});
+  auto alignment = KARVO::Alignment::fromRows(infos, rows);
+  alignment->selection = {0, alignment->columnCount()};
+  return alignment;
+}
+
+class PluginReliability : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    handle_ = dlopen(ZEMTRA_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(handle_, nullptr) << dlerror();
+    execute_ = reinterpret_cast<ExecuteWithParametersFn>(dlsym(handle_, "ExecuteWithParameters"));
+    ASSERT_NE(execute_, nullptr);
+  }
+
+  void SetUp() override {
+    ASSERT_TRUE(tmp_.isValid());
+    personal_ = tmp_.filePath(QStringLiteral("personal"));
+    ASSERT_TRUE(QDir().mkdir(personal_));
+    qputenv("KARVO_TMPDIR", personal_.toLocal8Bit());
+  }
+
+  // One whole call on a fresh small alignment; everything it made is gone
+  // when this returns except the rows, when asked for.
+  bool runOnce(const QString& logName = QStringLiteral("zemtra.log"), std::vector<std::string>* rows = nullptr) {
+    auto alignment = smallAlignment();
+    ZemtraParameters parameters;
+    parameters.logName = logName;
+    ZemtraRunReport report;
+    report.wantTree = false;
+    HeadlessRunInteraction interaction;
+    interaction.answerOverwrite = [](const QString&) { return true; };
+    const bool rewritten = execute_(*alignment, parameters, interaction, &report);
+    lastLogWritten_ = report.run.logWritten;
+    if (rows != nullptr) {
+      rows->clear();
+      for (unsigned long r = 0; r < alignment->sequenceCount(); ++r) rows->push_back(alignment->rowText(r));
+    }
+    return rewritten;
+  }
+
+  QString runLog() const {
+    QFile file(personal_ + QStringLiteral("/zemtra.log"));
+    return file.open(QIODevice::ReadOnly) ? QString::fromLatin1(file.readAll()) : QString();
+  }
+
+  QString hostLog() const {
+    QFile file(personal_ + QStringLiteral("/karvo.log"));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+  }
+
+  static inline void* handle_ = nullptr;
+  static inline ExecuteWithParametersFn execute_ = nullptr;
+  QTemporaryDir tmp_;
+  QString personal_;
+  bool lastLogWritten_ = false;
+};
+
+TEST_F(PluginReliability, LogNameLeavingThePersonalDirectoryIsNotOpened) {
+  ASSERT_TRUE(runOnce(QStringLiteral("../escaped.log")));
+  EXPECT_FALSE(lastLogWritten_);
+  EXPECT_FALSE(QFile::exists(tmp_.filePath(QStringLiteral("escaped.log"))));
+  EXPECT_TRUE(hostLog().contains(QStringLiteral("\nCould not open ") + personal_ +
+                                 QStringLiteral("/../escaped.log! ZEMTRA::PROCESS no log file")));
+}
+
+TEST_F(PluginReliability, LogNameThroughASymlinkedFolderIsNotOpened) {
+  const QString elsewhere = tmp_.filePath(QStringLiteral("elsewhere"));
+  ASSERT_TRUE(QDir().mkdir(elsewhere));
+  ASSERT_TRUE(QFile::link(elsewhere, personal_ + QStringLiteral("/linked")));
+  ASSERT_TRUE(runOnce(QStringLiteral("linked/run.log")));
+  EXPECT_FALSE(lastLogWritten_);
+  EXPECT_TRUE(QDir(elsewhere).isEmpty());
+  EXPECT_TRUE(hostLog().contains(QStringLiteral("! ZEMTRA::PROCESS no log file")));
+}
+
+#ifdef ZEMTRA_FAULT_INJECTION
+
+std::size_t heapInUse() { return mallinfo2().uordblks; }
+
+long residentKiB() {
+  std::ifstream statm("/proc/self/statm");
+  long size = 0;
+  long resident = 0;
+  statm >> size >> resident;
+  return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+// Every allocation of a call is made to fail in turn. Each failure must
+// either come out as std::bad_alloc or be absorbed by the run (a helper
+// thread it could not start) with the same rows and the same log as an
+// undisturbed run; either way the heap must be left as it was. No guide tree
+// is asked for: its builder ends the process when out of memory.
+TEST_F(PluginReliability, AllocationFailureAnywhereReachesTheHostWithEverythingReleased) {
+  std::vector<std::string> expectedRows;
+  ASSERT_TRUE(runOnce(QStringLiteral("zemtra.log"), &expectedRows));  // also fills first-use caches
+  const QString expectedLog = runLog();
+  long failures = 0;
+  for (long failAt = 0; failAt < 20000; ++failAt) {
+    // The same failure three times: the first ones may fill caches of the
+    // libraries on a path not taken before, the last must leave the heap
+    // exactly as it found it (a leak would grow it every time).
+    long blocksBefore = 0;
+    std::size_t bytesBefore = 0;
+    for (int round = 0; round < 3; ++round) {
+      blocksBefore = failing_new::liveBlocks();
+      bytesBefore = heapInUse();
+      bool threw = false;
+      std::vector<std::string> rows;
+      failing_new::arm(failAt);
+      try {
+        runOnce(QStringLiteral("zemtra.log"), &rows);
+      } catch (const std::bad_alloc&) {
+        threw = true;
+      }
+      failing_new::disarm();
+      if (failing_new::fired() && !threw) {
+        EXPECT_EQ(rows, expectedRows) << "allocation " << failAt << " failed, was absorbed and changed the result";
+        EXPECT_EQ(runLog(), expectedLog) << "allocation " << failAt << " failed, was absorbed and changed the log";
+      }
+      EXPECT_FALSE(threw && !failing_new::fired()) << "allocation " << failAt << ": bad_alloc without a failure";
+    }
+    EXPECT_EQ(failing_new::liveBlocks(), blocksBefore) << "allocation " << failAt << " failed and left blocks behind";
+    // Allowing for how malloc happens to split its chunks.
+    EXPECT_LE(heapInUse(), bytesBefore + 1024) << "allocation " << failAt << " failed and left memory behind";
+    if (!failing_new::fired()) break;
+    ++failures;
+    if (HasFailure()) break;
+  }
+  EXPECT_GT(failures, 10);
+}
+
+TEST_F(PluginReliability, HundredRunsInOneProcessDoNotGrowIt) {
+  for (int i = 0; i < 10; ++i) ASSERT_TRUE(runOnce());
+  const std::size_t heapBefore = heapInUse();
+  const long residentBefore = residentKiB();
+  for (int i = 0; i < 100; ++i) ASSERT_TRUE(runOnce());
+  EXPECT_LE(heapInUse(), heapBefore + 4096);
+  EXPECT_LE(residentKiB(), residentBefore + 1024);
+}
+
+#endif
+
+}  // namespace
