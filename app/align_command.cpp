@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <QtGlobal>
 #include <charconv>
 #include <cstdlib>
 #include <filesystem>
@@ -59,12 +58,12 @@ struct RunSummary {
 
 bool verboseMessages = false;
 
-// The plug-in and the host library write their diagnostic texts through
-// Qt's debug output; at a terminal they are noise unless asked for.
-void filterQtMessages(QtMsgType type, const QMessageLogContext&, const QString& text) {
-  if (type == QtDebugMsg) noteDebugMessage(text.toStdString());
-  if (type == QtDebugMsg && !verboseMessages) return;
-  std::cerr << text.toStdString() << '\n' << std::flush;
+// The plug-in's own diagnostic texts (those written just before the engine
+// ends the process among them): at a terminal they are noise unless asked
+// for, but the last one names such an ending.
+void filterDebugOutput(const char* text) {
+  noteDebugMessage(text);
+  if (verboseMessages) std::cerr << text << '\n' << std::flush;
 }
 
 Settings checkOptions(const AlignOptions& options) {
@@ -133,7 +132,7 @@ void confirmLogPath(const LogTarget& log, TerminalInteraction& interaction) {
   std::error_code error;
   if (fs::is_directory(log.value, error)) throw Failure(kExitUsage, "--log " + log.value + " is a directory");
   if (!fs::exists(fs::symlink_status(log.value, error))) return;
-  if (!interaction.confirmOverwrite(QString::fromStdString(log.value))) {
+  if (!interaction.confirmOverwrite(log.value)) {
     refuseOverwrite(interaction.overwriteDecision(), log.value);
   }
 }
@@ -164,7 +163,7 @@ std::unique_ptr<LoadedPlugin> loadZemtra(const std::string& pluginDir) {
   const char* pathVariable = std::getenv("KARVO_PLUGIN_PATH");
   const PluginSearch search{pluginDir, pathVariable ? pathVariable : "", executableDir()};
   try {
-    return loadPlugin(pluginSearchDirs(search), kPluginFileName);
+    return loadPlugin(pluginSearchDirs(search), kPluginFileNames);
   } catch (const PluginError& error) {
     throw Failure(kExitUsage, error.what());
   }
@@ -284,6 +283,9 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
   std::optional<LogPlacement> placement;
   try {
     execute = plugin->executeWithParameters();
+    if (auto setOutput = reinterpret_cast<SetDebugOutputFn>(plugin->symbol("SetDebugOutput"))) {
+      setOutput(filterDebugOutput);
+    }
     placement.emplace(settings.log);
   } catch (const std::runtime_error& error) {
     throw Failure(kExitUsage, error.what());
@@ -306,7 +308,6 @@ int align(const AlignOptions& options) {
   checkInputKeptApart(options, settings);
 
   verboseMessages = options.verbose;
-  qInstallMessageHandler(filterQtMessages);
   const bool stderrIsTerminal = ::isatty(STDERR_FILENO) != 0;
   TerminalInteraction interaction(TerminalSettings{
       .showProgress = stderrIsTerminal && !options.quiet,

@@ -45,12 +45,12 @@ LogPlacement::~LogPlacement() {
   if (!finished_) finish(false);
 }
 
-QString LogPlacement::logName() const {
-  return QString::fromStdString(target_.kind == LogKind::Path ? std::string(kDefaultLogName) : target_.value);
+std::string LogPlacement::logName() const {
+  return target_.kind == LogKind::Path ? std::string(kDefaultLogName) : target_.value;
 }
 
-std::string LogPlacement::shownPath(const QString& runLogPath) const {
-  return target_.kind == LogKind::Path ? target_.value : runLogPath.toStdString();
+std::string LogPlacement::shownPath(const std::string& runLogPath) const {
+  return target_.kind == LogKind::Path ? target_.value : runLogPath;
 }
 
 bool LogPlacement::finish(bool logWritten) {

@@ -5,7 +5,6 @@
 // final file appears complete or not at all.
 #pragma once
 
-#include <QString>
 #include <optional>
 #include <string>
 
@@ -23,10 +22,10 @@ class LogPlacement {
   LogPlacement& operator=(const LogPlacement&) = delete;
 
   // The log name to hand to the run.
-  QString logName() const;
+  std::string logName() const;
 
   // The path to name to the user: the target path, or what the run used.
-  std::string shownPath(const QString& runLogPath) const;
+  std::string shownPath(const std::string& runLogPath) const;
 
   // After the run: restores KARVO_TMPDIR, moves a written log to the target
   // path and hands the host log lines written meanwhile to the real personal

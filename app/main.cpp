@@ -7,7 +7,7 @@
 
 #include "app/align_command.h"
 #include "app/exit_status.h"
-#include "app/gui/gui_main.h"
+#include "app/gui/gui_launch.h"
 #include "app/matrices_command.h"
 
 namespace {
@@ -34,7 +34,7 @@ int main(int argc, char** argv) {
   if (isBareFile(argc, argv)) {
     karvo_gui::GuiOptions options;
     options.file = argv[1];
-    return karvo_gui::runGui(options);
+    return karvo_gui::launchGui(options);
   }
   CLI::App app("Re-aligns protein sequences with the Zemtra plug-in.", "karvo");
   app.set_version_flag("--version", "karvo " KARVO_VERSION);
@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
     if (!guiFile.empty()) guiOptions.file = guiFile;
     if (!guiSelect.empty()) guiOptions.select = karvo_gui::parseColumnSpan(guiSelect);
     if (!guiScreenshot.empty()) guiOptions.screenshot = guiScreenshot;
-    return karvo_gui::runGui(guiOptions);
+    return karvo_gui::launchGui(guiOptions);
   }
   return kExitUsage;
 }

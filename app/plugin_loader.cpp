@@ -62,15 +62,20 @@ ExecuteWithParametersFn LoadedPlugin::executeWithParameters() {
   return function;
 }
 
-std::unique_ptr<LoadedPlugin> loadPlugin(const std::vector<std::string>& dirs, const std::string& fileName) {
+std::unique_ptr<LoadedPlugin> loadPlugin(const std::vector<std::string>& dirs,
+                                         const std::vector<std::string>& fileNames) {
   std::string looked;
   for (const std::string& dir : dirs) {
-    const fs::path candidate = fs::path(dir) / fileName;
-    std::error_code error;
-    if (fs::exists(candidate, error)) return LoadedPlugin::open(candidate.string());
+    for (const std::string& fileName : fileNames) {
+      const fs::path candidate = fs::path(dir) / fileName;
+      std::error_code error;
+      if (fs::exists(candidate, error)) return LoadedPlugin::open(candidate.string());
+    }
     looked += (looked.empty() ? "" : ", ") + dir;
   }
-  throw PluginError("the plug-in " + fileName + " was not found (looked in " +
+  std::string names;
+  for (const std::string& fileName : fileNames) names += (names.empty() ? "" : " or ") + fileName;
+  throw PluginError("the plug-in " + names + " was not found (looked in " +
                     (looked.empty() ? std::string("no folder") : looked) + ")");
 }
 

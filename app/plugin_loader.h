@@ -11,7 +11,9 @@
 
 namespace karvo_app {
 
-inline constexpr const char* kPluginFileName = "libZemtra.so.0";
+// The command line takes the plug-in's window-less build, which loads no
+// toolkit, and the windowed one where a folder has only that.
+inline const std::vector<std::string> kPluginFileNames{"libZemtraBatch.so.0", "libZemtra.so.0"};
 
 class PluginError : public std::runtime_error {
  public:
@@ -56,9 +58,11 @@ class LoadedPlugin {
   bool used_ = false;
 };
 
-// Loads fileName from the first folder that has it. Throws PluginError naming
-// the folders when none has it, or the library's own error.
-std::unique_ptr<LoadedPlugin> loadPlugin(const std::vector<std::string>& dirs, const std::string& fileName);
+// Loads the first of fileNames that the first folder having any of them has.
+// Throws PluginError naming the folders when none has one, or the library's
+// own error.
+std::unique_ptr<LoadedPlugin> loadPlugin(const std::vector<std::string>& dirs,
+                                         const std::vector<std::string>& fileNames);
 
 struct PluginInfo {
   std::string name;  // file name as found

@@ -44,7 +44,7 @@ bool isYes(const std::string& answer) {
   return start != std::string::npos && (answer[start] == 'y' || answer[start] == 'Y');
 }
 
-bool TerminalInteraction::confirmOverwrite(const QString& logPath) {
+bool TerminalInteraction::confirmOverwrite(const std::string& logPath) {
   if (settings_.force) {
     decision_ = OverwriteDecision::Forced;
     return true;
@@ -53,7 +53,7 @@ bool TerminalInteraction::confirmOverwrite(const QString& logPath) {
     decision_ = OverwriteDecision::Refused;
     return false;
   }
-  std::cerr << "Overwrite " << logPath.toStdString() << "? [y/N] " << std::flush;
+  std::cerr << "Overwrite " << logPath << "? [y/N] " << std::flush;
   std::string answer;
   std::getline(std::cin, answer);
   decision_ = isYes(answer) ? OverwriteDecision::Accepted : OverwriteDecision::Declined;
@@ -77,10 +77,10 @@ bool TerminalInteraction::progressCanceled() { return simulatedCancel_ || interr
 
 void TerminalInteraction::progressEnd() { clear(); }
 
-void TerminalInteraction::debugMessage(const QString& text) {
+void TerminalInteraction::debugMessage(const std::string& text) {
   if (!settings_.verbose) return;
   clear();
-  std::cerr << text.toStdString() << '\n' << std::flush;
+  std::cerr << text << '\n' << std::flush;
 }
 
 void TerminalInteraction::draw() {

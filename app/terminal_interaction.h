@@ -24,13 +24,13 @@ class TerminalInteraction final : public RunInteraction {
  public:
   explicit TerminalInteraction(const TerminalSettings& settings) : settings_(settings) {}
 
-  bool confirmOverwrite(const QString& logPath) override;
+  bool confirmOverwrite(const std::string& logPath) override;
   void progressStart(int totalSteps) override;
   void progressSet(int value) override;
   bool progressCanceled() override;
   void progressEnd() override;
   void processEvents() override {}
-  void debugMessage(const QString& text) override;
+  void debugMessage(const std::string& text) override;
 
   OverwriteDecision overwriteDecision() const { return decision_; }
 

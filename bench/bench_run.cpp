@@ -9,12 +9,11 @@
 // key=value pairs: seconds, dynamic programming cells, GCUPS, peak memory.
 #include <sys/resource.h>
 
-#include <QCoreApplication>
-#include <QTemporaryDir>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -105,14 +104,14 @@ long peakKilobytes() {
 
 int main(int argc, char** argv) {
   const Options options = parse(argc, argv);
-  QCoreApplication app(argc, argv);
-  QTemporaryDir tmp;
-  qputenv("KARVO_TMPDIR", QFile::encodeName(tmp.path()));
+  std::string scratch = (std::filesystem::temp_directory_path() / "zemtra-bench-XXXXXX").string();
+  if (::mkdtemp(scratch.data()) == nullptr) return 1;
+  ::setenv("KARVO_TMPDIR", scratch.c_str(), 1);
 
   Inputs in(bench::readFasta(options.fasta));
   const unsigned long ns = in.seqs.rows();
   HeadlessRunInteraction interaction;
-  interaction.answerOverwrite = [](const QString&) { return true; };
+  interaction.answerOverwrite = [](const std::string&) { return true; };
 
   const auto start = std::chrono::steady_clock::now();
   bool ok = false;
@@ -130,5 +129,7 @@ int main(int argc, char** argv) {
   const double cells = double(ns) * double(ns - 1) / 2.0 * double(in.width) * double(in.width);
   std::printf("seconds=%.3f pairwise_cells=%.0f gcups=%.3f peak_kb=%ld ok=%d\n", seconds, cells,
               options.phase == "pairwise" ? cells / seconds / 1e9 : 0.0, peakKilobytes(), ok ? 1 : 0);
+  std::error_code ignored;
+  std::filesystem::remove_all(scratch, ignored);
   return ok ? 0 : 1;
 }

@@ -6,6 +6,13 @@
 
 namespace zemtra {
 
+// Where debug texts go. The default writes the text and a newline to
+// standard error; a windowed host routes them to its toolkit's debug output.
+using DebugOutput = void (*)(const char* text);
+
+// Installs output (null restores the default) and returns the previous one.
+DebugOutput setDebugOutput(DebugOutput output);
+
 // Writes one fixed text to the debug output, exactly as given.
 void debugMessage(const char* text);
 

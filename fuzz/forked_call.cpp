@@ -5,13 +5,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <QString>
-#include <QtGlobal>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "core/diagnostics.h"
 
 extern "C" {
 // Bounds of the inline coverage counters of the executable, set by the linker.
@@ -68,7 +68,7 @@ void onAbort(int) {
 
 void onSanitizerDeath() { sendReport(ChildEnding::Sanitizer, 0, ""); }
 
-void recordDebug(QtMsgType, const QMessageLogContext&, const QString& text) { lastDebugText = text.toStdString(); }
+void recordDebug(const char* text) { lastDebugText = text; }
 
 [[noreturn]] void childMain(const std::function<void()>& body, int reportWrite, int stderrFd, unsigned timeout,
                             bool checkLeaks) {
@@ -79,7 +79,7 @@ void recordDebug(QtMsgType, const QMessageLogContext&, const QString& text) { la
   ::signal(SIGABRT, onAbort);
   __sanitizer_set_death_callback(onSanitizerDeath);
   ::on_exit(onExit, nullptr);
-  qInstallMessageHandler(recordDebug);
+  zemtra::setDebugOutput(recordDebug);
   body();
   if (checkLeaks && __lsan_do_recoverable_leak_check() != 0) {
     sendReport(ChildEnding::Sanitizer, 0, "leak");

@@ -78,7 +78,7 @@ class FixedParameters : public ParameterSource {
   int fixedSubAli() const override { return run_.prealigned; }
   int matNo() const override { return run_.matNo; }
   int gapPenalty() const override { return run_.gap; }
-  QString logName() const override { return QStringLiteral("fuzz.log"); }
+  std::string logName() const override { return "fuzz.log"; }
 
  private:
   const RunCase& run_;
@@ -154,7 +154,7 @@ void runOnce(const RunCase& run) {
 
   FixedParameters parameters(run);
   HeadlessRunInteraction interaction;
-  interaction.answerOverwrite = [](const QString&) { return true; };
+  interaction.answerOverwrite = [](const std::string&) { return true; };
   ZemtraRunReport report;
   exchangeAlignment(*alignment, parameters, interaction, &report);
   checkResult(run, before, *alignment, report);

@@ -39,10 +39,12 @@ std::unique_ptr<Alignment> Alignment::fromRows(const std::vector<SequenceInfo>& 
   alignment->residues_.resize(rows.size());
   alignment->columns.assign(width, std::vector<Residue*>(rows.size(), nullptr));
   for (std::size_t r = 0; r < rows.size(); ++r) {
+    std::vector<Residue>& owned = alignment->residues_[r];
+    owned.reserve(
+        static_cast<std::size_t>(std::count_if(rows[r].begin(), rows[r].end(), [](char c) { return !isGapChar(c); })));
     for (std::size_t c = 0; c < rows[r].size(); ++c) {
       if (isGapChar(rows[r][c])) continue;
-      alignment->residues_[r].push_back(std::make_unique<Residue>(rows[r][c]));
-      alignment->columns[c][r] = alignment->residues_[r].back().get();
+      alignment->columns[c][r] = &owned.emplace_back(rows[r][c]);
     }
   }
   return alignment;
@@ -55,12 +57,11 @@ std::unique_ptr<Alignment> Alignment::clone() const {
   copy->columns.assign(columns.size(), std::vector<Residue*>(sequences_.size(), nullptr));
   copy->residues_.resize(sequences_.size());
   for (std::size_t r = 0; r < sequences_.size(); ++r) {
-    // The row's residues appear in the columns in the order they are owned.
+    std::vector<Residue>& owned = copy->residues_[r];
+    owned.reserve(residues_[r].size());
     for (std::size_t c = 0; c < columns.size(); ++c) {
       const Residue* original = columns[c][r];
-      if (original == nullptr) continue;
-      copy->residues_[r].push_back(std::make_unique<Residue>(original->code()));
-      copy->columns[c][r] = copy->residues_[r].back().get();
+      if (original != nullptr) copy->columns[c][r] = &owned.emplace_back(original->code());
     }
   }
   return copy;

@@ -10,14 +10,15 @@
 
 namespace KARVO {
 
-// One residue of a sequence. Residues keep their identity when the alignment
-// is rearranged, so whatever a host attaches to a residue stays with it.
+// One residue of a sequence. Residues keep their identity (their address)
+// when the alignment is rearranged, so whatever a host attaches to a residue
+// stays with it. A residue is one byte: an alignment of hundreds of
+// sequences holds hundreds of thousands of them.
 class Residue {
  public:
   explicit Residue(char code) : code_(code) {}
-  virtual ~Residue() = default;
   // The one-letter code, as read from the file.
-  virtual char code() const { return code_; }
+  char code() const { return code_; }
 
  private:
   char code_;
@@ -85,7 +86,8 @@ class Alignment {
 
  private:
   std::vector<SequenceInfo> sequences_;
-  std::vector<std::vector<std::unique_ptr<Residue>>> residues_;  // owned per row, in sequence order
+  // Owned per row, in sequence order; sized once, so the addresses hold.
+  std::vector<std::vector<Residue>> residues_;
 };
 
 }  // namespace KARVO

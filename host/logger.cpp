@@ -25,29 +25,39 @@ bool verbose() {
 
 // Best effort: a short or failed write is dropped, the logger never stops
 // the caller.
-void writeAll(int fd, const QByteArray& bytes) {
-  qsizetype done = 0;
+void writeAll(int fd, std::string_view bytes) {
+  std::size_t done = 0;
   while (done < bytes.size()) {
-    const ssize_t written = ::write(fd, bytes.constData() + done, static_cast<std::size_t>(bytes.size() - done));
+    const ssize_t written = ::write(fd, bytes.data() + done, bytes.size() - done);
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) return;
-    done += written;
+    done += static_cast<std::size_t>(written);
   }
 }
 
 }  // namespace
 
-void Write(const QString& text) {
-  QByteArray bytes = text.toUtf8();
-  if (!bytes.endsWith('\n')) bytes.append('\n');
-
+Entry::Entry() : verbose_(verbose()) {
   const std::string path = Config::GetPersonalTmpDir() + "/karvo.log";
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (fd >= 0) {
-    writeAll(fd, bytes);
-    ::close(fd);
-  }
-  if (verbose()) writeAll(STDERR_FILENO, bytes);
+  fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600);
+}
+
+Entry::~Entry() {
+  if (empty_ || last_ != '\n') append("\n");
+  if (fd_ >= 0) ::close(fd_);
+}
+
+void Entry::append(std::string_view piece) {
+  if (piece.empty()) return;
+  if (fd_ >= 0) writeAll(fd_, piece);
+  if (verbose_) writeAll(STDERR_FILENO, piece);
+  last_ = piece.back();
+  empty_ = false;
+}
+
+void Write(std::string_view text) {
+  Entry entry;
+  entry.append(text);
 }
 
 void SetVerbose(bool verbose) { verboseSet.store(verbose); }

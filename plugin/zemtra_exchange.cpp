@@ -92,19 +92,19 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
 
   const unsigned long count = sequenceCount(alignment);
   if (!parameters.ask(static_cast<unsigned int>(count))) {
-    interaction.debugMessage(QStringLiteral(" ZemtraClass::doZemtra() ... CANCELLED "));
+    interaction.debugMessage(" ZemtraClass::doZemtra() ... CANCELLED ");
     out.exchange = ExchangeOutcome::Declined;
     return false;
   }
 
-  interaction.debugMessage(QStringLiteral("Prepare data for ZEMTRA."));
+  interaction.debugMessage("Prepare data for ZEMTRA.");
   // A single prealigned sequence is no prealigned block.
   const int prealigned = parameters.fixedSubAli();
   const unsigned long blockSize = prealigned < 2 ? 0 : static_cast<unsigned long>(prealigned);
 
   const KARVO::ColumnRange range = alignment.selection;
   if (range.first >= range.second) {
-    interaction.debugMessage(QStringLiteral("No range set for alignment"));
+    interaction.debugMessage("No range set for alignment");
     out.exchange = ExchangeOutcome::NoRange;
     return false;
   }
@@ -113,14 +113,14 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
   out.sentRows = sent.rows;
   out.fixed = sent.fixed;
   if (sent.rows.size() == sent.fixed) {
-    interaction.debugMessage(QStringLiteral("No additional sequences to align"));
+    interaction.debugMessage("No additional sequences to align");
     out.exchange = ExchangeOutcome::NoAdditionalSequences;
     return false;
   }
   // One sequence has nothing to be aligned with; refusing here leaves the
   // alignment exactly as it was.
   if (sent.rows.size() < 2) {
-    interaction.debugMessage(QStringLiteral("Fewer than two sequences to align"));
+    interaction.debugMessage("Fewer than two sequences to align");
     out.exchange = ExchangeOutcome::FewerThanTwo;
     return false;
   }
@@ -132,15 +132,15 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
 
   const int matNo = parameters.matNo();
   const int gap = parameters.gapPenalty();
-  const QString logName = parameters.logName();
-  interaction.debugMessage(QStringLiteral("Do the real thing"));
+  const std::string logName = parameters.logName();
+  interaction.debugMessage("Do the real thing");
 
   bool ok = false;
   RunDetails details;
   zemtra_kv(interaction, &ok, logName, inputs.len.data(), inputs.nres.data(), inputs.names, inputs.seqs, sent.fixed,
             matNo, gap, &details);
 
-  interaction.debugMessage(QStringLiteral("Re-alignment by Zemtra done, returning results"));
+  interaction.debugMessage("Re-alignment by Zemtra done, returning results");
   const unsigned long length = inputs.len[0];
   const std::vector<std::string> rows = resultRows(inputs.seqs, sent.rows, sequenceCount(alignment), length);
   alignment.rearrange(range, rows);
@@ -154,6 +154,6 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
   out.run = std::move(details);
   out.exchange = ExchangeOutcome::Rewritten;
 
-  interaction.debugMessage(QStringLiteral("DECRYPT ready"));
+  interaction.debugMessage("DECRYPT ready");
   return true;
 }

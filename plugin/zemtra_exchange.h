@@ -2,7 +2,6 @@
 // how they are packed into the run's matrices and how the result goes back.
 #pragma once
 
-#include <QString>
 #include <string>
 #include <vector>
 
@@ -23,7 +22,8 @@ class ParameterSource {
   virtual int fixedSubAli() const = 0;
   virtual int matNo() const = 0;
   virtual int gapPenalty() const = 0;
-  virtual QString logName() const = 0;
+  // The log file name in the file system's encoding.
+  virtual std::string logName() const = 0;
 };
 
 // The number of sequences as the plug-in counts them: the entries of the

@@ -1,9 +1,12 @@
+// The windowed entry point: the parameter dialog and the run's Qt dialogs.
 #include "plugin/zemtra_plugin.h"
 
 #include <QDialog>
+#include <QFile>
 #include <QtGlobal>
 #include <memory>
 
+#include "core/diagnostics.h"
 #include "host/alignment.h"
 #include "plugin/zemtra_dialog.h"
 #include "plugin/zemtra_exchange.h"
@@ -22,25 +25,16 @@ class DialogParameters : public ParameterSource {
   int fixedSubAli() const override { return dialog_->getFixedSubAli(); }
   int matNo() const override { return dialog_->getMatNo(); }
   int gapPenalty() const override { return dialog_->getGapPenalty(); }
-  QString logName() const override { return dialog_->getLogfileName(); }
+  std::string logName() const override { return QFile::encodeName(dialog_->getLogfileName()).toStdString(); }
 
  private:
   std::unique_ptr<ZemtraDialog> dialog_;
 };
 
-// Parameters fixed in advance by a host without windows.
-class GivenParameters : public ParameterSource {
- public:
-  explicit GivenParameters(const ZemtraParameters& parameters) : parameters_(parameters) {}
-  bool ask(unsigned int) override { return true; }
-  int fixedSubAli() const override { return parameters_.prealigned; }
-  int matNo() const override { return parameters_.matNo; }
-  int gapPenalty() const override { return parameters_.gap; }
-  QString logName() const override { return parameters_.logName; }
+void toQtDebug(const char* text) { qDebug("%s", text); }
 
- private:
-  const ZemtraParameters& parameters_;
-};
+// A windowed host sees the engine's texts where it sees its own.
+const bool qtDebugInstalled = (zemtra::setDebugOutput(toQtDebug), true);
 
 }  // namespace
 
@@ -55,14 +49,5 @@ extern "C" {
 bool Execute1(KARVO::Alignment& alignment) {
   qDebug("Calculating Zemtra.");
   return doZemtra(alignment);
-}
-
-void Cleanup() {}
-
-bool ExecuteWithParameters(KARVO::Alignment& alignment, const ZemtraParameters& parameters, RunInteraction& interaction,
-                           ZemtraRunReport* report) {
-  interaction.debugMessage(QStringLiteral("Calculating Zemtra."));
-  GivenParameters source(parameters);
-  return exchangeAlignment(alignment, source, interaction, report);
 }
 }

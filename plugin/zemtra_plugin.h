@@ -1,7 +1,9 @@
-// Entry points of the plug-in library libZemtra.so.0, looked up by name.
+// Entry points of the plug-in, looked up by name. libZemtra.so.0 has them
+// all; libZemtraBatch.so.0, the same plug-in without its window for hosts
+// that have none, has all but Execute1 and loads no toolkit.
 #pragma once
 
-#include <QString>
+#include <string>
 #include <vector>
 
 #include "run/run_interaction.h"
@@ -16,7 +18,7 @@ struct ZemtraParameters {
   int matNo = 0;
   int gap = 40;
   int prealigned = 0;
-  QString logName = QStringLiteral("zemtra.log");
+  std::string logName = "zemtra.log";  // in the file system's encoding
 };
 
 // A node of the guide tree as the tree builder places it; left and right
@@ -56,7 +58,7 @@ struct ZemtraRunReport {
 
 extern "C" {
 
-// Shows the parameter dialog and re-aligns the alignment's selected range.
+// Shows the parameter dialog (libZemtra.so.0 only) and re-aligns the alignment's selected range.
 // True when the alignment was rewritten. Exceptions of the host's alignment
 // (std::invalid_argument from rearrange for strings that do not fit, which
 // the plug-in never builds) and std::bad_alloc pass to the caller.
@@ -71,4 +73,12 @@ bool ExecuteWithParameters(KARVO::Alignment& alignment, const ZemtraParameters& 
                            ZemtraRunReport* report);
 
 using ExecuteWithParametersFn = bool (*)(KARVO::Alignment&, const ZemtraParameters&, RunInteraction&, ZemtraRunReport*);
+
+// Where the plug-in's own debug texts go (the fixed texts written just
+// before the engine ends the process, among them): at first standard error
+// in libZemtraBatch.so.0 and Qt's debug output in libZemtra.so.0; null
+// means standard error. Returns the previous output.
+using DebugOutputFn = void (*)(const char* text);
+DebugOutputFn SetDebugOutput(DebugOutputFn output);
+using SetDebugOutputFn = DebugOutputFn (*)(DebugOutputFn);
 }

@@ -1,6 +1,6 @@
 #include "run/headless_run_interaction.h"
 
-bool HeadlessRunInteraction::confirmOverwrite(const QString& logPath) {
+bool HeadlessRunInteraction::confirmOverwrite(const std::string& logPath) {
   return answerOverwrite ? answerOverwrite(logPath) : false;
 }
 
@@ -24,7 +24,7 @@ void HeadlessRunInteraction::processEvents() {
   if (onProcessEvents) onProcessEvents();
 }
 
-void HeadlessRunInteraction::debugMessage(const QString& text) {
-  debugMessages_.append(text);
+void HeadlessRunInteraction::debugMessage(const std::string& text) {
+  debugMessages_.push_back(text);
   if (onDebugMessage) onDebugMessage(text);
 }

@@ -4,8 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <mutex>
+#include <optional>
 #include <random>
+#include <set>
 #include <sstream>
 #include <vector>
 
@@ -32,7 +37,7 @@ bool foldersAreReal(const std::string& dir, const std::vector<std::string>& part
   return true;
 }
 
-bool writeAll(int fd, const std::string& text) {
+bool writeAll(int fd, std::string_view text) {
   std::size_t done = 0;
   while (done < text.size()) {
     const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
@@ -41,6 +46,21 @@ bool writeAll(int fd, const std::string& text) {
     done += static_cast<std::size_t>(n);
   }
   return true;
+}
+
+// dir/logName, or nothing when the name is refused.
+std::optional<std::string> targetPath(const std::string& dir, const std::string& logName) {
+  if (logName.empty() || logName.front() == '/') return std::nullopt;
+  const std::vector<std::string> parts = components(logName);
+  if (parts.empty()) return std::nullopt;
+  for (const std::string& part : parts)
+    if (part == "..") return std::nullopt;
+  if (!foldersAreReal(dir, parts)) return std::nullopt;
+  std::string target = dir;
+  for (const std::string& part : parts) target += "/" + part;
+  struct stat info;
+  if (lstat(target.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) return std::nullopt;
+  return target;
 }
 
 std::string temporaryName(const std::string& target) {
@@ -52,31 +72,152 @@ std::string temporaryName(const std::string& target) {
   return name.str();
 }
 
-}  // namespace
+// Temporary files of runs in progress, removed if the process ends before
+// they are committed (the engine ends the process itself in a few cases).
+std::mutex pendingMutex;
+std::set<std::string>& pendingFiles() {
+  static std::set<std::string>* files = new std::set<std::string>;
+  return *files;
+}
 
-bool writeRunLog(const std::string& dir, const std::string& logName, const std::string& text) {
-  if (logName.empty() || logName.front() == '/') return false;
-  const std::vector<std::string> parts = components(logName);
-  if (parts.empty()) return false;
-  for (const std::string& part : parts)
-    if (part == "..") return false;
-  if (!foldersAreReal(dir, parts)) return false;
+void removePendingFiles() {
+  const std::lock_guard<std::mutex> lock(pendingMutex);
+  for (const std::string& path : pendingFiles()) ::unlink(path.c_str());
+}
 
-  std::string target = dir;
-  for (const std::string& part : parts) target += "/" + part;
+void registerPending(const std::string& path) {
+  static const bool registered = std::atexit(removePendingFiles) == 0;
+  (void)registered;
+  const std::lock_guard<std::mutex> lock(pendingMutex);
+  pendingFiles().insert(path);
+}
 
-  struct stat info;
-  if (lstat(target.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) return false;
+void unregisterPending(const std::string& path) {
+  const std::lock_guard<std::mutex> lock(pendingMutex);
+  pendingFiles().erase(path);
+}
 
-  const std::string temporary = temporaryName(target);
-  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (fd < 0) return false;
-  const bool written = writeAll(fd, text) && ::fsync(fd) == 0;
-  const bool closed = ::close(fd) == 0;
-  // rename replaces a link at the target itself; it never writes through it.
-  if (!written || !closed || ::rename(temporary.c_str(), target.c_str()) != 0) {
-    ::unlink(temporary.c_str());
-    return false;
+bool readAt(int fd, char* data, std::size_t size, off_t offset) {
+  std::size_t done = 0;
+  while (done < size) {
+    const ssize_t n = ::pread(fd, data + done, size - done, offset + static_cast<off_t>(done));
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    done += static_cast<std::size_t>(n);
   }
   return true;
 }
+
+constexpr std::size_t kBufferSize = 64 * 1024;
+
+}  // namespace
+
+// Collects text in a fixed buffer and hands it to the file, or to memory
+// once the file is out of the picture.
+class RunLogFile::Buffer : public std::streambuf {
+ public:
+  Buffer(const std::string& dir, const std::string& logName) : data_(kBufferSize) {
+    setp(data_.data(), data_.data() + data_.size());
+    if (auto target = targetPath(dir, logName)) {
+      target_ = std::move(*target);
+      temporary_ = temporaryName(target_);
+      fd_ = ::open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+      if (fd_ >= 0) registerPending(temporary_);
+    }
+  }
+
+  ~Buffer() override {
+    if (fd_ >= 0) ::close(fd_);
+    if (!committed_ && !temporary_.empty()) {
+      ::unlink(temporary_.c_str());
+      unregisterPending(temporary_);
+    }
+  }
+
+  bool commit() {
+    drain();
+    if (fd_ < 0) return false;
+    if (::fsync(fd_) != 0 || ::rename(temporary_.c_str(), target_.c_str()) != 0) {
+      moveToMemory();
+      return false;
+    }
+    committed_ = true;
+    unregisterPending(temporary_);
+    return true;
+  }
+
+  void readBack(const std::function<void(std::string_view)>& consume) {
+    drain();
+    if (fd_ < 0) {
+      consume(memory_);
+      return;
+    }
+    for (off_t offset = 0; offset < written_;) {
+      const std::size_t size = static_cast<std::size_t>(std::min<off_t>(written_ - offset, kBufferSize));
+      if (!readAt(fd_, data_.data(), size, offset)) return;
+      consume(std::string_view(data_.data(), size));
+      offset += static_cast<off_t>(size);
+    }
+  }
+
+ protected:
+  int_type overflow(int_type c) override {
+    drain();
+    if (!traits_type::eq_int_type(c, traits_type::eof())) {
+      *pptr() = traits_type::to_char_type(c);
+      pbump(1);
+    }
+    return traits_type::not_eof(c);
+  }
+
+  int sync() override {
+    drain();
+    return 0;
+  }
+
+ private:
+  // Moves the buffered text on; a failed write sends everything to memory.
+  void drain() {
+    const std::size_t size = static_cast<std::size_t>(pptr() - pbase());
+    if (size == 0) return;
+    const std::string_view pending(pbase(), size);
+    if (fd_ >= 0 && !writeAll(fd_, pending)) moveToMemory();
+    if (fd_ >= 0) {
+      written_ += static_cast<off_t>(size);
+    } else {
+      memory_.append(pending);
+    }
+    setp(data_.data(), data_.data() + data_.size());
+  }
+
+  // Takes back what the file holds so far; the file itself goes.
+  void moveToMemory() {
+    std::string text(static_cast<std::size_t>(written_), '\0');
+    if (!readAt(fd_, text.data(), text.size(), 0)) text.clear();
+    memory_ = std::move(text);
+    ::close(fd_);
+    fd_ = -1;
+    ::unlink(temporary_.c_str());
+    unregisterPending(temporary_);
+  }
+
+  std::vector<char> data_;
+  std::string target_;
+  std::string temporary_;
+  int fd_ = -1;
+  off_t written_ = 0;
+  std::string memory_;
+  bool committed_ = false;
+};
+
+RunLogFile::RunLogFile(const std::string& dir, const std::string& logName)
+    : buffer_(std::make_unique<Buffer>(dir, logName)), stream_(buffer_.get()) {}
+
+RunLogFile::~RunLogFile() = default;
+
+bool RunLogFile::commit() {
+  stream_.flush();
+  return buffer_->commit();
+}
+
+void RunLogFile::readBack(const std::function<void(std::string_view)>& consume) { buffer_->readBack(consume); }

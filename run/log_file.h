@@ -2,10 +2,41 @@
 // leaving it, following a symbolic link or leaving a half-written file.
 #pragma once
 
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <ostream>
 #include <string>
+#include <string_view>
 
-// Writes text to dir/logName: into a new temporary file beside the target,
-// then renamed over it. Refused (false, nothing written) when logName is
-// empty, absolute, has a ".." component, or passes through a symbolic link
-// or a missing folder below dir; false as well when any write fails.
-bool writeRunLog(const std::string& dir, const std::string& logName, const std::string& text);
+// The log of one run as the run produces it. A large run's log is tens of
+// megabytes, so the text goes straight to a temporary file beside the
+// target and is renamed into place by commit(); nothing else sees a partial
+// log. The name is refused when it is empty, absolute, has a ".." component,
+// names a folder, or passes through a symbolic link or a missing folder
+// below dir. When the name is refused, no temporary file can be made, or a
+// write to it fails, the text is kept in memory instead and
+// the log counts as not written. An uncommitted temporary file is removed
+// on destruction and when the process exits.
+class RunLogFile {
+ public:
+  RunLogFile(const std::string& dir, const std::string& logName);
+  ~RunLogFile();
+  RunLogFile(const RunLogFile&) = delete;
+  RunLogFile& operator=(const RunLogFile&) = delete;
+
+  // The stream the run writes to; its buffer throws std::bad_alloc on
+  // through the stream when memory runs out.
+  std::ostream& stream() { return stream_; }
+
+  // Puts the finished text in place. False when it is only in memory.
+  bool commit();
+
+  // Hands the complete text written so far to consume, in pieces, in order.
+  void readBack(const std::function<void(std::string_view piece)>& consume);
+
+ private:
+  class Buffer;
+  std::unique_ptr<Buffer> buffer_;
+  std::ostream stream_;
+};

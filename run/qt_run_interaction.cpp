@@ -10,9 +10,9 @@ QtRunInteraction::QtRunInteraction() = default;
 
 QtRunInteraction::~QtRunInteraction() = default;
 
-bool QtRunInteraction::confirmOverwrite(const QString& logPath) {
+bool QtRunInteraction::confirmOverwrite(const std::string& logPath) {
   QMessageBox box(QMessageBox::Information, QStringLiteral("Multiple alignment editor"),
-                  QStringLiteral("File   ") + logPath +
+                  QStringLiteral("File   ") + QString::fromLocal8Bit(logPath) +
                       QStringLiteral("   allready exists.\nDo you wish to overwrite its content.\n"),
                   QMessageBox::Yes | QMessageBox::Cancel);
   box.setDefaultButton(QMessageBox::Yes);
@@ -44,4 +44,4 @@ void QtRunInteraction::processEvents() {
   QApplication::processEvents();
 }
 
-void QtRunInteraction::debugMessage(const QString& text) { qDebug("%s", qPrintable(text)); }
+void QtRunInteraction::debugMessage(const std::string& text) { qDebug("%s", text.c_str()); }

@@ -15,13 +15,13 @@ class QtRunInteraction : public RunInteraction {
   QtRunInteraction(const QtRunInteraction&) = delete;
   QtRunInteraction& operator=(const QtRunInteraction&) = delete;
 
-  bool confirmOverwrite(const QString& logPath) override;
+  bool confirmOverwrite(const std::string& logPath) override;
   void progressStart(int totalSteps) override;
   void progressSet(int value) override;
   bool progressCanceled() override;
   void progressEnd() override;
   void processEvents() override;
-  void debugMessage(const QString& text) override;
+  void debugMessage(const std::string& text) override;
 
  private:
   std::unique_ptr<QProgressDialog> progress_;

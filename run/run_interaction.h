@@ -1,9 +1,10 @@
 // Everything a run asks of its user: the overwrite question, progress,
 // cancellation, event processing and debug messages. The Qt implementation
-// shows real dialogs; hosts without a window supply their own.
+// shows real dialogs; hosts without a window supply their own. Texts and
+// paths are byte strings (paths in the file system's encoding).
 #pragma once
 
-#include <QString>
+#include <string>
 
 class RunInteraction {
  public:
@@ -11,7 +12,7 @@ class RunInteraction {
 
   // The run log already exists at logPath; true means overwrite it (Yes),
   // false means stop the run (Cancel or Escape).
-  virtual bool confirmOverwrite(const QString& logPath) = 0;
+  virtual bool confirmOverwrite(const std::string& logPath) = 0;
 
   // The progress display is created with totalSteps steps, set, and finally
   // ended (the dialog is deleted). canceled() is read at each row start.
@@ -24,5 +25,5 @@ class RunInteraction {
   virtual void processEvents() = 0;
 
   // One fixed diagnostic text, written as it is.
-  virtual void debugMessage(const QString& text) = 0;
+  virtual void debugMessage(const std::string& text) = 0;
 };

@@ -1,10 +1,8 @@
 #include "run/zemtra_kv.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
+#include <sys/stat.h>
+
 #include <iomanip>
-#include <sstream>
 #include <string>
 
 #include "host/config.h"
@@ -13,7 +11,6 @@
 #include "run/log_file.h"
 #include "run/multiple_phase.h"
 #include "run/pairwise_phase.h"
-#include "run/qt_run_interaction.h"
 #include "run/report.h"
 
 namespace {
@@ -49,50 +46,50 @@ void writePairwiseTables(std::ostream& log, const RunInput& input, const RunStor
   log << '\n';
 }
 
-// Writes the log file in one piece and hands the text to the host's logger,
-// which also receives it when the file cannot be written. Returns whether the
-// file was written.
-bool writeLog(std::ostringstream& log, const QString& dir, const QString& logName, const QString& logPath) {
-  // Taken out of the stream rather than copied: a large run's log is tens of
-  // megabytes.
-  std::string text = std::move(log).str();
-  const bool written =
-      writeRunLog(QFile::encodeName(dir).toStdString(), QFile::encodeName(logName).toStdString(), text);
+// Puts the log file in place and hands the text to the host's logger, which
+// also receives it when the file cannot be written. Returns whether the file
+// was written.
+bool finishLog(RunLogFile& log, const std::string& logPath) {
+  const bool written = log.commit();
+  Logger::Entry entry;
+  log.readBack([&entry](std::string_view piece) { entry.append(piece); });
   if (!written) {
-    text += "\nCould not open ";
-    text += logPath.toLatin1().constData();
-    text += "! ZEMTRA::PROCESS no log file";
+    entry.append("\nCould not open ");
+    entry.append(logPath);
+    entry.append("! ZEMTRA::PROCESS no log file");
   }
-  // The log is a byte string; Latin-1 maps each byte to one character.
-  Logger::Write(QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size())));
   return written;
+}
+
+bool isDirectory(const std::string& path) {
+  struct stat info;
+  return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool exists(const std::string& path) {
+  struct stat info;
+  return ::stat(path.c_str(), &info) == 0;
 }
 
 }  // namespace
 
-void zemtra_kv(bool* ok, QString logName, unsigned long* len, unsigned long* nres, const KARVO::Matrix<char>& names,
-               KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap) {
-  QtRunInteraction interaction;
-  zemtra_kv(interaction, ok, std::move(logName), len, nres, names, seqs, fixed, matNo, gap, nullptr);
-}
-
-void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned long* len, unsigned long* nres,
-               const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap,
-               RunDetails* details) {
-  zemtra_kv(interaction, ok, std::move(logName), len, nres, names, seqs, fixed, matNo, gap, details,
+void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName, unsigned long* len,
+               unsigned long* nres, const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed,
+               int matNo, int gap, RunDetails* details) {
+  zemtra_kv(interaction, ok, logName, len, nres, names, seqs, fixed, matNo, gap, details,
             zemtra::defaultEngineOptions());
 }
 
-void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned long* len, unsigned long* nres,
-               const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap,
-               RunDetails* details, const zemtra::EngineOptions& engine) {
+void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName, unsigned long* len,
+               unsigned long* nres, const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed,
+               int matNo, int gap, RunDetails* details, const zemtra::EngineOptions& engine) {
   RunDetails unreported;
   RunDetails& result = details != nullptr ? *details : unreported;
   result = RunDetails{};
 
   const unsigned long ns = seqs.rows();
   if (ns < 2) {
-    interaction.debugMessage(QStringLiteral("Fewer than two sequences: nothing to align"));
+    interaction.debugMessage("Fewer than two sequences: nothing to align");
     *ok = false;
     result.outcome = RunOutcome::FewerThanTwoSequences;
     return;
@@ -101,24 +98,25 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned 
   RunStorage storage(ns, seqs.cols());
   const RunInput input{len, nres, names, seqs, fixed, matNo, gap};
 
-  const QString dir = QString::fromLocal8Bit(Config::GetPersonalTmpDir());
-  const QString logPath = dir + QStringLiteral("/") + logName;
+  const std::string dir = Config::GetPersonalTmpDir();
+  const std::string logPath = dir + "/" + logName;
   result.logPath = logPath;
-  if (!QDir(dir).exists() && !QDir().mkdir(dir)) {
-    interaction.debugMessage(QStringLiteral("zemtra::Can not create dir : ") + dir);
-    interaction.debugMessage(QStringLiteral("        multiple alignment process interrupted. "));
+  if (!isDirectory(dir) && ::mkdir(dir.c_str(), 0700) != 0) {
+    interaction.debugMessage("zemtra::Can not create dir : " + dir);
+    interaction.debugMessage("        multiple alignment process interrupted. ");
     *ok = false;
     result.outcome = RunOutcome::DirectoryFailed;
     return;
   }
-  if (QFileInfo::exists(logPath) && !interaction.confirmOverwrite(logPath)) {
-    interaction.debugMessage(QStringLiteral("Cancel"));
+  if (exists(logPath) && !interaction.confirmOverwrite(logPath)) {
+    interaction.debugMessage("Cancel");
     *ok = false;
     result.outcome = RunOutcome::OverwriteRefused;
     return;
   }
 
-  std::ostringstream log;
+  RunLogFile logFile(dir, logName);
+  std::ostream& log = logFile.stream();
   // An allocation failure must reach the host, not end in a cut-off log.
   log.exceptions(std::ios::badbit);
   log << std::fixed << std::right << std::setprecision(1);
@@ -157,5 +155,5 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned 
   }
 
   result.outcome = completed ? RunOutcome::Completed : RunOutcome::Cancelled;
-  result.logWritten = writeLog(log, dir, logName, logPath);
+  result.logWritten = finishLog(logFile, logPath);
 }

@@ -2,7 +2,7 @@
 // multiple alignment phase and the run log.
 #pragma once
 
-#include <QString>
+#include <string>
 
 #include "core/matrix.h"
 #include "pairwise/engine_options.h"
@@ -20,24 +20,21 @@ enum class RunOutcome {
 
 struct RunDetails {
   RunOutcome outcome = RunOutcome::Completed;
-  QString logPath;          // where the log went (or should have gone)
+  std::string logPath;      // where the log went (or should have gone)
   bool logWritten = false;  // false when the file could not be opened
   JoinHistory history;      // joins of the tree phase (empty for two sequences)
 };
 
-// The run with the Qt dialogs (message box, progress dialog) of the host.
-void zemtra_kv(bool* ok, QString logName, unsigned long* len, unsigned long* nres, const KARVO::Matrix<char>& names,
-               KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap);
-
-// The same run through any interaction; details, when not null, receives how
-// the run ended and its join history.
-void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned long* len, unsigned long* nres,
-               const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap,
-               RunDetails* details);
+// The run through any interaction; logName is the file name in the file
+// system's encoding. details, when not null, receives how the run ended and
+// its join history.
+void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName, unsigned long* len,
+               unsigned long* nres, const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed,
+               int matNo, int gap, RunDetails* details);
 
 // The same run with the implementation chosen by the caller instead of the
 // environment; every byte of the log and every row of the result are the
 // same either way.
-void zemtra_kv(RunInteraction& interaction, bool* ok, QString logName, unsigned long* len, unsigned long* nres,
-               const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed, int matNo, int gap,
-               RunDetails* details, const zemtra::EngineOptions& engine);
+void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName, unsigned long* len,
+               unsigned long* nres, const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed,
+               int matNo, int gap, RunDetails* details, const zemtra::EngineOptions& engine);

@@ -120,3 +120,5 @@ int runGui(const GuiOptions& options) {
 }
 
 }  // namespace karvo_gui
+
+extern "C" int karvoRunGui(const karvo_gui::GuiOptions& options) { return karvo_gui::runGui(options); }

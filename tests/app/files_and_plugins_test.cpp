@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include "app/atomic_file.h"
 #include "app/plugin_loader.h"
@@ -66,23 +68,34 @@ TEST(PluginSearch, PathVariableComesBeforeTheExecutableFolder) {
 
 TEST(PluginLoader, MissingPluginNamesTheFoldersSearched) {
   try {
-    loadPlugin({"/nonexistent-a", "/nonexistent-b"}, kPluginFileName);
+    loadPlugin({"/nonexistent-a", "/nonexistent-b"}, kPluginFileNames);
     FAIL() << "no error";
   } catch (const PluginError& error) {
     const std::string message = error.what();
-    EXPECT_NE(message.find("libZemtra.so.0"), std::string::npos);
+    EXPECT_NE(message.find("libZemtraBatch.so.0 or libZemtra.so.0"), std::string::npos);
     EXPECT_NE(message.find("/nonexistent-a, /nonexistent-b"), std::string::npos);
   }
 }
 
-TEST(PluginLoader, LoadsTheBuiltPluginAndFindsItsEntryPoint) {
-  auto plugin = loadPlugin({PLUGIN_DIR}, kPluginFileName);
+TEST(PluginLoader, PrefersTheWindowlessBuildAndLoadsNoToolkit) {
+  auto plugin = loadPlugin({PLUGIN_DIR}, kPluginFileNames);
+  EXPECT_TRUE(plugin->path().ends_with("/libZemtraBatch.so.0"));
+  EXPECT_NE(plugin->executeWithParameters(), nullptr);
+  EXPECT_NE(plugin->symbol("SetDebugOutput"), nullptr);
+  EXPECT_EQ(plugin->symbol("Execute1"), nullptr);
+  std::ifstream maps("/proc/self/maps");
+  const std::string mapped((std::istreambuf_iterator<char>(maps)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(mapped.find("libQt6"), std::string::npos);
+}
+
+TEST(PluginLoader, TakesTheWindowedBuildWhereAFolderHasOnlyThat) {
+  auto plugin = loadPlugin({PLUGIN_DIR}, {"libZemtra.so.0"});
   EXPECT_NE(plugin->executeWithParameters(), nullptr);
   EXPECT_NE(plugin->symbol("Execute1"), nullptr);
 }
 
 TEST(PluginLoader, SymbolsOfDependenciesDoNotCount) {
-  auto plugin = loadPlugin({PLUGIN_DIR}, kPluginFileName);
+  auto plugin = loadPlugin({PLUGIN_DIR}, kPluginFileNames);
   // Defined by libkarvo, which the plug-in depends on.
   EXPECT_EQ(plugin->symbol("_ZN6Config17GetPersonalTmpDirEv"), nullptr);
 }

@@ -401,7 +401,7 @@ TEST_F(Failures, OutputOverTheInputIsRefused) {
 TEST_F(Failures, MissingPluginNamesTheLibrary) {
   const ProcessResult result = karvo({"align", input(), "--plugin-dir", dir / "none"});
   EXPECT_EQ(result.status, 1);
-  expectOneLine(result, "the plug-in libZemtra.so.0 was not found");
+  expectOneLine(result, "the plug-in libZemtraBatch.so.0 or libZemtra.so.0 was not found");
 }
 
 TEST_F(Failures, UnknownOptionIsAOneLineUsageError) {
@@ -427,6 +427,28 @@ TEST_F(KarvoCli, PluginIsFoundThroughThePathVariable) {
   KarvoLaunch withPath = plain;
   withPath.environment["KARVO_PLUGIN_PATH"] = PLUGIN_DIR;
   EXPECT_EQ(run(withPath).status, 0);
+}
+
+TEST_F(KarvoCli, AlignLoadsThePluginWithoutAnyToolkitLibrary) {
+  KarvoLaunch launch;
+  launch.args = {"align", input(), "-q", "--force"};
+  launch.environment.emplace("KARVO_TMPDIR", personal());
+  // The dynamic loader names every library it loads.
+  launch.environment.emplace("LD_DEBUG", "files");
+  const ProcessResult result = runKarvo(launch);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_NE(result.err.find("libZemtraBatch.so.0"), std::string::npos);
+  EXPECT_EQ(result.err.find("libQt6"), std::string::npos);
+}
+
+TEST_F(KarvoCli, GuiLoadsTheWindowLibraryOnDemand) {
+  KarvoLaunch launch;
+  const std::string picture = dir / "window.png";
+  launch.args = {"gui", input(), "--screenshot", picture};
+  launch.environment.emplace("KARVO_TMPDIR", personal());
+  launch.environment.emplace("QT_QPA_PLATFORM", "offscreen");
+  EXPECT_EQ(runKarvo(launch).status, 0);
+  EXPECT_GT(std::filesystem::file_size(picture), 0u);
 }
 
 TEST_F(KarvoCli, VersionIsPrinted) { EXPECT_EQ(karvo({"--version"}).out, "karvo 1.0.0\n"); }

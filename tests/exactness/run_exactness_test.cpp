@@ -4,6 +4,7 @@
 // exit status and the message.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -59,7 +60,7 @@ RunCase randomCase(std::mt19937& rng) {
 
 // Everything a run leaves behind, as text.
 std::string runAndDescribe(const RunCase& c, const zemtra::EngineOptions& engine, const std::string& scratch) {
-  qputenv("KARVO_TMPDIR", QByteArray::fromStdString(scratch));
+  ::setenv("KARVO_TMPDIR", scratch.c_str(), 1);
   const unsigned long ns = c.rows.size();
   const unsigned long width = c.rows[0].size();
   KARVO::Matrix<char> names(ns, 8);

@@ -31,13 +31,13 @@ namespace fs = std::filesystem;
 // A run without windows that always overwrites, for the reference result.
 class QuietInteraction : public RunInteraction {
  public:
-  bool confirmOverwrite(const QString&) override { return true; }
+  bool confirmOverwrite(const std::string&) override { return true; }
   void progressStart(int) override {}
   void progressSet(int) override {}
   bool progressCanceled() override { return false; }
   void progressEnd() override {}
   void processEvents() override {}
-  void debugMessage(const QString&) override {}
+  void debugMessage(const std::string&) override {}
 };
 
 struct Snapshot {
@@ -80,7 +80,7 @@ TEST_F(ZemtraRunTest, TheRunRealignsAsTheWindowlessEntryPointWithTheSameParamete
   const auto reference = window().alignment()->clone();
   const auto plugin = karvo_app::LoadedPlugin::open(ZEMTRA_PLUGIN_PATH);
   QuietInteraction quiet;
-  ASSERT_TRUE(plugin->executeWithParameters()(*reference, {0, 40, 0, QStringLiteral("reference.log")}, quiet, nullptr));
+  ASSERT_TRUE(plugin->executeWithParameters()(*reference, {0, 40, 0, "reference.log"}, quiet, nullptr));
 
   ModalAutoAnswer accept;
   EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);

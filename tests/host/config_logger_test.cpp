@@ -110,9 +110,21 @@ class LoggerTest : public PersonalTmpDir {
 
 TEST_F(LoggerTest, AppendsEachEntryOnItsOwnLine) {
   Logger::Write("first");
-  Logger::Write(QString::fromUtf8("zweite \xc3\xa9\n"));
+  Logger::Write("zweite \xc3\xa9\n");
   EXPECT_EQ(slurp(log), "first\nzweite \xc3\xa9\n");
   EXPECT_EQ(modeOf(log), 0600u);
+}
+
+TEST_F(LoggerTest, AnEntryInPiecesIsOneEntry) {
+  {
+    Logger::Entry entry;
+    entry.append("one ");
+    entry.append("");
+    entry.append("entry");
+  }
+  { Logger::Entry empty; }
+  Logger::Write("next\n");
+  EXPECT_EQ(slurp(log), "one entry\n\nnext\n");
 }
 
 TEST_F(LoggerTest, DoesNotFollowASymbolicLink) {

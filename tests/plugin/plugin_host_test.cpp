@@ -44,13 +44,13 @@ class RecordingInteraction : public RunInteraction {
   bool overwrite = true;
   QStringList messages;
 
-  bool confirmOverwrite(const QString&) override { return overwrite; }
+  bool confirmOverwrite(const std::string&) override { return overwrite; }
   void progressStart(int) override {}
   void progressSet(int) override {}
   bool progressCanceled() override { return false; }
   void progressEnd() override {}
   void processEvents() override {}
-  void debugMessage(const QString& text) override { messages << text; }
+  void debugMessage(const std::string& text) override { messages << QString::fromStdString(text); }
 };
 
 // Answers the modal windows that open while an entry point runs, one answer

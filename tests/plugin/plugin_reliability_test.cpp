@@ -53,11 +53,11 @@ class PluginReliability : public ::testing::Test {
   bool runOnce(const QString& logName = QStringLiteral("zemtra.log"), std::vector<std::string>* rows = nullptr) {
     auto alignment = smallAlignment();
     ZemtraParameters parameters;
-    parameters.logName = logName;
+    parameters.logName = logName.toStdString();
     ZemtraRunReport report;
     report.wantTree = false;
     HeadlessRunInteraction interaction;
-    interaction.answerOverwrite = [](const QString&) { return true; };
+    interaction.answerOverwrite = [](const std::string&) { return true; };
     const bool rewritten = execute_(*alignment, parameters, interaction, &report);
     lastLogWritten_ = report.run.logWritten;
     if (rows != nullptr) {

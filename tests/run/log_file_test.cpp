@@ -5,70 +5,104 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QTemporaryDir>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "run_fixtures.h"
+
 namespace {
 
 namespace fs = std::filesystem;
+using run_test::PersonalTmpDir;
+using run_test::readFile;
 
-std::string readFile(const fs::path& path) {
-  std::ifstream in(path);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
+long entriesIn(const fs::path& dir) { return std::distance(fs::directory_iterator(dir), fs::directory_iterator()); }
+
+std::string readBack(RunLogFile& log) {
+  std::string text;
+  log.readBack([&text](std::string_view piece) { text.append(piece); });
+  return text;
+}
+
+// Several times the log's own buffer, so that most of it has gone to the
+// file before the end.
+std::string largeText() {
+  std::string text;
+  for (int line = 0; text.size() < 300 * 1024; ++line) text += "line " + std::to_string(line) + "\n";
+  return text;
 }
 
 class RunLogFileTest : public testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(home.isValid());
-    dir = fs::path(home.path().toStdString()) / "personal";
-    outside = fs::path(home.path().toStdString()) / "outside.txt";
+    dir = fs::path(home.path()) / "personal";
+    outside = fs::path(home.path()) / "outside.txt";
     fs::create_directory(dir);
     std::ofstream(outside) << "keep me";
   }
 
-  QTemporaryDir home;
+  bool write(const std::string& name, const std::string& text) {
+    RunLogFile log(dir, name);
+    log.stream() << text;
+    return log.commit();
+  }
+
+  PersonalTmpDir home;
   fs::path dir;
   fs::path outside;
 };
 
 TEST_F(RunLogFileTest, WritesAndReplacesWholeFileLeavingNoTemporary) {
-  ASSERT_TRUE(writeRunLog(dir, "zemtra.log", "first run\n"));
-  ASSERT_TRUE(writeRunLog(dir, "zemtra.log", "second"));
+  ASSERT_TRUE(write("zemtra.log", "first run\n"));
+  ASSERT_TRUE(write("zemtra.log", "second"));
   EXPECT_EQ(readFile(dir / "zemtra.log"), "second");
-  EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1);
+  EXPECT_EQ(entriesIn(dir), 1);
+}
+
+TEST_F(RunLogFileTest, TheLogAppearsOnlyWhenCommittedAndReadsBackWhole) {
+  const std::string text = largeText();
+  RunLogFile log(dir, "zemtra.log");
+  log.stream() << text;
+  EXPECT_FALSE(fs::exists(dir / "zemtra.log"));
+  ASSERT_TRUE(log.commit());
+  EXPECT_EQ(readFile(dir / "zemtra.log"), text);
+  EXPECT_EQ(readBack(log), text);
 }
 
 TEST_F(RunLogFileTest, LinkAtTheTargetIsReplacedNotFollowed) {
   fs::create_symlink(outside, dir / "zemtra.log");
-  ASSERT_TRUE(writeRunLog(dir, "zemtra.log", "log"));
+  ASSERT_TRUE(write("zemtra.log", "log"));
   EXPECT_EQ(readFile(outside), "keep me");
   EXPECT_FALSE(fs::is_symlink(dir / "zemtra.log"));
   EXPECT_EQ(readFile(dir / "zemtra.log"), "log");
 }
 
-TEST_F(RunLogFileTest, NamesLeavingTheDirectoryAreRefused) {
-  for (const char* name : {"../outside.txt", "sub/../../outside.txt", "/tmp/zemtra.log", "", "."})
-    EXPECT_FALSE(writeRunLog(dir, name, "log")) << name;
+TEST_F(RunLogFileTest, RefusedNamesKeepTheTextInMemory) {
+  for (const char* name : {"../outside.txt", "sub/../../outside.txt", "/tmp/zemtra.log", "", "."}) {
+    RunLogFile log(dir, name);
+    log.stream() << "log";
+    EXPECT_FALSE(log.commit()) << name;
+    EXPECT_EQ(readBack(log), "log") << name;
+  }
   EXPECT_EQ(readFile(outside), "keep me");
+  EXPECT_EQ(entriesIn(dir), 0);
 }
 
 TEST_F(RunLogFileTest, SubfolderMustExistAndNotBeALink) {
-  EXPECT_FALSE(writeRunLog(dir, "missing/zemtra.log", "log"));
+  EXPECT_FALSE(write("missing/zemtra.log", "log"));
   fs::create_directory_symlink(outside.parent_path(), dir / "linked");
-  EXPECT_FALSE(writeRunLog(dir, "linked/outside.txt", "log"));
+  EXPECT_FALSE(write("linked/outside.txt", "log"));
   EXPECT_EQ(readFile(outside), "keep me");
   fs::create_directory(dir / "runs");
-  EXPECT_TRUE(writeRunLog(dir, "runs/zemtra.log", "log"));
+  EXPECT_TRUE(write("runs/zemtra.log", "log"));
 }
 
-TEST_F(RunLogFileTest, FailedWriteKeepsTheOldLogAndLeavesNoTemporary) {
-  ASSERT_TRUE(writeRunLog(dir, "zemtra.log", "old"));
+TEST_F(RunLogFileTest, FailedWriteKeepsTheOldLogAndTheWholeText) {
+  ASSERT_TRUE(write("zemtra.log", "old"));
+  const std::string text = largeText();
   // A file size limit stands for a full disk: writes past it fail.
   struct rlimit saved;
   getrlimit(RLIMIT_FSIZE, &saved);
@@ -76,15 +110,35 @@ TEST_F(RunLogFileTest, FailedWriteKeepsTheOldLogAndLeavesNoTemporary) {
   }, previous{};
   ignore.sa_handler = SIG_IGN;
   sigaction(SIGXFSZ, &ignore, &previous);
-  struct rlimit tiny = saved;
-  tiny.rlim_cur = 16;
-  setrlimit(RLIMIT_FSIZE, &tiny);
-  const bool written = writeRunLog(dir, "zemtra.log", std::string(4096, 'x'));
+  struct rlimit small = saved;
+  small.rlim_cur = 100 * 1024;
+  setrlimit(RLIMIT_FSIZE, &small);
+  RunLogFile log(dir, "zemtra.log");
+  log.stream() << text;
+  const bool written = log.commit();
   setrlimit(RLIMIT_FSIZE, &saved);
   sigaction(SIGXFSZ, &previous, nullptr);
   EXPECT_FALSE(written);
+  EXPECT_EQ(readBack(log), text);
   EXPECT_EQ(readFile(dir / "zemtra.log"), "old");
-  EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1);
+  EXPECT_EQ(entriesIn(dir), 1);
+}
+
+TEST_F(RunLogFileTest, AnUncommittedLogLeavesNothingBehind) {
+  {
+    RunLogFile log(dir, "zemtra.log");
+    log.stream() << largeText();
+  }
+  EXPECT_EQ(entriesIn(dir), 0);
+  // The engine ends the process itself in a few cases; exit handlers run.
+  EXPECT_EXIT(
+      {
+        RunLogFile log(dir, "zemtra.log");
+        log.stream() << largeText();
+        std::exit(3);
+      },
+      testing::ExitedWithCode(3), "");
+  EXPECT_EQ(entriesIn(dir), 0);
 }
 
 }  // namespace

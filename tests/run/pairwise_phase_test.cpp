@@ -24,7 +24,7 @@ namespace {
 // the event processing when told to.
 class RecordingInteraction : public RunInteraction {
  public:
-  bool confirmOverwrite(const QString&) override { return true; }
+  bool confirmOverwrite(const std::string&) override { return true; }
   void progressStart(int) override {}
   void progressSet(int value) override { note(" set" + std::to_string(value)); }
   bool progressCanceled() override {
@@ -36,7 +36,7 @@ class RecordingInteraction : public RunInteraction {
     note(" events");
     if (eventCalls++ == cancelAtEvent) cancelled = true;
   }
-  void debugMessage(const QString&) override {}
+  void debugMessage(const std::string&) override {}
 
   void note(const std::string& call) {
     calls += call;

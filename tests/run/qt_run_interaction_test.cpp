@@ -9,7 +9,7 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include "run/zemtra_kv.h"
+#include "run/qt_zemtra_kv.h"
 #include "run_fixtures.h"
 
 using run_test::PersonalTmpDir;
@@ -120,7 +120,7 @@ TEST(QtRunTest, CancelButtonStopsTheRunAtTheNextRow) {
   });
 
   bool ok = true;
-  zemtra_kv(&ok, "zemtra.log", in.len.data(), in.nres.data(), in.names, in.seqs, 0, 0, 40);
+  zemtra_kv(&ok, QStringLiteral("zemtra.log"), in.len.data(), in.nres.data(), in.names, in.seqs, 0, 0, 40);
 
   ASSERT_TRUE(pressed);
   EXPECT_FALSE(ok);

@@ -1,12 +1,12 @@
 // Inputs of one run and a private personal temporary directory for it.
 #pragma once
 
-#include <QByteArray>
-#include <QFile>
-#include <QString>
-#include <QTemporaryDir>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <initializer_list>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -45,34 +45,44 @@ struct RunInputs {
   std::vector<unsigned long> nres;
 };
 
-inline std::string readFile(const QString& path) {
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly)) return "<missing>";
-  const QByteArray bytes = file.readAll();
-  return std::string(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+inline std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return "<missing>";
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
 }
 
-inline void writeFile(const QString& path, const std::string& text) {
-  QFile file(path);
-  if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) file.write(text.data(), static_cast<qint64>(text.size()));
+inline void writeFile(const std::string& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
 }
 
 // Points the host's personal temporary directory at a fresh directory for
 // as long as it lives.
 class PersonalTmpDir {
  public:
-  PersonalTmpDir() { use(dir_.path()); }
-  ~PersonalTmpDir() { qunsetenv("KARVO_TMPDIR"); }
+  PersonalTmpDir() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "zemtra-run-XXXXXX").string();
+    path_ = ::mkdtemp(pattern.data());
+    use(path_);
+  }
+  ~PersonalTmpDir() {
+    ::unsetenv("KARVO_TMPDIR");
+    std::error_code ignored;
+    std::filesystem::permissions(path_, std::filesystem::perms::owner_all, ignored);
+    std::filesystem::remove_all(path_, ignored);
+  }
   PersonalTmpDir(const PersonalTmpDir&) = delete;
   PersonalTmpDir& operator=(const PersonalTmpDir&) = delete;
 
-  static void use(const QString& path) { qputenv("KARVO_TMPDIR", QFile::encodeName(path)); }
-  QString path() const { return dir_.path(); }
-  QString file(const QString& name) const { return dir_.path() + "/" + name; }
+  static void use(const std::string& path) { ::setenv("KARVO_TMPDIR", path.c_str(), 1); }
+  const std::string& path() const { return path_; }
+  std::string file(const std::string& name) const { return path_ + "/" + name; }
+  bool exists(const std::string& name) const { return std::filesystem::exists(file(name)); }
   std::string loggerText() const { return readFile(file("karvo.log")); }
 
  private:
-  QTemporaryDir dir_;
+  std::string path_;
 };
 
 }  // namespace run_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <QDir>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -43,7 +43,7 @@ class RunTest : public ::testing::Test {
     };
   }
 
-  void run(RunInputs& in, const QString& logName = "zemtra.log", unsigned int fixed = 0) {
+  void run(RunInputs& in, const std::string& logName = "zemtra.log", unsigned int fixed = 0) {
     zemtra_kv(interaction, &ok, logName, in.len.data(), in.nres.data(), in.names, in.seqs, fixed, kStrmat, kGap,
               &details);
   }
@@ -205,8 +205,8 @@ TEST_F(RunTest, CancelDuringTheLastRowIsNotNoticed) {
 
 TEST_F(RunTest, RefusedOverwriteKeepsTheOldLogAndStops) {
   writeFile(tmp.file("zemtra.log"), "old log");
-  QString asked;
-  interaction.answerOverwrite = [&asked](const QString& path) {
+  std::string asked;
+  interaction.answerOverwrite = [&asked](const std::string& path) {
     asked = path;
     return false;
   };
@@ -216,15 +216,15 @@ TEST_F(RunTest, RefusedOverwriteKeepsTheOldLogAndStops) {
   EXPECT_FALSE(ok);
   EXPECT_EQ(details.outcome, RunOutcome::OverwriteRefused);
   EXPECT_EQ(asked, tmp.file("zemtra.log"));
-  EXPECT_EQ(interaction.debugMessages(), QStringList{"Cancel"});
+  EXPECT_EQ(interaction.debugMessages(), std::vector<std::string>{"Cancel"});
   EXPECT_EQ(readFile(tmp.file("zemtra.log")), "old log");
-  EXPECT_FALSE(QFile::exists(tmp.file("karvo.log")));
+  EXPECT_FALSE(std::filesystem::exists(tmp.file("karvo.log")));
   EXPECT_EQ(in.row(0), "WAC");
 }
 
 TEST_F(RunTest, AcceptedOverwriteReplacesTheOldLog) {
   writeFile(tmp.file("zemtra.log"), "old log");
-  interaction.answerOverwrite = [](const QString&) { return true; };
+  interaction.answerOverwrite = [](const std::string&) { return true; };
   RunInputs in = twoSequences();
   run(in);
   EXPECT_TRUE(ok);
@@ -232,7 +232,7 @@ TEST_F(RunTest, AcceptedOverwriteReplacesTheOldLog) {
 }
 
 TEST_F(RunTest, LogNameWithSlashNamesAFileInASubdirectory) {
-  ASSERT_TRUE(QDir(tmp.path()).mkdir("runs"));
+  ASSERT_TRUE(std::filesystem::create_directory(tmp.file("runs")));
   RunInputs in = twoSequences();
   run(in, "runs/pair.log");
   EXPECT_EQ(readFile(tmp.file("runs/pair.log")).substr(0, kOpening.size()), kOpening);
@@ -244,8 +244,7 @@ TEST_F(RunTest, UnopenableLogStillReachesTheLogger) {
   EXPECT_TRUE(ok);
   EXPECT_FALSE(details.logWritten);
   EXPECT_EQ(details.logPath, tmp.file("missing/zemtra.log"));
-  const std::string message =
-      "\nCould not open " + tmp.file("missing/zemtra.log").toStdString() + "! ZEMTRA::PROCESS no log file\n";
+  const std::string message = "\nCould not open " + tmp.file("missing/zemtra.log") + "! ZEMTRA::PROCESS no log file\n";
   const std::string logged = tmp.loggerText();
   ASSERT_GE(logged.size(), message.size());
   EXPECT_EQ(logged.substr(logged.size() - message.size()), message);
@@ -254,7 +253,7 @@ TEST_F(RunTest, UnopenableLogStillReachesTheLogger) {
 
 TEST_F(RunTest, DirectoryThatCannotBeMadeStopsTheRun) {
   writeFile(tmp.file("plain"), "a file, not a directory");
-  const QString dir = tmp.file("plain/sub");
+  const std::string dir = tmp.file("plain/sub");
   PersonalTmpDir::use(dir);
   RunInputs in = twoSequences();
   ok = true;
@@ -262,7 +261,8 @@ TEST_F(RunTest, DirectoryThatCannotBeMadeStopsTheRun) {
   EXPECT_FALSE(ok);
   EXPECT_EQ(details.outcome, RunOutcome::DirectoryFailed);
   EXPECT_EQ(interaction.debugMessages(),
-            (QStringList{"zemtra::Can not create dir : " + dir, "        multiple alignment process interrupted. "}));
+            (std::vector<std::string>{"zemtra::Can not create dir : " + dir,
+                                      "        multiple alignment process interrupted. "}));
   EXPECT_EQ(in.row(0), "WAC");
   EXPECT_TRUE(progressValues.empty());
 }
@@ -275,10 +275,10 @@ TEST_F(RunTest, SingleSequenceRunsNothing) {
   run(in);
   EXPECT_FALSE(ok);
   EXPECT_EQ(details.outcome, RunOutcome::FewerThanTwoSequences);
-  EXPECT_EQ(interaction.debugMessages(), QStringList{"Fewer than two sequences: nothing to align"});
+  EXPECT_EQ(interaction.debugMessages(), std::vector<std::string>{"Fewer than two sequences: nothing to align"});
   EXPECT_EQ(in.row(0), "WAC");
-  EXPECT_FALSE(QFile::exists(tmp.file("zemtra.log")));
-  EXPECT_FALSE(QFile::exists(tmp.file("karvo.log")));
+  EXPECT_FALSE(std::filesystem::exists(tmp.file("zemtra.log")));
+  EXPECT_FALSE(std::filesystem::exists(tmp.file("karvo.log")));
 }
 
 }  // namespace

@@ -1,0 +1,19 @@
+// Opening the desktop window from the karvo command. The window and its
+// toolkit live in libkarvo_gui.so, loaded only when the window is asked for,
+// so that the command line never maps the toolkit's libraries.
+#pragma once
+
+#include "app/gui/gui_main.h"
+
+namespace karvo_gui {
+
+// The name the window library exports its entry point under.
+inline constexpr const char* kGuiEntryPoint = "karvoRunGui";
+using RunGuiFn = int (*)(const GuiOptions& options);
+
+// Loads libkarvo_gui.so from the executable's folder and runs the window;
+// returns its exit status, or 1 after a one-line message when the library
+// cannot be loaded.
+int launchGui(const GuiOptions& options);
+
+}  // namespace karvo_gui

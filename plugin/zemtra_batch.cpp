@@ -1,0 +1,36 @@
+// The entry points that need no window, shared by both plug-in libraries.
+#include "core/diagnostics.h"
+#include "plugin/zemtra_exchange.h"
+#include "plugin/zemtra_plugin.h"
+
+namespace {
+
+// Parameters fixed in advance by a host without windows.
+class GivenParameters : public ParameterSource {
+ public:
+  explicit GivenParameters(const ZemtraParameters& parameters) : parameters_(parameters) {}
+  bool ask(unsigned int) override { return true; }
+  int fixedSubAli() const override { return parameters_.prealigned; }
+  int matNo() const override { return parameters_.matNo; }
+  int gapPenalty() const override { return parameters_.gap; }
+  std::string logName() const override { return parameters_.logName; }
+
+ private:
+  const ZemtraParameters& parameters_;
+};
+
+}  // namespace
+
+extern "C" {
+
+void Cleanup() {}
+
+bool ExecuteWithParameters(KARVO::Alignment& alignment, const ZemtraParameters& parameters, RunInteraction& interaction,
+                           ZemtraRunReport* report) {
+  interaction.debugMessage("Calculating Zemtra.");
+  GivenParameters source(parameters);
+  return exchangeAlignment(alignment, source, interaction, report);
+}
+
+DebugOutputFn SetDebugOutput(DebugOutputFn output) { return zemtra::setDebugOutput(output); }
+}
