@@ -37,7 +37,9 @@ LoadedPlugin::~LoadedPlugin() {
 }
 
 std::unique_ptr<LoadedPlugin> LoadedPlugin::open(const std::string& path) {
-  void* handle = dlopen(path.c_str(), RTLD_NOW);
+  // Never unmapped: a plug-in and the libraries it brings (a toolkit among
+  // them) keep process-wide state that must outlive the handle.
+  void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NODELETE);
   if (handle == nullptr) {
     const char* reason = dlerror();
     throw PluginError("cannot load " + path + ": " + (reason ? reason : "unknown error"));

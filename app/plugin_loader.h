@@ -32,7 +32,8 @@ std::vector<std::string> pluginSearchDirs(const PluginSearch& search);
 // The folder of the running executable ("" when it cannot be told).
 std::string executableDir();
 
-// A loaded plug-in library; unloaded (after its Cleanup) on destruction.
+// A loaded plug-in library; released (after its Cleanup) on destruction,
+// though it stays mapped until the process ends.
 class LoadedPlugin {
  public:
   LoadedPlugin(const LoadedPlugin&) = delete;

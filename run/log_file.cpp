@@ -76,8 +76,8 @@ std::string temporaryName(const std::string& target) {
 // they are committed (the engine ends the process itself in a few cases).
 std::mutex pendingMutex;
 std::set<std::string>& pendingFiles() {
-  static std::set<std::string>* files = new std::set<std::string>;
-  return *files;
+  static std::set<std::string> files;
+  return files;
 }
 
 void removePendingFiles() {
@@ -86,7 +86,8 @@ void removePendingFiles() {
 }
 
 void registerPending(const std::string& path) {
-  static const bool registered = std::atexit(removePendingFiles) == 0;
+  // The set is made first, so that it is destroyed after the handler ran.
+  static const bool registered = (pendingFiles(), std::atexit(removePendingFiles) == 0);
   (void)registered;
   const std::lock_guard<std::mutex> lock(pendingMutex);
   pendingFiles().insert(path);
