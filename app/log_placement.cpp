@@ -7,9 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <vector>
 
 #include "app/atomic_file.h"
@@ -22,6 +21,17 @@ namespace {
 
 constexpr const char* kTmpDirVariable = "KARVO_TMPDIR";
 constexpr const char* kHostLogName = "karvo.log";
+
+bool writeAll(int fd, std::string_view bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t written = ::write(fd, bytes.data() + done, bytes.size() - done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    done += static_cast<std::size_t>(written);
+  }
+  return true;
+}
 
 }  // namespace
 
@@ -78,24 +88,24 @@ void LogPlacement::restoreEnvironment() {
 }
 
 // The host logger appended to karvo.log in the stand-in folder; those lines
-// belong at the end of the user's own host log.
+// belong at the end of the user's own host log. Copied in pieces: a large
+// run's log is tens of megabytes.
 void LogPlacement::carryHostLog() {
-  std::ifstream in(privateDir_ + "/" + kHostLogName, std::ios::binary);
-  if (!in) return;
-  std::ostringstream text;
-  text << in.rdbuf();
-  const std::string bytes = text.str();
+  const std::string from = privateDir_ + "/" + kHostLogName;
+  const int in = ::open(from.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+  if (in < 0) return;
   const std::string path = personalDir_ + "/" + kHostLogName;
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (fd < 0) return;
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t written = ::write(fd, bytes.data() + done, bytes.size() - done);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) break;
-    done += static_cast<std::size_t>(written);
+  const int out = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (out >= 0) {
+    std::vector<char> buffer(64 * 1024);
+    for (;;) {
+      const ssize_t got = ::read(in, buffer.data(), buffer.size());
+      if (got < 0 && errno == EINTR) continue;
+      if (got <= 0 || !writeAll(out, std::string_view(buffer.data(), static_cast<std::size_t>(got)))) break;
+    }
+    ::close(out);
   }
-  ::close(fd);
+  ::close(in);
 }
 
 }  // namespace karvo_app

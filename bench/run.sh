@@ -53,7 +53,7 @@ if [ ${#missing[@]} -gt 0 ]; then
 fi
 
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DZEMTRA_BUILD_BENCH=ON -DZEMTRA_BUILD_TESTS=OFF >/dev/null
-targets=(zemtra_bench_pairwise zemtra_bench_run karvo Zemtra)
+targets=(zemtra_bench_pairwise zemtra_bench_run karvo_app ZemtraBatch Zemtra)
 grep -q zemtra_parasail_yardstick "$build/Makefile" "$build/build.ninja" 2>/dev/null && targets+=(zemtra_parasail_yardstick)
 cmake --build "$build" --target "${targets[@]}" -j2 >/dev/null
 bin="$build/bin"
