@@ -12,6 +12,8 @@
 #include <string_view>
 #include <thread>
 
+#include "pairwise/fast_dp.h"
+
 namespace karvo_app {
 namespace {
 
@@ -67,8 +69,13 @@ std::uint64_t runMemoryNeed(const RunShape& shape) {
     need = plus(need, times(square(plus(width, 1)), 3 * sizeof(int)));
     need = plus(need, times(times(2, times(2, width)), 2 * sizeof(long) + 1));
   } else {
-    // A traceback byte per cell for every pair in flight.
-    need = plus(need, times(square(plus(width, 1)), std::max(1u, shape.threads)));
+    // Each thread aligns a batch of pairs in SIMD lanes with a traceback
+    // byte per cell and lane: at most the batch budget, or eight lanes for
+    // pairs too long for it.
+    const std::uint64_t cells = square(plus(width, 1));
+    const std::uint64_t batch =
+        std::max(std::min(times(cells, 32), std::uint64_t{zemtra::kBatchTraceBudget}), times(cells, 8));
+    need = plus(need, times(batch, std::max(1u, shape.threads)));
   }
   return need;
 }

@@ -20,8 +20,8 @@ struct RunShape {
 // Bytes the run holds at its peak: the comparison matrix of twice the range
 // width squared, the path, the sequence and name matrices, the tables over
 // all pairs, and the dynamic programming of full-width pairs: four int
-// tables of the pair with the reference routines, about one byte per cell
-// and thread with the fast ones. Saturates instead of overflowing.
+// tables of the pair with the reference routines, with the fast ones a
+// traceback byte per cell for each pair a thread has in its SIMD lanes. Saturates instead of overflowing.
 std::uint64_t runMemoryNeed(const RunShape& shape);
 
 // The engine the run will use, as the environment chooses it

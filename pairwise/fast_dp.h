@@ -32,6 +32,17 @@ enum class LaneWidth { kAuto, kWide };
 // Pairs aligned together by one kernel call for that level and lane width.
 unsigned batchLanes(SimdLevel level, LaneWidth width);
 
+// The traceback of a batch takes one byte per cell and lane. Bytes a batch
+// may take; rows of long sequences go through narrower lanes to keep within
+// it.
+inline constexpr unsigned long long kBatchTraceBudget = 64ull << 20;
+
+// The level at most as wide as requested whose narrow lanes keep a batch of
+// rows x columns cells within kBatchTraceBudget; SSE2 when none does (the
+// portable kernel has no narrower choice). Every level gives the same
+// result.
+SimdLevel batchLevelFor(SimdLevel requested, unsigned long rows, unsigned long columns);
+
 // Storage of the fast routines, owned by the caller and lent to every call.
 // Buffers only grow: once they fit the largest alignment of a run, no call
 // allocates. One workspace serves one thread.

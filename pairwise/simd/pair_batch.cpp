@@ -93,7 +93,9 @@ class RowAligner {
   }
 
   void run() {
-    const Kernel kernel = kernelFor(req_.level);
+    unsigned long widest = 0;
+    for (unsigned long p = 0; p < req_.count; ++p) widest = std::max(widest, req_.len[req_.ks[p]]);
+    const Kernel kernel = kernelFor(batchLevelFor(req_.level, n_, widest));
     const unsigned long narrowLanes = batchLanes(kernel.level, LaneWidth::kAuto);
     const unsigned long wideLanes = batchLanes(kernel.level, LaneWidth::kWide);
     unsigned long done = 0;

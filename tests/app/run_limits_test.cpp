@@ -6,6 +6,7 @@
 #include "app/align_options.h"
 #include "app/engine_exit.h"
 #include "app/run_memory.h"
+#include "pairwise/fast_dp.h"
 
 namespace {
 
@@ -13,27 +14,31 @@ using namespace karvo_app;
 
 constexpr std::uint64_t kGiB = std::uint64_t{1} << 30;
 
-TEST(RunMemory, ComparisonMatrixOfTwiceTheWidthDominates) {
-  // 100000 columns: a 200000 x 200000 int matrix is 149 GiB on its own.
-  const std::uint64_t need = runMemoryNeed({100000, 2});
-  EXPECT_GE(need, std::uint64_t{200000} * 200000 * 4);
-  EXPECT_LT(need, std::uint64_t{200000} * 200000 * 4 * 11 / 10);
+TEST(RunMemory, ComparisonMatrixAndBatchTracebackDominate) {
+  // 100000 columns: a 200000 x 200000 int matrix is 149 GiB on its own; one
+  // thread's batch of eight long pairs adds a byte per cell and lane.
+  const std::uint64_t w = 100000;
+  const std::uint64_t need = runMemoryNeed({100000, 2, false, 1});
+  EXPECT_GE(need, 4 * (2 * w) * (2 * w) + 8 * w * w);
+  EXPECT_LT(need, (4 * (2 * w) * (2 * w) + 8 * w * w) * 11 / 10);
 }
 
-TEST(RunMemory, ReferenceEngineAddsFourIntTablesOfThePair) {
-  const std::uint64_t fast = runMemoryNeed({10000, 2, false, 1});
-  const std::uint64_t reference = runMemoryNeed({10000, 2, true, 1});
-  EXPECT_GE(reference - fast, std::uint64_t{10000} * 10000 * 15);
+TEST(RunMemory, ReferenceEngineNeedsFourIntTablesOfThePair) {
+  const std::uint64_t w = 10000;
+  EXPECT_GE(runMemoryNeed({10000, 2, true, 1}), 4 * (2 * w) * (2 * w) + 16 * w * w);
 }
 
-TEST(RunMemory, FastEngineNeedsAPairTableForEveryThread) {
+TEST(RunMemory, FastEngineNeedsABatchOfPairTablesForEveryThread) {
+  // Long pairs: eight lanes of a byte per cell in each thread.
   EXPECT_GE(runMemoryNeed({10000, 2, false, 4}) - runMemoryNeed({10000, 2, false, 1}),
-            std::uint64_t{10000} * 10000 * 3);
+            std::uint64_t{10000} * 10000 * 8 * 3);
+  // Short ones: at most the batch budget.
+  EXPECT_LE(runMemoryNeed({300, 2, false, 2}) - runMemoryNeed({300, 2, false, 1}), zemtra::kBatchTraceBudget);
 }
 
 TEST(RunMemory, GrowsWithTheSquareOfTheWidth) {
-  const std::uint64_t small = runMemoryNeed({1000, 10});
-  const std::uint64_t large = runMemoryNeed({2000, 10});
+  const std::uint64_t small = runMemoryNeed({10000, 10});
+  const std::uint64_t large = runMemoryNeed({20000, 10});
   EXPECT_GT(large, 3 * small);
   EXPECT_LT(large, 5 * small);
 }

@@ -74,6 +74,34 @@ class RowPairs : public ::testing::TestWithParam<std::tuple<SimdLevel, LaneWidth
   zemtra::DpWorkspace ws_;
 };
 
+// Rows this long would take more than the trace budget in the widest lanes;
+// the batch goes through narrower ones and gives the reference's result.
+TEST_P(RowPairs, LongRowsGoThroughNarrowerLanesWithTheSameResult) {
+  if (level() != zemtra::bestSimdLevel() || width() != LaneWidth::kAuto) GTEST_SKIP() << "run once, at the default";
+  constexpr unsigned long kLength = 2100;
+  ASSERT_GT(kLength * kLength * zemtra::batchLanes(SimdLevel::kAvx2, LaneWidth::kAuto), zemtra::kBatchTraceBudget);
+  std::mt19937 rng(47);
+  std::vector<std::string> text;
+  for (int r = 0; r < 3; ++r) text.push_back(fastfix::randomRow(rng, kLength, "ACDEFGHIKLMNPQRSTVWY"));
+  const fastfix::Rows rows(text, 2 * kLength + 2);
+  EXPECT_EQ(2, expectSameAsReference(rows, 0, 0, 40));
+}
+
+TEST(BatchLevel, NeverWiderThanAskedAndNarrowerForLongRows) {
+  EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kPortable, 5000, 5000), SimdLevel::kPortable);
+  if (!zemtra::simdLevelSupported(SimdLevel::kSse2)) GTEST_SKIP() << "no x86 kernels here";
+  EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kSse2, 10, 10), SimdLevel::kSse2);
+  EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kSse2, 5000, 5000), SimdLevel::kSse2);
+  if (zemtra::simdLevelSupported(SimdLevel::kAvx512)) {
+    EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx512, 300, 300), SimdLevel::kAvx512);
+    EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx512, 3000, 3000), SimdLevel::kSse2);
+  }
+  if (zemtra::simdLevelSupported(SimdLevel::kAvx2)) {
+    EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx2, 2000, 2000), SimdLevel::kAvx2);
+    EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx2, 2100, 2100), SimdLevel::kSse2);
+  }
+}
+
 TEST_P(RowPairs, MatchesReferenceOnRandomRowsUnderEveryMatrix) {
   std::mt19937 rng(31);
   for (int matNo = 0; matNo < 15; ++matNo) {
