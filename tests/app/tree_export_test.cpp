@@ -41,17 +41,11 @@ TEST(NewickLabel, QuotesBlanksAndPunctuationAndDoublesQuotes) {
   EXPECT_EQ(newickLabel(""), "''");
 }
 
-TEST(Newick, RejectsLeavesWithoutNames) {
-  const auto nodes = threeLeafTree();
-  const std::vector<std::string> names{"a", "b"};
-  EXPECT_THROW(newickText({nodes, 4, names}), std::invalid_argument);
-}
-
-TEST(Newick, RejectsNodesReachedTwice) {
+TEST(Newick, RejectsLeavesWithoutNamesAndNodesReachedTwice) {
   auto nodes = threeLeafTree();
+  EXPECT_THROW(newickText({nodes, 4, {"a", "b"}}), std::invalid_argument);
   nodes[4].right = 1;  // row 1 would hang under two parents
-  const std::vector<std::string> names{"a", "b", "c"};
-  EXPECT_THROW(newickText({nodes, 4, names}), std::invalid_argument);
+  EXPECT_THROW(newickText({nodes, 4, {"a", "b", "c"}}), std::invalid_argument);
 }
 
 TEST(Svg, LabelsEveryLeafWithItsEscapedName) {

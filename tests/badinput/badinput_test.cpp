@@ -177,6 +177,7 @@ TEST_P(BadInput, EndsWithItsMessageAndStatus) {
   for (const std::string& part : c.logHas) EXPECT_NE(log.find(part), std::string::npos) << part;
   for (const std::string& part : c.logLacks) EXPECT_EQ(log.find(part), std::string::npos) << part;
   for (const std::string& file : c.filesExist) EXPECT_TRUE(fileExists(expand(file))) << expand(file);
+  for (const std::string& file : c.filesAbsent) EXPECT_FALSE(fileExists(expand(file))) << expand(file);
   if (has(c.setup, "log-symlink")) {
     EXPECT_EQ(readFile(dir_ / "target.txt"), "not a log\n") << "the log was written through a symbolic link";
   }

@@ -1,6 +1,7 @@
 #include "catalogue.h"
 
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 
@@ -52,33 +53,27 @@ std::vector<CatalogueCase> readCatalogue(const std::string& path) {
     }
     if (cases.empty()) malformed(path, lineNo, "'" + key + "' before the first 'case'");
     CatalogueCase& c = cases.back();
-    if (key == "file") {
-      c.file = value;
-    } else if (key == "generate") {
-      c.generate = value;
+    static const std::map<std::string, std::string CatalogueCase::*> texts{
+        {"file", &CatalogueCase::file}, {"generate", &CatalogueCase::generate}, {"cwd", &CatalogueCase::cwd}};
+    static const std::map<std::string, std::vector<std::string> CatalogueCase::*> lists{
+        {"setup", &CatalogueCase::setup},
+        {"stdout-has", &CatalogueCase::stdoutHas},
+        {"stdout-lacks", &CatalogueCase::stdoutLacks},
+        {"log-has", &CatalogueCase::logHas},
+        {"log-lacks", &CatalogueCase::logLacks},
+        {"file-exists", &CatalogueCase::filesExist},
+        {"file-absent", &CatalogueCase::filesAbsent}};
+    if (texts.contains(key)) {
+      c.*texts.at(key) = value;
+    } else if (lists.contains(key)) {
+      (c.*lists.at(key)).push_back(unescape(value));
     } else if (key == "run") {
       c.args = words(value);
     } else if (key == "status") {
       c.status = std::stoi(value);
-    } else if (key == "message") {
-      c.message = unescape(value);
-    } else if (key == "message~") {
-      c.message = value;
-      c.messageIsPattern = true;
-    } else if (key == "setup") {
-      c.setup.push_back(value);
-    } else if (key == "cwd") {
-      c.cwd = value;
-    } else if (key == "stdout-has") {
-      c.stdoutHas.push_back(unescape(value));
-    } else if (key == "stdout-lacks") {
-      c.stdoutLacks.push_back(unescape(value));
-    } else if (key == "log-has") {
-      c.logHas.push_back(unescape(value));
-    } else if (key == "log-lacks") {
-      c.logLacks.push_back(unescape(value));
-    } else if (key == "file-exists") {
-      c.filesExist.push_back(value);
+    } else if (key == "message" || key == "message~") {
+      c.messageIsPattern = key == "message~";
+      c.message = c.messageIsPattern ? value : unescape(value);
     } else {
       malformed(path, lineNo, "unknown key '" + key + "'");
     }

@@ -21,6 +21,7 @@ struct CatalogueCase {
   std::vector<std::string> logHas;
   std::vector<std::string> logLacks;
   std::vector<std::string> filesExist;
+  std::vector<std::string> filesAbsent;
 };
 
 // Reads the catalogue; a malformed block throws std::runtime_error naming

@@ -79,26 +79,26 @@ TEST_F(ViewTest, DraggingSelectsFromPressToReleaseInEitherDirection) {
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{12, 31}));
 }
 
-TEST_F(ViewTest, ShiftClickExtendsFromTheFirstClick) {
+TEST_F(ViewTest, ShiftClickExtendsFromTheFirstClickOrASelectionMadeElsewhere) {
   dragOnRuler(view, 10, 10);
   dragOnRuler(view, 25, 25, Qt::ShiftModifier);
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{10, 26}));
   dragOnRuler(view, 2, 2, Qt::ShiftModifier);
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{2, 11}));
-}
-
-TEST_F(ViewTest, ShiftClickExtendsASelectionMadeElsewhere) {
   view.setSelection({5, 9});
   dragOnRuler(view, 15, 15, Qt::ShiftModifier);
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{5, 16}));
 }
 
-TEST_F(ViewTest, ClicksOutsideTheRulerKeepTheSelection) {
+TEST_F(ViewTest, OnlyClicksOnAnInteractiveRulerChangeTheSelection) {
   view.setSelection({5, 9});
   const QPoint inGrid = view.rulerPointOfColumn(20) + QPoint(0, view.rulerHeight() * 2);
   QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, inGrid);
   const QPoint onNames(view.namesWidth() / 2, view.rulerHeight() / 2);
   QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, onNames);
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{5, 9}));
+  view.setInteractive(false);
+  dragOnRuler(view, 20, 30);
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{5, 9}));
 }
 
@@ -115,16 +115,8 @@ TEST_F(ViewTest, DraggingPastTheRightEdgeScrollsAndKeepsSelecting) {
   EXPECT_GE(alignment->selection.second, lastVisible);
 }
 
-TEST_F(ViewTest, WhileNotInteractiveTheRulerIgnoresClicks) {
-  view.setSelection({5, 9});
-  view.setInteractive(false);
-  dragOnRuler(view, 20, 30);
-  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{5, 9}));
-}
-
 TEST_F(ViewTest, ASelectionOffScreenIsScrolledIntoView) {
   view.setSelection({1200, 1210});
-  EXPECT_LE(view.firstVisibleColumn(), 1200u);
   EXPECT_EQ(view.firstVisibleColumn(), 1200u);
 }
 
@@ -156,18 +148,15 @@ TEST_F(ViewTest, EscapeClearsTheSelection) {
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{0, 0}));
 }
 
-TEST_F(ViewTest, VisibleCellsArePaintedInTheirResidueColours) {
-  const QImage image = picture();
-  for (unsigned long row : {0ul, 1ul, 5ul, 10ul}) {
-    for (unsigned long column : {0ul, 1ul, 9ul, 10ul, 30ul}) expectCellsAsInAlignment(image, row, column);
-  }
-}
-
-TEST_F(ViewTest, ScrolledFarThePaintedCellsFollow) {
-  view.scrollToCell(250, 1400);
-  const QImage image = picture();
-  for (unsigned long row : {250ul, 251ul, 260ul}) {
-    for (unsigned long column : {1400ul, 1405ul, 1422ul}) expectCellsAsInAlignment(image, row, column);
+TEST_F(ViewTest, VisibleCellsArePaintedInTheirResidueColoursWhereverScrolled) {
+  for (const unsigned long top : {0ul, 250ul}) {
+    const unsigned long left = top == 0 ? 0 : 1400;
+    view.scrollToCell(top, left);
+    const QImage image = picture();
+    for (unsigned long row : {0ul, 1ul, 5ul, 10ul}) {
+      for (unsigned long column : {0ul, 1ul, 9ul, 10ul, 22ul, 30ul})
+        expectCellsAsInAlignment(image, top + row, left + column);
+    }
   }
 }
 

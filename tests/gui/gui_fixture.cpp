@@ -1,5 +1,6 @@
 #include "gui_fixture.h"
 
+#include <QAction>
 #include <QColor>
 #include <QTest>
 #include <filesystem>
@@ -20,6 +21,10 @@ std::vector<std::string> rowsOf(const KARVO::Alignment& alignment) {
   std::vector<std::string> rows;
   for (unsigned long row = 0; row < alignment.sequenceCount(); ++row) rows.push_back(alignment.rowText(row));
   return rows;
+}
+
+QAction* action(const MainWindow& window, const char* name) {
+  return window.findChild<QAction*>(QString::fromLatin1(name));
 }
 
 void dragOnRuler(AlignmentView& view, unsigned long from, unsigned long to, Qt::KeyboardModifiers modifiers) {
@@ -62,6 +67,12 @@ MainWindow& WindowTest::makeWindow(const std::vector<std::string>& dirs) {
   window_->setReporter([this](const QString& title, const QString& text) { reports_ << title + ": " + text; });
   window_->show();
   return *window_;
+}
+
+MainWindow& WindowTest::windowWith(const char* example, const std::vector<std::string>& dirs) {
+  MainWindow& window = makeWindow(dirs);
+  EXPECT_TRUE(window.openFile(QString::fromStdString(examplePath(example)))) << example;
+  return window;
 }
 
 }  // namespace karvo_gui::testing

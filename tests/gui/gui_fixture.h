@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QAction>
 #include <QImage>
 #include <QTemporaryDir>
 #include <memory>
@@ -17,6 +18,9 @@ namespace karvo_gui::testing {
 
 std::string examplePath(const char* name);
 
+// Far above any process id the kernel hands out, so never running.
+constexpr long kEndedProcess = 2'000'000'000L;
+
 // A plug-in folder with only the real plug-in, and one with only the test's
 // failing plug-in.
 std::string zemtraPluginDir();
@@ -24,6 +28,9 @@ std::string faultyPluginDir();
 
 // The rows of an alignment as text, for comparing whole alignments.
 std::vector<std::string> rowsOf(const KARVO::Alignment& alignment);
+
+// The window's action of that object name.
+QAction* action(const MainWindow& window, const char* name);
 
 // Press on the ruler over column, optionally drag to another column, release.
 void dragOnRuler(class AlignmentView& view, unsigned long from, unsigned long to,
@@ -40,6 +47,8 @@ class WindowTest : public ::testing::Test {
   // A shown window searching dirs for plug-ins; failures are collected in
   // reports instead of message boxes.
   MainWindow& makeWindow(const std::vector<std::string>& dirs = {});
+  // The same with one of the examples open.
+  MainWindow& windowWith(const char* example, const std::vector<std::string>& dirs = {});
   std::string tmpDir() const { return tmp_.path().toStdString(); }
 
   QTemporaryDir tmp_;

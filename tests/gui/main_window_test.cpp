@@ -20,28 +20,23 @@
 namespace karvo_gui {
 namespace {
 
+using testing::action;
 using testing::dragOnRuler;
 using testing::examplePath;
+using testing::kEndedProcess;
 using testing::rowsOf;
 using testing::WindowTest;
 
 namespace fs = std::filesystem;
 
-constexpr long kEndedProcess = 2'000'000'000L;
-
 QString statusText(const MainWindow& window) {
   return window.findChild<QLabel*>(QStringLiteral("selectionStatus"))->text();
-}
-
-QAction* action(const MainWindow& window, const char* name) {
-  return window.findChild<QAction*>(QString::fromLatin1(name));
 }
 
 class FileTest : public WindowTest {};
 
 TEST_F(FileTest, OpeningAFileShowsItsSequences) {
-  MainWindow& window = makeWindow();
-  ASSERT_TRUE(window.openFile(QString::fromStdString(examplePath("globins.fa"))));
+  MainWindow& window = windowWith("globins.fa");
   ASSERT_NE(window.alignment(), nullptr);
   EXPECT_EQ(window.alignment()->sequenceCount(), 7u);
   EXPECT_EQ(window.view()->alignment(), window.alignment());
@@ -51,8 +46,7 @@ TEST_F(FileTest, OpeningAFileShowsItsSequences) {
 }
 
 TEST_F(FileTest, AFileThatCannotBeReadIsReportedAndTheOpenAlignmentStays) {
-  MainWindow& window = makeWindow();
-  ASSERT_TRUE(window.openFile(QString::fromStdString(examplePath("globins.fa"))));
+  MainWindow& window = windowWith("globins.fa");
   const std::string bad = tmpDir() + "/bad.fa";
   std::ofstream(bad) << "not an alignment\n";
   EXPECT_FALSE(window.openFile(QString::fromStdString(bad)));
@@ -64,16 +58,14 @@ TEST_F(FileTest, AFileThatCannotBeReadIsReportedAndTheOpenAlignmentStays) {
 }
 
 TEST_F(FileTest, TheRulerSelectionIsShownInTheStatusBar) {
-  MainWindow& window = makeWindow();
-  ASSERT_TRUE(window.openFile(QString::fromStdString(examplePath("globins.fa"))));
+  MainWindow& window = windowWith("globins.fa");
   dragOnRuler(*window.view(), 11, 39);
   EXPECT_EQ(statusText(window), QStringLiteral("columns 12\u201340 selected"));
   EXPECT_EQ(window.alignment()->selection, (KARVO::ColumnRange{11, 40}));
 }
 
 TEST_F(FileTest, ACommandLineSpanMustLieWithinTheAlignment) {
-  MainWindow& window = makeWindow();
-  ASSERT_TRUE(window.openFile(QString::fromStdString(examplePath("globins.fa"))));
+  MainWindow& window = windowWith("globins.fa");
   const unsigned long columns = window.alignment()->columnCount();
   EXPECT_TRUE(window.selectColumns({12, columns}));
   EXPECT_EQ(window.alignment()->selection, (KARVO::ColumnRange{11, columns}));
@@ -82,8 +74,7 @@ TEST_F(FileTest, ACommandLineSpanMustLieWithinTheAlignment) {
 }
 
 TEST_F(FileTest, SavingAsClustalWritesWhatIsShown) {
-  MainWindow& window = makeWindow();
-  ASSERT_TRUE(window.openFile(QString::fromStdString(examplePath("kinases.fa"))));
+  MainWindow& window = windowWith("kinases.fa");
   const QString target = QString::fromStdString(tmpDir() + "/kinases.aln");
   ASSERT_TRUE(window.saveFile(target));
   EXPECT_EQ(window.filePath(), target);
@@ -93,8 +84,7 @@ TEST_F(FileTest, SavingAsClustalWritesWhatIsShown) {
 }
 
 TEST_F(FileTest, SavingUnderANameWithoutAWritableFormatIsRefused) {
-  MainWindow& window = makeWindow();
-  ASSERT_TRUE(window.openFile(QString::fromStdString(examplePath("kinases.fa"))));
+  MainWindow& window = windowWith("kinases.fa");
   EXPECT_FALSE(window.saveFile(QString::fromStdString(tmpDir() + "/kinases.sto")));
   EXPECT_EQ(reports_.size(), 1);
   EXPECT_FALSE(fs::exists(tmpDir() + "/kinases.sto"));
@@ -121,17 +111,6 @@ TEST_F(FileTest, WithoutAnAlignmentOnlyOpeningIsOffered) {
   EXPECT_FALSE(action(window, "saveAction")->isEnabled());
   EXPECT_FALSE(action(window, "undoAction")->isEnabled());
   EXPECT_FALSE(action(window, "runLogAction")->isEnabled());
-}
-
-TEST_F(FileTest, AboutNamesTheVersion) {
-  MainWindow& window = makeWindow();
-  QString shown;
-  ModalAutoAnswer answer([&shown](QWidget& modal) {
-    if (auto* box = qobject_cast<QMessageBox*>(&modal)) shown = box->text();
-    acceptAsShown(modal);
-  });
-  action(window, "aboutAction")->trigger();
-  EXPECT_TRUE(shown.contains(QStringLiteral("karvo 1.0.0"))) << shown.toStdString();
 }
 
 TEST_F(FileTest, WithoutPluginsTheMenuSaysSo) {

@@ -1,4 +1,5 @@
-// Recovery files: naming, writing, finding what an ended process left.
+// Recovery files: writing, finding what an ended process left. Opening one
+// at start is in main_window_test.cpp.
 #include "app/gui/recovery.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +9,7 @@
 #include <chrono>
 #include <filesystem>
 
-#include "host/alignment_io.h"
+#include "host/alignment.h"
 
 namespace karvo_gui {
 namespace {
@@ -27,29 +28,6 @@ class RecoveryTest : public ::testing::Test {
   std::string dir() const { return tmp.path().toStdString(); }
   QTemporaryDir tmp;
 };
-
-TEST_F(RecoveryTest, FilesAreNamedAfterTheOpenFile) {
-  const RecoveryFiles files = recoveryFilesFor("/tmp/k", "/data/globins.fa");
-  EXPECT_EQ(files.alignmentPath, "/tmp/k/globins.recovery.fa");
-  EXPECT_EQ(files.markerPath, "/tmp/k/globins.recovery.path");
-  EXPECT_EQ(recoveryFilesFor("/tmp/k", "").alignmentPath, "/tmp/k/untitled.recovery.fa");
-}
-
-TEST_F(RecoveryTest, AnEndedProcessLeavesItsAlignmentAndOriginalPath) {
-  const auto alignment = smallAlignment();
-  const RecoveryFiles files = recoveryFilesFor(dir(), "/data/globins.aln");
-  writeRecovery(files, *alignment, {"/data/globins.aln", kEndedProcess});
-
-  const auto found = findRecoveries(dir());
-  ASSERT_EQ(found.size(), 1u);
-  EXPECT_EQ(found[0].origin.originalPath, "/data/globins.aln");
-  EXPECT_EQ(found[0].files.alignmentPath, files.alignmentPath);
-  const auto restored = KARVO::readAlignmentFile(found[0].files.alignmentPath);
-  ASSERT_EQ(restored->sequenceCount(), 2u);
-  EXPECT_EQ(restored->rowText(0), "MK-LV");
-  EXPECT_EQ(restored->rowText(1), "M-KLV");
-  EXPECT_EQ(restored->GetSeqName(1), "second");
-}
 
 TEST_F(RecoveryTest, ARunningProcessKeepsItsFilesToItself) {
   writeRecovery(recoveryFilesFor(dir(), "/data/mine.fa"), *smallAlignment(), {"/data/mine.fa", getpid()});

@@ -3,35 +3,30 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <set>
 #include <string>
 
 namespace karvo_gui {
 namespace {
 
-void expectClass(const std::string& letters, ResidueClass expected) {
-  for (char code : letters) EXPECT_EQ(residueClass(code), expected) << "'" << code << "'";
-}
-
-TEST(ResidueClass, SortsTheTwentyAminoAcids) {
-  expectClass("AVLIMFWC", ResidueClass::Hydrophobic);
-  expectClass("DE", ResidueClass::Acidic);
-  expectClass("KRH", ResidueClass::Basic);
-  expectClass("STNQY", ResidueClass::Polar);
-  expectClass("GP", ResidueClass::GlycineProline);
-}
-
-TEST(ResidueClass, IgnoresCase) {
-  expectClass("avlimfwc", ResidueClass::Hydrophobic);
-  expectClass("de", ResidueClass::Acidic);
-  expectClass("krh", ResidueClass::Basic);
-  expectClass("stnqy", ResidueClass::Polar);
-  expectClass("gp", ResidueClass::GlycineProline);
+TEST(ResidueClass, SortsTheTwentyAminoAcidsInEitherCase) {
+  const std::pair<const char*, ResidueClass> classes[] = {{"AVLIMFWC", ResidueClass::Hydrophobic},
+                                                          {"DE", ResidueClass::Acidic},
+                                                          {"KRH", ResidueClass::Basic},
+                                                          {"STNQY", ResidueClass::Polar},
+                                                          {"GP", ResidueClass::GlycineProline}};
+  for (const auto& [letters, expected] : classes) {
+    for (const char code : std::string(letters)) {
+      EXPECT_EQ(residueClass(code), expected) << code;
+      EXPECT_EQ(residueClass(static_cast<char>(std::tolower(code))), expected) << code;
+    }
+  }
 }
 
 TEST(ResidueClass, GapsAndUnusualCodes) {
-  expectClass("-. ", ResidueClass::Gap);
-  expectClass("BZXUOJ*1", ResidueClass::Other);
+  for (const char code : std::string("-. ")) EXPECT_EQ(residueClass(code), ResidueClass::Gap) << code;
+  for (const char code : std::string("BZXUOJ*1")) EXPECT_EQ(residueClass(code), ResidueClass::Other) << code;
   EXPECT_EQ(residueClass('\0'), ResidueClass::Other);
 }
 

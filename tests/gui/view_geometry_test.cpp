@@ -8,35 +8,17 @@
 namespace karvo_gui {
 namespace {
 
-TEST(VisibleSpan, CountsACellCutOffByTheEdge) {
+TEST(VisibleSpan, CountsACellCutOffByTheEdgeAndStopsAtTheLastCell) {
   const VisibleSpan span = visibleSpan({.offset = 10, .extentPixels = 95, .cellPixels = 10, .total = 1000});
   EXPECT_EQ(span.first, 10u);
   EXPECT_EQ(span.count, 10u);
-}
-
-TEST(VisibleSpan, StopsAtTheLastCell) {
-  const VisibleSpan span = visibleSpan({.offset = 95, .extentPixels = 200, .cellPixels = 10, .total = 100});
-  EXPECT_EQ(span.count, 5u);
+  EXPECT_EQ(visibleSpan({.offset = 95, .extentPixels = 200, .cellPixels = 10, .total = 100}).count, 5u);
 }
 
 TEST(VisibleSpan, IsEmptyWithoutRoomOrCells) {
   EXPECT_EQ(visibleSpan({.offset = 0, .extentPixels = 0, .cellPixels = 10, .total = 100}).count, 0u);
   EXPECT_EQ(visibleSpan({.offset = 0, .extentPixels = 300, .cellPixels = 10, .total = 0}).count, 0u);
   EXPECT_EQ(visibleSpan({.offset = 100, .extentPixels = 300, .cellPixels = 10, .total = 100}).count, 0u);
-}
-
-TEST(ScrollRange, TheLastOffsetShowsTheLastCellWhole) {
-  const unsigned long shown = wholeCells(95, 10);
-  EXPECT_EQ(shown, 9u);
-  EXPECT_EQ(maximumOffset(100, shown), 91u);
-  EXPECT_EQ(maximumOffset(5, shown), 0u);
-  EXPECT_EQ(wholeCells(3, 10), 1u);
-}
-
-TEST(RulerDrag, CoversAnchorAndPointerInEitherOrder) {
-  EXPECT_EQ(rangeBetween(4, 9), (KARVO::ColumnRange{4, 10}));
-  EXPECT_EQ(rangeBetween(9, 4), (KARVO::ColumnRange{4, 10}));
-  EXPECT_EQ(rangeBetween(7, 7), (KARVO::ColumnRange{7, 8}));
 }
 
 TEST(RulerDrag, PointerPositionsOutsideTheColumnsAreClamped) {
@@ -64,12 +46,6 @@ TEST(ColumnSpanOption, RejectsMalformedSpans) {
   for (const char* text : {"140:12", "0:5", "5", "5:", ":5", "a:b", "3:7x", "-1:4", " 3:4", ""}) {
     EXPECT_FALSE(parseColumnSpan(text)) << text;
   }
-}
-
-TEST(ColumnSpanOption, BecomesAHalfOpenRangeWithinTheAlignment) {
-  EXPECT_EQ(spanToRange({12, 140}, 200), (KARVO::ColumnRange{11, 140}));
-  EXPECT_EQ(spanToRange({1, 200}, 200), (KARVO::ColumnRange{0, 200}));
-  EXPECT_FALSE(spanToRange({1, 201}, 200));
 }
 
 TEST(SelectionText, NamesTheColumnsOneBasedWithAnEnDash) {

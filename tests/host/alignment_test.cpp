@@ -80,37 +80,29 @@ TEST(Rearrange, ResizesOnlyTheRangeAndShiftsLaterColumns) {
   EXPECT_EQ(a->selection, (KARVO::ColumnRange{1, 6}));
 }
 
-class RearrangeRefusal : public testing::Test {
- protected:
-  void expectRefused(const std::vector<std::string>& rows, const std::string& message) {
-    const auto before = snapshot(*a);
+TEST(Rearrange, RefusesStringsThatDoNotHoldTheRangesResiduesAndChangesNothing) {
+  const struct {
+    std::vector<std::string> rows;
+    std::string message;
+  } cases[] = {
+      {{"AC-"}, "1 strings for 2 sequences"},
+      {{"AC--", "DE-"}, "row 1 (seq1): string of length 3"},
+      {{"A-C", "ED-"}, "row 1 (seq1): letter 'E' at position 0 where the next residue is 'D'"},
+      {{"aC-", "DE-"}, "row 0 (seq0)"},
+      {{"AC-", "DEE"}, "the range holds only 2 residues"},
+      {{"A--", "DE-"}, "row 0 (seq0): string has 1 letters but the range holds 2 residues"},
+  };
+  auto a = make({"AC-", "-DE"});
+  const auto before = snapshot(*a);
+  for (const auto& c : cases) {
     try {
-      a->rearrange({0, 3}, rows);
-      FAIL() << "accepted";
+      a->rearrange({0, 3}, c.rows);
+      ADD_FAILURE() << "accepted " << c.message;
     } catch (const std::invalid_argument& e) {
-      EXPECT_THAT(e.what(), HasSubstr(message));
+      EXPECT_THAT(e.what(), HasSubstr(c.message));
     }
-    EXPECT_EQ(snapshot(*a), before);
+    EXPECT_EQ(snapshot(*a), before) << c.message;
   }
-  std::unique_ptr<Alignment> a = make({"AC-", "-DE"});
-};
-
-TEST_F(RearrangeRefusal, WrongNumberOfStrings) { expectRefused({"AC-"}, "1 strings for 2 sequences"); }
-
-TEST_F(RearrangeRefusal, StringsOfDifferentLengths) {
-  expectRefused({"AC--", "DE-"}, "row 1 (seq1): string of length 3");
-}
-
-TEST_F(RearrangeRefusal, LetterThatIsNotTheNextResidue) {
-  expectRefused({"A-C", "ED-"}, "row 1 (seq1): letter 'E' at position 0 where the next residue is 'D'");
-}
-
-TEST_F(RearrangeRefusal, LowerCaseLetterForAnUpperCaseResidue) { expectRefused({"aC-", "DE-"}, "row 0 (seq0)"); }
-
-TEST_F(RearrangeRefusal, MoreLettersThanResidues) { expectRefused({"AC-", "DEE"}, "the range holds only 2 residues"); }
-
-TEST_F(RearrangeRefusal, FewerLettersThanResidues) {
-  expectRefused({"A--", "DE-"}, "row 0 (seq0): string has 1 letters but the range holds 2 residues");
 }
 
 TEST(StripGapCols, RemovesAllGapColumnsOnlyInsideTheRange) {

@@ -9,7 +9,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QSpinBox>
 #include <QTimer>
 #include <cstdlib>
 
@@ -94,18 +93,6 @@ TEST(BaseDialog, ModelessDialogAppliesWithoutClosing) {
   dialog.button(QDialogButtonBox::Close)->click();
   EXPECT_EQ(dialog.cancels, 1);
   EXPECT_FALSE(dialog.isVisible());
-}
-
-TEST(WidgetFactory, SpinBoxGetsRangeValueStepAndPrefix) {
-  QWidget parent;
-  WidgetFactory factory;
-  QSpinBox* box = factory.CreateQSpinBox(&parent, 0, 100, 40, 5, nullptr, nullptr, "Gap ");
-  EXPECT_EQ(box->parent(), &parent);
-  EXPECT_EQ(box->minimum(), 0);
-  EXPECT_EQ(box->maximum(), 100);
-  EXPECT_EQ(box->value(), 40);
-  EXPECT_EQ(box->singleStep(), 5);
-  EXPECT_EQ(box->prefix(), "Gap ");
 }
 
 }  // namespace

@@ -19,11 +19,6 @@ unsigned modeOf(const std::string& path) {
   return info.st_mode & 07777;
 }
 
-std::string slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 // Every test starts without any of the variables that choose the folder.
 class PersonalTmpDir : public testing::Test {
  protected:
@@ -59,23 +54,19 @@ TEST_F(PersonalTmpDir, DefaultsToTheHomeCacheCreatingParents) {
   EXPECT_EQ(modeOf(base / ".cache/karvo"), 0700u);
 }
 
-TEST_F(PersonalTmpDir, LocatingReportsARefusalWithoutWriting) {
+TEST_F(PersonalTmpDir, LocatingReportsWhetherTheDirectoryIsRefusedWithoutWriting) {
+  ScopedEnv chosen("KARVO_TMPDIR", base / "mine");
+  const Config::PersonalTmpDir usable = Config::LocatePersonalTmpDir();
+  EXPECT_EQ(usable.path, base / "mine");
+  EXPECT_EQ(usable.refusal, "");
   fs::create_directories(base / "elsewhere");
-  ScopedEnv chosen("KARVO_TMPDIR", base / "link");
+  ScopedEnv linked("KARVO_TMPDIR", base / "link");
   fs::create_directory_symlink(base / "elsewhere", base / "link");
   testing::internal::CaptureStderr();
   const Config::PersonalTmpDir found = Config::LocatePersonalTmpDir();
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(found.path, base / "link");
   EXPECT_EQ(found.refusal, "it is a symbolic link");
-}
-
-TEST_F(PersonalTmpDir, LocatingAUsableDirectoryHasNoRefusal) {
-  ScopedEnv chosen("KARVO_TMPDIR", base / "mine");
-  const Config::PersonalTmpDir found = Config::LocatePersonalTmpDir();
-  EXPECT_EQ(found.path, base / "mine");
-  EXPECT_EQ(found.refusal, "");
-  EXPECT_EQ(modeOf(base / "mine"), 0700u);
 }
 
 TEST_F(PersonalTmpDir, RefusesASymbolicLinkWithOneWarningLine) {

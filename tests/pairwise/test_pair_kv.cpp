@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
-#include "pairwise/comp_kv.h"
 #include "pairwise/pair_kv.h"
 #include "seq_fixture.h"
 
@@ -112,26 +109,6 @@ TEST(CopyKvDeathTest, PathAsWideAsTheAlignmentEndsWith666) {
   KARVO::Matrix<long> path(2, 4);
   const unsigned long g1[] = {0}, g2[] = {1};
   EXPECT_EXIT(copy_kv(g1, 1, g2, 1, 4, f.seqs, path, f.len.data()), testing::ExitedWithCode(666 & 0xff), "");
-}
-
-TEST(PairKvTest, PairOfSequencesEndToEnd) {
-  SeqFixture f({"HEAGAWGHEE", "PAWHEAE"}, 20);
-  KARVO::Matrix<int> cmp(20, 20);
-  KARVO::Matrix<long> path(2, 20);
-  unsigned long lenJ = 0, lenK = 0;
-  bool first = true;
-  comp_kv(0, 1, 11, &lenJ, &lenK, cmp, f.seqs, f.len.data(), first);
-  int alen = 0;
-  pair_kv(lenJ, lenK, 40, &alen, 1, cmp, path);
-  const unsigned long g1[] = {0}, g2[] = {1};
-  copy_kv(g1, 1, g2, 1, alen, f.seqs, path, f.len.data());
-  EXPECT_EQ(f.len[0], static_cast<unsigned long>(alen));
-  EXPECT_EQ(f.len[1], static_cast<unsigned long>(alen));
-  std::string a = f.row(0), b = f.row(1);
-  a.erase(std::remove(a.begin(), a.end(), '-'), a.end());
-  b.erase(std::remove(b.begin(), b.end(), '-'), b.end());
-  EXPECT_EQ(a, "HEAGAWGHEE");
-  EXPECT_EQ(b, "PAWHEAE");
 }
 
 }  // namespace

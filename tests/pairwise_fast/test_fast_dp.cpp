@@ -47,10 +47,10 @@ TEST(FredmanFast, MatchesReferenceOnRandomScores) {
     const int gaps[] = {0, 100, randomInt(rng, -30, 250)};
     const int gap = gaps[round % 3];
     // With negative scores an alignment may pair nothing, which a record of
-    // n + m entries does not survive; one spare entry lets it through.
+    // n + m entries does not survive; spare entries let it through.
     const bool negative = round % 2 == 1;
     auto S = randomScores(rng, n, m, negative ? -33 : 0, 100);
-    expectSameAsReference(*S, gap, n + m + (negative ? 1 : 0), ws);
+    expectSameAsReference(*S, gap, n + m + (negative ? randomInt(rng, 1, 10) : 0), ws);
   }
 }
 
@@ -73,16 +73,6 @@ TEST(FredmanFast, MatchesReferenceOnLongInputs) {
   for (const int gap : {0, 40, 100}) {
     auto S = randomScores(rng, 300, 280, gap == 40 ? -33 : 0, 100);
     expectSameAsReference(*S, gap, 581, ws);
-  }
-}
-
-TEST(FredmanFast, MatchesReferenceWithSpareCapacity) {
-  std::mt19937 rng(14);
-  zemtra::DpWorkspace ws;
-  for (int round = 0; round < 50; ++round) {
-    const unsigned long n = randomInt(rng, 0, 20), m = randomInt(rng, 0, 20);
-    auto S = randomScores(rng, n, m, -33, 30);
-    expectSameAsReference(*S, randomInt(rng, 0, 60), n + m + randomInt(rng, 1, 10), ws);
   }
 }
 
@@ -110,20 +100,11 @@ void runFast(const std::vector<std::vector<int>>& values, int gap, unsigned long
   zemtra::fredmanFast(gap, S, aln, ws);
 }
 
-TEST_F(FredmanFastDeathTest, FullRecordInTheTailOfBExitsWithGapA) {
-  EXPECT_EXIT(runFast({{-5}}, 40, 2), testing::ExitedWithCode(1), "gap A");
-}
-
-TEST_F(FredmanFastDeathTest, FullRecordInTheMainLoopExitsWithGap0B) {
-  EXPECT_EXIT(runFast({{5}}, 40, 1), testing::ExitedWithCode(1), "gap0 B");
-}
-
-TEST_F(FredmanFastDeathTest, RecordWithoutRoomExitsAtTheFirstEntry) {
-  EXPECT_EXIT(runFast({{5, 1}}, 0, 0), testing::ExitedWithCode(1), "gap0 B");
-}
-
-TEST_F(FredmanFastDeathTest, FullRecordInTheTailOfAExitsWithGapB) {
-  EXPECT_EXIT(runFast({{-5}, {10}}, 40, 2), testing::ExitedWithCode(1), "gap B");
+TEST_F(FredmanFastDeathTest, FullRecordExitsWithTheReferencesMessage) {
+  EXPECT_EXIT(runFast({{-5}}, 40, 2), testing::ExitedWithCode(1), "gap A");        // in the tail of B
+  EXPECT_EXIT(runFast({{5}}, 40, 1), testing::ExitedWithCode(1), "gap0 B");        // in the main loop
+  EXPECT_EXIT(runFast({{5, 1}}, 0, 0), testing::ExitedWithCode(1), "gap0 B");      // at the first entry
+  EXPECT_EXIT(runFast({{-5}, {10}}, 40, 2), testing::ExitedWithCode(1), "gap B");  // in the tail of A
 }
 
 // pair_kv's inputs: summed comparison cells over a number of pairs.

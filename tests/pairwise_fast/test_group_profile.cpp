@@ -67,19 +67,6 @@ GroupCase shuffledMembers(std::mt19937& rng, int size1, int size2) {
   return g;
 }
 
-TEST(GroupProfile, SumsEqualTheComparisonSeriesUnderEveryMatrix) {
-  std::mt19937 rng(41);
-  zemtra::GroupProfile profile;
-  for (int matNo = 0; matNo < 15; ++matNo) {
-    for (int round = 0; round < 6; ++round) {
-      const int size1 = fastfix::randomInt(rng, 1, 6), size2 = fastfix::randomInt(rng, 1, 6);
-      const auto rows = randomGroups(rng, size1, size2, fastfix::randomInt(rng, 0, 40), fastfix::randomInt(rng, 0, 40));
-      expectSameAsSeries(rows, shuffledMembers(rng, size1, size2), matNo, profile);
-      if (HasFatalFailure()) return;
-    }
-  }
-}
-
 TEST(GroupProfile, SumsEqualTheSeriesForWideGroups) {
   std::mt19937 rng(42);
   zemtra::GroupProfile profile;

@@ -56,54 +56,32 @@ TEST(FastMeasures, PathGapsBetweenPairsCostOnceAndEndGapsAreFree) {
   EXPECT_EQ(2 * v, leading.measure(0, 40).score);
 }
 
-TEST(FastMeasures, PathPairOfAResidueAndAGapCharacterIsAGapColumn) {
-  // Column 2 pairs two positions, one of which holds '-': a gap column
-  // between two pairs, charged once, and no self score for the '-'.
-  const PathCase c("A-A", "AAA", {{1, 1}, {2, 2}, {3, 3}});
-  const zemtra::PathMeasures m = c.measure(0, 30);
-  EXPECT_EQ(2 * ScoMat::pairScore(0, 'A', 'A') - 30, m.score);
-  EXPECT_EQ(score_kv(0, 1, 3, 0, 30, 1, c.rows.seqs, c.path), m.score);
-  EXPECT_EQ(norm_kv(0, 1, 3, m.score, 0, 1, c.rows.seqs, c.path), m.nas);
-}
-
-TEST(FastMeasures, PathColumnOfAGapCharacterAgainstAGapIsDropped) {
-  // B's '-' against a path gap is dropped, so the run of gap columns is
-  // one: the pair before and after it are separated by one charged gap.
-  const PathCase c("AWA", "A-A", {{1, 1}, {2, 0}, {0, 2}, {3, 3}});
-  EXPECT_EQ(score_kv(0, 1, 4, 0, 25, 1, c.rows.seqs, c.path), c.measure(0, 25).score);
-}
-
-TEST(FastMeasures, IdentityCountsEqualLettersOnlyNotEqualIndices) {
-  // 'B' scores like 'D' but is not identical to it.
-  const PathCase c("BD", "DD", {{1, 1}, {2, 2}});
-  EXPECT_FLOAT_EQ(50.0f, c.measure(0, 10).pid);
-}
-
-TEST(FastMeasures, EmptyAlignmentGivesTheReferencesNotANumber) {
-  const PathCase c("A", "A", {});
-  const zemtra::PathMeasures m = c.measure(0, 10);
-  EXPECT_EQ(0, m.score);
-  EXPECT_EQ(std::bit_cast<std::uint32_t>(norm_kv(0, 1, 0, 0, 0, 1, c.rows.seqs, c.path)),
-            std::bit_cast<std::uint32_t>(m.nas));
-}
-
-TEST(FastMeasures, ColumnModeMatchesTheReferenceOnRandomRows) {
-  std::mt19937 rng(11);
-  for (int round = 0; round < 200; ++round) {
-    const int width = fastfix::randomInt(rng, 0, 30);
-    const fastfix::Rows rows({fastfix::randomRow(rng, static_cast<unsigned long>(width), fastfix::kMixedAlphabet),
-                              fastfix::randomRow(rng, static_cast<unsigned long>(width), fastfix::kMixedAlphabet)},
-                             40);
-    const int matNo = round % 15;
-    const int gap = fastfix::randomInt(rng, 0, 100);
-    const ScoreLookup scores(matNo);
-    const zemtra::ColumnMeasures m = zemtra::measureColumns(rows.seqs[0], rows.seqs[1], width, scores, gap);
-    KARVO::Matrix<long> unused(2, 2);
-    KARVO::Matrix<int> alilen(2, 2);
-    ASSERT_EQ(score_kv(0, 1, width, matNo, gap, 0, rows.seqs, unused), m.score);
-    ASSERT_EQ(pdif_kv(0, 1, width, rows.seqs, alilen), static_cast<float>(m.differences));
-    ASSERT_EQ(alilen[0][1], m.counted);
+// Paths through gap characters, letters that score alike but differ, and
+// the empty alignment: score, NAS and identity bit for bit as the reference.
+TEST(FastMeasures, AwkwardPathsMeasureAsTheReference) {
+  struct Case {
+    const char *a, *b;
+    std::vector<std::pair<long, long>> columns;
+  };
+  const Case cases[] = {
+      {"A-A", "AAA", {{1, 1}, {2, 2}, {3, 3}}},          // a residue paired with '-': a gap column
+      {"AWA", "A-A", {{1, 1}, {2, 0}, {0, 2}, {3, 3}}},  // '-' against a path gap is dropped
+      {"BD", "DD", {{1, 1}, {2, 2}}},                    // 'B' scores like 'D' but is not identical
+      {"A", "A", {}},                                    // nothing aligned: NaN
+  };
+  for (const Case& k : cases) {
+    const PathCase c(k.a, k.b, k.columns);
+    const zemtra::PathMeasures m = c.measure(0, 30);
+    const int score = score_kv(0, 1, c.alen, 0, 30, 1, c.rows.seqs, c.path);
+    EXPECT_EQ(score, m.score) << k.a;
+    EXPECT_EQ(std::bit_cast<std::uint32_t>(norm_kv(0, 1, c.alen, score, 0, 1, c.rows.seqs, c.path)),
+              std::bit_cast<std::uint32_t>(m.nas))
+        << k.a;
+    EXPECT_EQ(std::bit_cast<std::uint32_t>(pids_kv(0, 1, c.alen, c.rows.seqs, c.nres.data(), c.path)),
+              std::bit_cast<std::uint32_t>(m.pid))
+        << k.a;
   }
+  EXPECT_FLOAT_EQ(50.0f, PathCase("BD", "DD", {{1, 1}, {2, 2}}).measure(0, 10).pid);
 }
 
 TEST(FastMeasures, ArithmeticStepsMatchTheReference) {
@@ -149,15 +127,11 @@ TEST(PairlessReport, PairIsReportedWithTheExitMessageAndTheRowGoesOn) {
 
 // --- engine options --------------------------------------------------------------
 
-TEST(EngineOptionsFrom, ReadsTheReferenceSwitchAndAThreadCount) {
+TEST(EngineOptionsFrom, ReadsTheReferenceSwitchAndPlainPositiveThreadCounts) {
   EXPECT_TRUE(zemtra::engineOptionsFrom("1", nullptr).reference);
-  EXPECT_FALSE(zemtra::engineOptionsFrom("0", nullptr).reference);
-  EXPECT_FALSE(zemtra::engineOptionsFrom("yes", nullptr).reference);
-  EXPECT_FALSE(zemtra::engineOptionsFrom(nullptr, nullptr).reference);
+  for (const char* off : {"0", "yes", static_cast<const char*>(nullptr)})
+    EXPECT_FALSE(zemtra::engineOptionsFrom(off, nullptr).reference);
   EXPECT_EQ(3u, zemtra::engineOptionsFrom(nullptr, "3").threads);
-}
-
-TEST(EngineOptionsFrom, IgnoresThreadCountsThatAreNotPlainPositiveNumbers) {
   for (const char* bad : {"0", "-2", "2x", "", " 2", "100000"})
     EXPECT_EQ(0u, zemtra::engineOptionsFrom(nullptr, bad).threads) << bad;
 }

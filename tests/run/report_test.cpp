@@ -26,19 +26,13 @@ class ReportTest : public ::testing::Test {
 
 // --- header line -----------------------------------------------------------
 
-TEST_F(ReportTest, TenColumnsFitOnOneHeaderLine) {
+TEST_F(ReportTest, HeaderLineWrapsAfterTenColumns) {
+  const std::string ten = "             [  1] [  2] [  3] [  4] [  5] [  6] [  7] [  8] [  9] [ 10]\n";
   printIndices(os, 10, "Heading:");
-  EXPECT_EQ(os.str(),
-            "\n\nHeading:\n\n"
-            "             [  1] [  2] [  3] [  4] [  5] [  6] [  7] [  8] [  9] [ 10]\n");
-}
-
-TEST_F(ReportTest, EleventhColumnContinuesUnderTheFirst) {
+  EXPECT_EQ(os.str(), "\n\nHeading:\n\n" + ten);
+  os.str("");
   printIndices(os, 11, "Heading:");
-  EXPECT_EQ(os.str(),
-            "\n\nHeading:\n\n"
-            "             [  1] [  2] [  3] [  4] [  5] [  6] [  7] [  8] [  9] [ 10]\n"
-            "             [ 11]\n");
+  EXPECT_EQ(os.str(), "\n\nHeading:\n\n" + ten + "             [ 11]\n");
 }
 
 // --- rows ------------------------------------------------------------------

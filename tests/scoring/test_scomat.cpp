@@ -10,8 +10,6 @@
 
 namespace {
 
-const char kResidues[] = "ACDEFGHIKLMNPQRSTVWY";
-
 int entry(int matNo, int a, int b) { return ScoMat::mats[matNo * 441 + a * 21 + b]; }
 
 // Reads the committed data file the table was generated from.
@@ -77,62 +75,18 @@ TEST(ScoMatTest, DiagonalsAsPublished) {
     for (int a = 0; a < 20; ++a) EXPECT_EQ(entry(k, a, a), diagonals[k][a]) << "matrix " << k << " residue " << a;
 }
 
-struct Extreme {
-  int value;
-  char first[3];
-  int count;
-};
-
-TEST(ScoMatTest, OffDiagonalExtremesWithFirstPairAndCount) {
-  const Extreme minima[15] = {{0, "CP", 1},  {0, "CW", 1},  {0, "CE", 7}, {0, "CE", 14}, {0, "CW", 1},
-                              {0, "AF", 79}, {0, "CE", 17}, {0, "GW", 1}, {0, "MP", 1},  {0, "CH", 3},
-                              {0, "DW", 2},  {0, "CE", 8},  {0, "DF", 7}, {0, "CW", 5},  {-33, "CW", 1}};
-  const Extreme maxima[15] = {{59, "LM", 1}, {60, "FY", 1}, {83, "AG", 16}, {50, "AD", 75}, {95, "IL", 2},
-                              {75, "LM", 1}, {67, "FW", 4}, {100, "AP", 1}, {71, "FI", 3},  {100, "IV", 1},
-                              {53, "FY", 1}, {47, "FY", 2}, {50, "FY", 1},  {60, "FY", 1},  {30, "AV", 1}};
-  const int steps[15] = {1, 4, 1, 25, 1, 25, 1, 1, 1, 1, 1, 1, 5, 5, 1};
-  auto index = [](char c) { return ScoMat::ind[c - 'A']; };
-  for (int k = 0; k < 15; ++k) {
-    int low = 1000, high = -1000, lowCount = 0, highCount = 0;
-    std::string lowFirst, highFirst;
-    for (int a = 0; a < 20; ++a)
-      for (int b = a + 1; b < 20; ++b) {
-        const int v = entry(k, a, b);
-        const std::string pair{kResidues[a], kResidues[b]};
-        if (v < low) low = v, lowCount = 0, lowFirst = pair;
-        if (v == low) ++lowCount;
-        if (v > high) high = v, highCount = 0, highFirst = pair;
-        if (v == high) ++highCount;
-      }
-    EXPECT_EQ(low, minima[k].value) << k;
-    EXPECT_EQ(lowCount, minima[k].count) << k;
-    EXPECT_EQ(entry(k, index(minima[k].first[0]), index(minima[k].first[1])), low) << k;
-    EXPECT_EQ(lowFirst, minima[k].first) << k;
-    EXPECT_EQ(high, maxima[k].value) << k;
-    EXPECT_EQ(highCount, maxima[k].count) << k;
-    EXPECT_EQ(highFirst, maxima[k].first) << k;
-    for (int i = 0; i < 441; ++i) EXPECT_EQ(ScoMat::mats[k * 441 + i] % steps[k], 0) << k;
-  }
-}
-
+// Off-diagonal cells of the rescaled published matrices (the diagonals are
+// checked above).
 TEST(ScoMatTest, RescaledPublishedMatricesFollowTheirRules) {
   auto score = [](int k, char a, char b) { return ScoMat::pairScore(k, a, b); };
-  EXPECT_EQ(score(11, 'A', 'A'), 53);
-  EXPECT_EQ(score(11, 'C', 'C'), 87);
-  EXPECT_EQ(score(11, 'W', 'W'), 100);
-  EXPECT_EQ(score(1, 'A', 'A'), 40);
   EXPECT_EQ(score(1, 'C', 'W'), 0);
   EXPECT_EQ(score(1, 'A', 'F'), 16);
   EXPECT_EQ(score(1, 'N', 'F'), 16);
   EXPECT_EQ(score(1, 'G', 'P'), 28);
   EXPECT_EQ(score(1, 'N', 'P'), 28);
-  EXPECT_EQ(score(13, 'A', 'A'), 55);
   EXPECT_EQ(score(13, 'C', 'W'), 0);
   EXPECT_EQ(score(0, 'C', 'P'), 0);
-  EXPECT_EQ(score(0, 'W', 'W'), 91);
   EXPECT_EQ(score(14, 'C', 'W'), -33);
-  EXPECT_EQ(score(14, 'M', 'M'), -3);
-  EXPECT_EQ(score(14, 'C', 'C'), 0);
 }
 
 TEST(ScoMatTest, AmbiguityLettersScoreAsTheirResidueOrNeutral) {

@@ -122,31 +122,21 @@ TEST_F(JoinTest, FamFindUsesTheLiveFamilyNotTheSubClusterRecord) {
 
 using JoinDeathTest = JoinTest;
 
-TEST_F(JoinDeathTest, FamFindRefusesASequenceJoiningItself) {
+TEST_F(JoinDeathTest, FamFindRefusesJoinsOfASequenceWithItselfOrItsOwnFamily) {
   int nfam = 0;
   EXPECT_DEATH(FamFind(nfam, 2, 2, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
                "tree_kv.*FamFind.*" + literal("First != Other"));
-}
-
-TEST_F(JoinDeathTest, FamFindRefusesTwoSinglesOutOfOrder) {
-  int nfam = 0;
   EXPECT_DEATH(FamFind(nfam, 3, 2, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
                literal("First < Other"));
-}
-
-TEST_F(JoinDeathTest, FamFindRefusesTwoMembersOfOneFamily) {
   setRow(0, {1, 2, 3});
-  int nfam = 1;
+  nfam = 1;
   EXPECT_DEATH(FamFind(nfam, 1, 3, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
                literal("( singleFirst || singleOther ) || ( familyFirst != familyOther )"));
 }
 
-TEST_F(JoinDeathTest, AddToFamilyRefusesAnEmptyRow) {
+TEST_F(JoinDeathTest, AddToFamilyRefusesAnEmptyRowOrOneWithoutTerminator) {
   EXPECT_DEATH(AddToFamily(1, 2, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
                "tree_kv.*AddToFamily.*" + literal("0 < vacant"));
-}
-
-TEST_F(JoinDeathTest, AddToFamilyRefusesARowWithoutTerminator) {
   setRow(0, {1, 2, 3, 4, 5, 9});
   EXPECT_DEATH(AddToFamily(1, 0, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
                literal("0 == family[ familyOther ][vacant]"));

@@ -49,6 +49,14 @@ struct TreeInput {
     return log.str();
   }
 
+  // The same with the engine chosen here instead of by the environment.
+  std::string run(const zemtra::EngineOptions& engine, JoinHistory& history) {
+    std::ostringstream log;
+    log << std::fixed << std::right << std::setprecision(1);
+    tree_kv(log, 0, 10, &alen, names, fscore, family, cmp, seqs, len.data(), path, 0, &history, engine);
+    return log.str();
+  }
+
   std::string row(unsigned long r) const { return std::string(seqs[r] + 1, len[r]); }
 
   std::vector<unsigned long> familyRow(unsigned long r) const {
@@ -73,6 +81,17 @@ struct TreeInput {
   KARVO::Matrix<int> cmp;
   KARVO::Matrix<long> path;
   int alen = -1;
+};
+
+// Six sequences whose distances make a sub-cluster besides the whole family.
+struct SixSequences : TreeInput {
+  static inline const std::vector<std::string> kRows = {"MKVLAGW", "MKVLSGW", "MKVIAG", "MRVLSGY", "KVLAGW", "MKWLAG"};
+  SixSequences() : TreeInput(kRows) {
+    const float d[6][6] = {{0, 9, 4, 12, 7, 5},  {9, 0, 8, 2, 6, 9},  {4, 8, 0, 3, 10, 12},
+                           {12, 2, 3, 0, 9, 13}, {7, 6, 10, 9, 0, 8}, {5, 9, 12, 13, 8, 0}};
+    for (unsigned long a = 0; a < 6; ++a)
+      for (unsigned long b = 0; b < 6; ++b) fscore[a][b] = d[a][b];
+  }
 };
 
 // A regular expression that matches the text literally.

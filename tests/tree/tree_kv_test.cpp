@@ -114,17 +114,10 @@ TEST_F(FourSequences, RefreshLeavesPairsAbove999Alone) {
   EXPECT_EQ(t.pro[2][3], 1.875f);
 }
 
-TEST(ClosestPair, EqualDistancesPickOneTwo) {
-  KARVO::Matrix<float> pro(5);
-  for (unsigned long i = 1; i <= 4; ++i) std::fill(pro[i], pro[i] + 5, 3.0f);
-  const ClosestPair p = findClosestPair(4, pro);
-  EXPECT_EQ(p.first, 1UL);
-  EXPECT_EQ(p.other, 2UL);
-}
-
 TEST(ClosestPair, TiesGoToTheEarliestPairInRowMajorOrder) {
   KARVO::Matrix<float> pro(5);
-  for (unsigned long i = 1; i <= 4; ++i) std::fill(pro[i], pro[i] + 5, 5.0f);
+  for (unsigned long i = 1; i <= 4; ++i) std::fill(pro[i], pro[i] + 5, 3.0f);
+  EXPECT_EQ(findClosestPair(4, pro).other, 2UL);
   pro[2][3] = pro[3][2] = 1.0f;
   pro[1][4] = pro[4][1] = 1.0f;
   const ClosestPair p = findClosestPair(4, pro);
@@ -257,12 +250,7 @@ TEST(TreeKv, SubClusterRowsWrapToo) {
 }
 
 TEST(TreeKv, FullRunLeavesOneAlignedClusterAndNestedSubClusters) {
-  const std::vector<std::string> input = {"MKVLAGW", "MKVLSGW", "MKVIAG", "MRVLSGY", "KVLAGW", "MKWLAG"};
-  TreeInput in(input);
-  const float d[6][6] = {{0, 4, 9, 12, 7, 5},   {4, 0, 8, 11, 6, 9}, {9, 8, 0, 3, 10, 12},
-                         {12, 11, 3, 0, 9, 13}, {7, 6, 10, 9, 0, 8}, {5, 9, 12, 13, 8, 0}};
-  for (unsigned long a = 0; a < 6; ++a)
-    for (unsigned long b = 0; b < 6; ++b) in.fscore[a][b] = d[a][b];
+  SixSequences in;
   JoinHistory history;
 
   in.run(0, &history);
@@ -280,7 +268,7 @@ TEST(TreeKv, FullRunLeavesOneAlignedClusterAndNestedSubClusters) {
   }
   for (unsigned long r = 0; r < 6; ++r) {
     EXPECT_EQ(in.len[r], static_cast<unsigned long>(in.alen));
-    EXPECT_EQ(ungapped(in.row(r)), input[r]);
+    EXPECT_EQ(ungapped(in.row(r)), SixSequences::kRows[r]);
   }
 }
 

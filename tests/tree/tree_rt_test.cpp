@@ -52,14 +52,18 @@ std::vector<float> checkSubtree(const TreeNode* node, const unsigned long* order
   return xs;
 }
 
-TEST(CreateTree2, NoJoinGivesTheLeafOfSequenceOne) {
+// The tree of a family that is one sequence, given by its number.
+TreeNode* singleLeaf(unsigned long sequence) {
   KARVO::Matrix<unsigned long> order(1, 2);
-  order[0][0] = 1;
+  order[0][0] = sequence;
   order[0][1] = 0;
   TreeNode* root = nullptr;
-
   CreateTree2(&root, nullptr, 0, order.rowTable());
+  return root;
+}
 
+TEST(CreateTree2, NoJoinGivesTheLeafOfSequenceOne) {
+  TreeNode* root = singleLeaf(1);
   ASSERT_NE(root, nullptr);
   EXPECT_EQ(root->id, 0);
   EXPECT_EQ(root->size, 1);
@@ -71,11 +75,7 @@ TEST(CreateTree2, NoJoinGivesTheLeafOfSequenceOne) {
 }
 
 TEST(CreateTree2, FullClusteringDrawsWithoutCrossings) {
-  TreeInput in({"MKVLAGW", "MKVLSGW", "MKVIAG", "MRVLSGY", "KVLAGW", "MKWLAG"});
-  const float d[6][6] = {{0, 9, 4, 12, 7, 5},  {9, 0, 8, 2, 6, 9},  {4, 8, 0, 3, 10, 12},
-                         {12, 2, 3, 0, 9, 13}, {7, 6, 10, 9, 0, 8}, {5, 9, 12, 13, 8, 0}};
-  for (unsigned long a = 0; a < 6; ++a)
-    for (unsigned long b = 0; b < 6; ++b) in.fscore[a][b] = d[a][b];
+  SixSequences in;
   JoinHistory history;
   in.run(0, &history);
   ASSERT_GE(history.families.size(), 2UL) << "the example is meant to have a sub-cluster";
@@ -111,21 +111,9 @@ TEST(CreateTree2, PrealignedBlockIsAChain) {
 
 TEST(FreeTree, NullIsIgnored) { freeTree(nullptr); }
 
-TEST(CreateTree2DeathTest, RefusesSequenceNumberZero) {
-  KARVO::Matrix<unsigned long> order(1, 2);
-  order[0][0] = 0;
-  order[0][1] = 0;
-  TreeNode* root = nullptr;
-  EXPECT_DEATH(CreateTree2(&root, nullptr, 0, order.rowTable()),
-               "tree_rt.*CreateTree2.*" + literal("0 < family[0][i]"));
-}
-
-TEST(CreateTree2DeathTest, RefusesSequenceNumbersBeyondTheLeaves) {
-  KARVO::Matrix<unsigned long> order(1, 2);
-  order[0][0] = 2;
-  order[0][1] = 0;
-  TreeNode* root = nullptr;
-  EXPECT_DEATH(CreateTree2(&root, nullptr, 0, order.rowTable()), literal("family[0][i] <= lastIndex"));
+TEST(CreateTree2DeathTest, RefusesSequenceNumbersOutsideTheLeaves) {
+  EXPECT_DEATH(singleLeaf(0), "tree_rt.*CreateTree2.*" + literal("0 < family[0][i]"));
+  EXPECT_DEATH(singleLeaf(2), literal("family[0][i] <= lastIndex"));
 }
 
 TEST(MemErrorDeathTest, ReportsWhereAndExitsWithOne) {
