@@ -6,6 +6,7 @@
 #include <string>
 
 #include "app/align_command.h"
+#include "app/align_options.h"
 #include "app/exit_status.h"
 #include "app/gui/gui_launch.h"
 #include "app/matrices_command.h"
@@ -51,10 +52,8 @@ int main(int argc, char** argv) {
   CLI::App* gui = app.add_subcommand("gui", "Opens the desktop window.");
   gui->add_option("file", guiFile, "Alignment to open");
   gui->add_option("--select", guiSelect, "Columns FIRST:LAST to select (1-based, inclusive)")
-      ->check([](const std::string& text) {
-        return karvo_gui::parseColumnSpan(text) ? std::string()
-                                                : std::string("expected FIRST:LAST with 1 <= FIRST <= LAST");
-      });
+      ->check(
+          [](const std::string& text) { return parseColumnRange(text) ? std::string() : columnRangeProblem(text); });
   gui->add_option("--screenshot", guiScreenshot, "Write a PNG picture of the window and exit");
   gui->add_flag("--run", guiOptions.run, "Run the plug-in on the selection first, with the dialog's defaults");
   gui->add_option("--plugin-dir", guiOptions.pluginDir, "Look for plug-ins only in this folder");
@@ -76,7 +75,7 @@ int main(int argc, char** argv) {
   if (matrices->parsed()) return runMatrices(matricesOptions);
   if (gui->parsed()) {
     if (!guiFile.empty()) guiOptions.file = guiFile;
-    if (!guiSelect.empty()) guiOptions.select = karvo_gui::parseColumnSpan(guiSelect);
+    if (!guiSelect.empty()) guiOptions.select = parseColumnRange(guiSelect);
     if (!guiScreenshot.empty()) guiOptions.screenshot = guiScreenshot;
     return karvo_gui::launchGui(guiOptions);
   }

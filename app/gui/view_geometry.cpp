@@ -32,26 +32,6 @@ unsigned long columnAtPixel(long pixel, unsigned long offset, long cellPixels, u
 
 bool rulerNumberAt(unsigned long column) { return (column + 1) % 10 == 0; }
 
-namespace {
-
-std::optional<unsigned long> parsePositive(std::string_view text) {
-  unsigned long value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size() || value == 0) return std::nullopt;
-  return value;
-}
-
-}  // namespace
-
-std::optional<ColumnSpan> parseColumnSpan(std::string_view text) {
-  const std::size_t colon = text.find(':');
-  if (colon == std::string_view::npos) return std::nullopt;
-  const auto first = parsePositive(text.substr(0, colon));
-  const auto last = parsePositive(text.substr(colon + 1));
-  if (!first || !last || *first > *last) return std::nullopt;
-  return ColumnSpan{*first, *last};
-}
-
 std::optional<KARVO::ColumnRange> spanToRange(const ColumnSpan& span, unsigned long columnCount) {
   if (span.first == 0 || span.first > span.last || span.last > columnCount) return std::nullopt;
   return KARVO::ColumnRange{span.first - 1, span.last};

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "app/align_options.h"
 #include "host/alignment.h"
 
 namespace karvo_gui {
@@ -46,14 +47,9 @@ unsigned long columnAtPixel(long pixel, unsigned long offset, long cellPixels, u
 // Columns are numbered from 1 on the ruler; every tenth gets its number.
 bool rulerNumberAt(unsigned long column);
 
-// A 1-based inclusive column range as given on the command line, FIRST:LAST.
-struct ColumnSpan {
-  unsigned long first = 0;
-  unsigned long last = 0;
-};
-
-// "12:140" -> {12, 140}; nullopt unless both are positive and first <= last.
-std::optional<ColumnSpan> parseColumnSpan(std::string_view text);
+// A 1-based inclusive column range as given on the command line, FIRST:LAST
+// (read by karvo_app::parseColumnRange).
+using karvo_app::ColumnSpan;
 
 // The half-open 0-based range of a span; nullopt when it reaches beyond
 // columnCount.

@@ -34,20 +34,6 @@ TEST(Ruler, NumbersEveryTenthColumnCountingFromOne) {
   EXPECT_TRUE(rulerNumberAt(99));
 }
 
-TEST(ColumnSpanOption, ReadsFirstAndLast) {
-  const auto span = parseColumnSpan("12:140");
-  ASSERT_TRUE(span);
-  EXPECT_EQ(span->first, 12u);
-  EXPECT_EQ(span->last, 140u);
-  EXPECT_TRUE(parseColumnSpan("5:5"));
-}
-
-TEST(ColumnSpanOption, RejectsMalformedSpans) {
-  for (const char* text : {"140:12", "0:5", "5", "5:", ":5", "a:b", "3:7x", "-1:4", " 3:4", ""}) {
-    EXPECT_FALSE(parseColumnSpan(text)) << text;
-  }
-}
-
 TEST(SelectionText, NamesTheColumnsOneBasedWithAnEnDash) {
   EXPECT_EQ(selectionText({11, 140}),
             "columns 12\xE2\x80\x93"
