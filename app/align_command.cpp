@@ -10,7 +10,6 @@
 #include <optional>
 
 #include "app/align_options.h"
-#include "app/atomic_file.h"
 #include "app/engine_exit.h"
 #include "app/exit_status.h"
 #include "app/log_placement.h"
@@ -21,6 +20,7 @@
 #include "host/alignment.h"
 #include "host/alignment_io.h"
 #include "host/config.h"
+#include "host/file_io.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/scomat.h"
 
@@ -216,7 +216,7 @@ void writeTrees(const AlignOptions& options, const KARVO::Alignment& alignment, 
   const auto write = [&](const std::string& path, std::string (*render)(const NamedTree&)) {
     if (path.empty()) return;
     try {
-      writeFileAtomically(path, render(tree));
+      KARVO::writeFileAtomically(path, render(tree));
     } catch (const std::invalid_argument& error) {
       throw Failure(kExitOutputFailed, "cannot write " + path + ": " + error.what());
     } catch (const std::exception& error) {

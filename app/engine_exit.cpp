@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "host/file_io.h"
+
 namespace karvo_app {
 namespace {
 
@@ -15,13 +17,7 @@ std::string lastText;
 void reportExit(int status, void*) {
   if (!watching) return;
   const std::string line = "karvo: " + engineExitMessage(status, lastText) + "\n";
-  std::size_t done = 0;
-  while (done < line.size()) {
-    const ssize_t n = ::write(STDERR_FILENO, line.data() + done, line.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) break;
-    done += static_cast<std::size_t>(n);
-  }
+  KARVO::writeAll(STDERR_FILENO, line);
 }
 
 }  // namespace

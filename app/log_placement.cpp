@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
-#include "app/atomic_file.h"
 #include "host/config.h"
+#include "host/file_io.h"
 
 namespace karvo_app {
 namespace fs = std::filesystem;
@@ -22,18 +22,14 @@ namespace {
 constexpr const char* kTmpDirVariable = "KARVO_TMPDIR";
 constexpr const char* kHostLogName = "karvo.log";
 
-bool writeAll(int fd, std::string_view bytes) {
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t written = ::write(fd, bytes.data() + done, bytes.size() - done);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    done += static_cast<std::size_t>(written);
-  }
-  return true;
-}
-
 }  // namespace
+
+std::string folderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  if (slash == 0) return "/";
+  return path.substr(0, slash);
+}
 
 LogPlacement::LogPlacement(const LogTarget& target) : target_(target) {
   if (target_.kind != LogKind::Path) return;
@@ -101,7 +97,7 @@ void LogPlacement::carryHostLog() {
     for (;;) {
       const ssize_t got = ::read(in, buffer.data(), buffer.size());
       if (got < 0 && errno == EINTR) continue;
-      if (got <= 0 || !writeAll(out, std::string_view(buffer.data(), static_cast<std::size_t>(got)))) break;
+      if (got <= 0 || !KARVO::writeAll(out, std::string_view(buffer.data(), static_cast<std::size_t>(got)))) break;
     }
     ::close(out);
   }

@@ -71,19 +71,6 @@ RunCase decode(const std::uint8_t* data, std::size_t size) {
   return run;
 }
 
-class FixedParameters : public ParameterSource {
- public:
-  explicit FixedParameters(const RunCase& run) : run_(run) {}
-  bool ask(unsigned int) override { return true; }
-  int fixedSubAli() const override { return run_.prealigned; }
-  int matNo() const override { return run_.matNo; }
-  int gapPenalty() const override { return run_.gap; }
-  std::string logName() const override { return "fuzz.log"; }
-
- private:
-  const RunCase& run_;
-};
-
 std::vector<std::string> rowsOf(const Alignment& alignment) {
   std::vector<std::string> rows;
   for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) rows.push_back(alignment.rowText(r));
@@ -152,11 +139,10 @@ void runOnce(const RunCase& run) {
   alignment->selection = run.range;
   const std::vector<std::string> before = rowsOf(*alignment);
 
-  FixedParameters parameters(run);
   HeadlessRunInteraction interaction;
   interaction.answerOverwrite = [](const std::string&) { return true; };
   ZemtraRunReport report;
-  exchangeAlignment(*alignment, parameters, interaction, &report);
+  ExecuteWithParameters(*alignment, {run.matNo, run.gap, run.prealigned, "fuzz.log"}, interaction, &report);
   checkResult(run, before, *alignment, report);
 }
 

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "host/config.h"
+#include "host/file_io.h"
 
 namespace Logger {
 
@@ -21,18 +22,6 @@ bool verbose() {
   if (verboseSet.load()) return true;
   const char* env = std::getenv("KARVO_VERBOSE");
   return env != nullptr && std::strcmp(env, "1") == 0;
-}
-
-// Best effort: a short or failed write is dropped, the logger never stops
-// the caller.
-void writeAll(int fd, std::string_view bytes) {
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t written = ::write(fd, bytes.data() + done, bytes.size() - done);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return;
-    done += static_cast<std::size_t>(written);
-  }
 }
 
 }  // namespace
@@ -49,8 +38,10 @@ Entry::~Entry() {
 
 void Entry::append(std::string_view piece) {
   if (piece.empty()) return;
-  if (fd_ >= 0) writeAll(fd_, piece);
-  if (verbose_) writeAll(STDERR_FILENO, piece);
+  // Best effort: a short or failed write is dropped, the logger never stops
+  // the caller.
+  if (fd_ >= 0) KARVO::writeAll(fd_, piece);
+  if (verbose_) KARVO::writeAll(STDERR_FILENO, piece);
   last_ = piece.back();
   empty_ = false;
 }

@@ -14,6 +14,8 @@
 #include <sstream>
 #include <vector>
 
+#include "host/file_io.h"
+
 namespace {
 
 std::vector<std::string> components(const std::string& path) {
@@ -33,17 +35,6 @@ bool foldersAreReal(const std::string& dir, const std::vector<std::string>& part
     path += "/" + parts[i];
     struct stat info;
     if (lstat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) return false;
-  }
-  return true;
-}
-
-bool writeAll(int fd, std::string_view text) {
-  std::size_t done = 0;
-  while (done < text.size()) {
-    const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    done += static_cast<std::size_t>(n);
   }
   return true;
 }
@@ -182,7 +173,7 @@ class RunLogFile::Buffer : public std::streambuf {
     const std::size_t size = static_cast<std::size_t>(pptr() - pbase());
     if (size == 0) return;
     const std::string_view pending(pbase(), size);
-    if (fd_ >= 0 && !writeAll(fd_, pending)) moveToMemory();
+    if (fd_ >= 0 && !KARVO::writeAll(fd_, pending)) moveToMemory();
     if (fd_ >= 0) {
       written_ += static_cast<off_t>(size);
     } else {

@@ -29,34 +29,43 @@ void writeSimilarity(std::ostream& log, int score, float nas) {
       << nas << '\n';
 }
 
-// One pair after the other on the calling thread, with the reference's
-// routines or, when fastPairs is set, with pair_kv's drop-in replacement.
-bool pairsInTurn(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress, bool fastPairs) {
-  const unsigned long ns = input.seqs.rows();
-  zemtra::DpWorkspace workspace;
+// Visits the pairs in the reference's order: the cancel check at each row
+// start, and before every pair the progress step and the pending events.
+// False when the run was cancelled.
+template <class VisitPair>
+bool pairsInOrder(unsigned long ns, RunProgress& progress, const VisitPair& visit) {
   for (unsigned long j = 0; j + 1 < ns; ++j) {
     if (progress.interaction.progressCanceled()) return false;
     for (unsigned long k = j + 1; k < ns; ++k) {
       progress.interaction.progressSet(progress.step);
       ++progress.step;
       progress.interaction.processEvents();
-
-      bool first = true;
-      unsigned long lenJ = 0;
-      unsigned long lenK = 0;
-      comp_kv(j, k, input.matNo, &lenJ, &lenK, storage.cmp, input.seqs, input.len, first);
-      if (fastPairs)
-        zemtra::pairFast(lenJ, lenK, input.gap, &storage.alen, 1, storage.cmp, storage.path, workspace);
-      else
-        pair_kv(lenJ, lenK, input.gap, &storage.alen, 1, storage.cmp, storage.path);
-      const int score = score_kv(j, k, storage.alen, input.matNo, input.gap, 1, input.seqs, storage.path);
-      const float nas = norm_kv(j, k, storage.alen, score, input.matNo, 1, input.seqs, storage.path);
-      storage.fscore[j][k] = storage.fscore[k][j] = nas;
-      if (ns == 2) writeSimilarity(log, score, nas);
-      storage.pid[j][k] = storage.pid[k][j] = pids_kv(j, k, storage.alen, input.seqs, input.nres, storage.path);
+      visit(j, k);
     }
   }
   return true;
+}
+
+// One pair after the other on the calling thread, with the reference's
+// routines or, when fastPairs is set, with pair_kv's drop-in replacement.
+bool pairsInTurn(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress, bool fastPairs) {
+  const unsigned long ns = input.seqs.rows();
+  zemtra::DpWorkspace workspace;
+  return pairsInOrder(ns, progress, [&](unsigned long j, unsigned long k) {
+    bool first = true;
+    unsigned long lenJ = 0;
+    unsigned long lenK = 0;
+    comp_kv(j, k, input.matNo, &lenJ, &lenK, storage.cmp, input.seqs, input.len, first);
+    if (fastPairs)
+      zemtra::pairFast(lenJ, lenK, input.gap, &storage.alen, 1, storage.cmp, storage.path, workspace);
+    else
+      pair_kv(lenJ, lenK, input.gap, &storage.alen, 1, storage.cmp, storage.path);
+    const int score = score_kv(j, k, storage.alen, input.matNo, input.gap, 1, input.seqs, storage.path);
+    const float nas = norm_kv(j, k, storage.alen, score, input.matNo, 1, input.seqs, storage.path);
+    storage.fscore[j][k] = storage.fscore[k][j] = nas;
+    if (ns == 2) writeSimilarity(log, score, nas);
+    storage.pid[j][k] = storage.pid[k][j] = pids_kv(j, k, storage.alen, input.seqs, input.nres, storage.path);
+  });
 }
 
 // What the phase keeps of one pair.
@@ -242,24 +251,16 @@ bool pathsAlwaysFit(const RunInput& input) {
 bool pairsAhead(const RunInput& input, RunStorage& storage, RunProgress& progress, unsigned threads) {
   const unsigned long ns = input.seqs.rows();
   PairsAhead pairs(input, threads);
-  for (unsigned long j = 0; j + 1 < ns; ++j) {
-    if (progress.interaction.progressCanceled()) return false;
-    for (unsigned long k = j + 1; k < ns; ++k) {
-      progress.interaction.progressSet(progress.step);
-      ++progress.step;
-      progress.interaction.processEvents();
-
-      const PairResult& r = pairs.waitFor(j, k);
-      if (r.pairless != nullptr) {
-        pairs.stop();
-        zemtra::fatalExit(r.pairless, 1);
-      }
-      storage.alen = r.alen;
-      storage.fscore[j][k] = storage.fscore[k][j] = r.nas;
-      storage.pid[j][k] = storage.pid[k][j] = r.pid;
+  return pairsInOrder(ns, progress, [&](unsigned long j, unsigned long k) {
+    const PairResult& r = pairs.waitFor(j, k);
+    if (r.pairless != nullptr) {
+      pairs.stop();
+      zemtra::fatalExit(r.pairless, 1);
     }
-  }
-  return true;
+    storage.alen = r.alen;
+    storage.fscore[j][k] = storage.fscore[k][j] = r.nas;
+    storage.pid[j][k] = storage.pid[k][j] = r.pid;
+  });
 }
 
 }  // namespace

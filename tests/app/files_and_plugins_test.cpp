@@ -6,8 +6,9 @@
 #include <fstream>
 #include <iterator>
 
-#include "app/atomic_file.h"
+#include "app/log_placement.h"
 #include "app/plugin_loader.h"
+#include "host/file_io.h"
 #include "scratch_dir.h"
 
 using namespace karvo_app;
@@ -20,7 +21,7 @@ long entriesIn(const std::string& dir) { return std::distance(std::filesystem::d
 
 TEST(AtomicFile, WritesTheWholeText) {
   ScratchDir dir;
-  writeFileAtomically(dir / "tree.nwk", "(a:1,b:1);\n");
+  KARVO::writeFileAtomically(dir / "tree.nwk", "(a:1,b:1);\n");
   EXPECT_EQ(readFile(dir / "tree.nwk"), "(a:1,b:1);\n");
   EXPECT_EQ(entriesIn(dir.path()), 1);
 }
@@ -29,7 +30,7 @@ TEST(AtomicFile, ReplacesAnExistingFileKeepingItsPermissions) {
   ScratchDir dir;
   const std::string path = dir.write("tree.nwk", "old contents that are longer");
   ::chmod(path.c_str(), 0640);
-  writeFileAtomically(path, "new");
+  KARVO::writeFileAtomically(path, "new");
   EXPECT_EQ(readFile(path), "new");
   struct stat info {};
   ASSERT_EQ(::stat(path.c_str(), &info), 0);
@@ -40,7 +41,7 @@ TEST(AtomicFile, FailureNamesThePathAndLeavesNothing) {
   ScratchDir dir;
   const std::string path = dir / "missing/tree.nwk";
   try {
-    writeFileAtomically(path, "x");
+    KARVO::writeFileAtomically(path, "x");
     FAIL() << "no error";
   } catch (const std::runtime_error& error) {
     EXPECT_NE(std::string(error.what()).find(path), std::string::npos);
