@@ -22,7 +22,7 @@
 #include "host/config.h"
 #include "host/file_io.h"
 #include "plugin/zemtra_plugin.h"
-#include "scoring/scomat.h"
+#include "scoring/matrix_names.h"
 
 namespace karvo_app {
 namespace {
@@ -68,11 +68,8 @@ void filterDebugOutput(const char* text) {
 
 Settings checkOptions(const AlignOptions& options) {
   Settings settings;
-  const auto matNo = lookupMatrix(options.matrix);
-  if (!matNo) {
-    throw Failure(kExitUsage, "unknown matrix '" + options.matrix + "' (valid: " + matrixNameList() +
-                                  ", or a number from 0 to " + std::to_string(ScoMat::kMatrixCount - 1) + ")");
-  }
+  const auto matNo = ScoMat::findMatrix(options.matrix);
+  if (!matNo) throw Failure(kExitUsage, ScoMat::unknownMatrixMessage(options.matrix));
   settings.matNo = *matNo;
   if (options.gap < 0 || options.gap > 100) {
     throw Failure(kExitUsage, "--gap must be from 0 to 100, not " + std::to_string(options.gap));

@@ -1,9 +1,6 @@
 #include "app/align_options.h"
 
-#include <cctype>
 #include <charconv>
-
-#include "scoring/scomat.h"
 
 namespace karvo_app {
 namespace {
@@ -15,19 +12,6 @@ std::optional<unsigned long> parseWhole(std::string_view text) {
   const auto [stop, error] = std::from_chars(text.data(), end, value);
   if (text.empty() || error != std::errc() || stop != end) return std::nullopt;
   return value;
-}
-
-char foldForMatrixName(char c) {
-  if (c == '_') return ' ';
-  return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-}
-
-bool sameMatrixName(std::string_view given, std::string_view name) {
-  if (given.size() != name.size()) return false;
-  for (std::size_t i = 0; i < given.size(); ++i) {
-    if (foldForMatrixName(given[i]) != name[i]) return false;
-  }
-  return true;
 }
 
 }  // namespace
@@ -50,26 +34,6 @@ std::string columnRangeProblem(std::string_view text) {
   if (*first == 0) return "invalid range " + quoted + ": columns are numbered from 1";
   if (*first > *last) return "empty range " + quoted + ": LAST comes before FIRST";
   return "invalid range " + quoted;
-}
-
-std::optional<int> lookupMatrix(std::string_view nameOrNumber) {
-  if (const auto number = parseWhole(nameOrNumber)) {
-    if (*number < static_cast<unsigned long>(ScoMat::kMatrixCount)) return static_cast<int>(*number);
-    return std::nullopt;
-  }
-  for (int k = 0; k < ScoMat::kMatrixCount; ++k) {
-    if (sameMatrixName(nameOrNumber, ScoMat::m_names[k])) return k;
-  }
-  return std::nullopt;
-}
-
-std::string matrixNameList() {
-  std::string list;
-  for (int k = 0; k < ScoMat::kMatrixCount; ++k) {
-    if (k > 0) list += ", ";
-    list += ScoMat::m_names[k];
-  }
-  return list;
 }
 
 std::optional<LogTarget> logTargetFor(const std::string& argument) {

@@ -19,13 +19,6 @@ std::optional<ColumnSpan> parseColumnRange(std::string_view text);
 // Why parseColumnRange refuses text, as a one-line message.
 std::string columnRangeProblem(std::string_view text);
 
-// A matrix name (any case; '_' may stand for a blank) or a matrix number
-// 0 to 14; nullopt when neither matches.
-std::optional<int> lookupMatrix(std::string_view nameOrNumber);
-
-// "STRMAT110, DAYHOFF, ..., TEST MATRIX", for error messages.
-std::string matrixNameList();
-
 // Where the run log goes. A plain name stays in the personal temporary
 // directory as the plug-in has it; anything with a '/' is a path of its own.
 enum class LogKind { InPersonalDir, Path };

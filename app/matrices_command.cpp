@@ -6,6 +6,7 @@
 
 #include "app/align_options.h"
 #include "app/exit_status.h"
+#include "scoring/matrix_names.h"
 #include "scoring/scomat.h"
 
 namespace karvo_app {
@@ -56,10 +57,9 @@ int runMatrices(const MatricesOptions& options) {
     std::cout << matrixListText();
     return kExitOk;
   }
-  const auto matNo = lookupMatrix(options.matrix);
+  const auto matNo = ScoMat::findMatrix(options.matrix);
   if (!matNo) {
-    std::cerr << "karvo: unknown matrix '" << options.matrix << "' (valid: " << matrixNameList()
-              << ", or a number from 0 to " << ScoMat::kMatrixCount - 1 << ")\n";
+    std::cerr << "karvo: " << ScoMat::unknownMatrixMessage(options.matrix) << '\n';
     return kExitUsage;
   }
   std::cout << matrixTableText(*matNo);

@@ -5,6 +5,7 @@
 
 #include "app/align_options.h"
 #include "app/terminal_interaction.h"
+#include "scoring/matrix_names.h"
 
 using namespace karvo_app;
 
@@ -35,7 +36,7 @@ TEST(MatrixLookup, TakesWholeNamesInAnyCaseOrTheNumbersZeroToFourteen) {
                                                               {"DAY", std::nullopt},
                                                               {"BLOSUM62", std::nullopt},
                                                               {"", std::nullopt}};
-  for (const auto& [text, number] : cases) EXPECT_EQ(lookupMatrix(text), number) << text;
+  for (const auto& [text, number] : cases) EXPECT_EQ(ScoMat::findMatrix(text), number) << text;
 }
 
 TEST(LogTarget, AnythingWithASlashIsAPath) {
