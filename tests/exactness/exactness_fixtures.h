@@ -8,7 +8,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <random>
@@ -16,7 +15,12 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/scratch_dir.h"
+
 namespace exact {
+
+using ScratchDir = ztest::ScratchDir;
+using ztest::readFile;
 
 inline int uniform(std::mt19937& rng, int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); }
 
@@ -47,13 +51,6 @@ struct ChildResult {
   std::string errors;
 };
 
-inline std::string slurp(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
-
 // Runs body in a forked child with its own scratch directory (passed to
 // body) and standard error captured.
 inline ChildResult inChild(const std::string& scratch, const std::function<std::string(const std::string&)>& body) {
@@ -72,39 +69,9 @@ inline ChildResult inChild(const std::string& scratch, const std::function<std::
   int raw = 0;
   if (pid < 0 || waitpid(pid, &raw, 0) != pid) return r;
   r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
-  r.text = slurp(textFile);
-  r.errors = slurp(errorFile);
+  r.text = readFile(textFile);
+  r.errors = readFile(errorFile);
   return r;
 }
-
-// A fresh scratch directory; removed with everything in it when the object
-// goes.
-class ScratchDir {
- public:
-  // In memory when the system has a memory file system: runs write and
-  // flush a log each, and nothing here needs to reach a disk.
-  ScratchDir() {
-    std::string pattern = std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : "/tmp";
-    pattern += "/zemtra_exact_XXXXXX";
-    path_ = mkdtemp(pattern.data()) ? pattern : "";
-  }
-  ~ScratchDir() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-  }
-  ScratchDir(const ScratchDir&) = delete;
-  ScratchDir& operator=(const ScratchDir&) = delete;
-
-  // A new empty subdirectory.
-  std::string fresh() {
-    const std::string dir = path_ + "/" + std::to_string(next_++);
-    std::filesystem::create_directories(dir);
-    return dir;
-  }
-
- private:
-  std::string path_;
-  int next_ = 0;
-};
 
 }  // namespace exact

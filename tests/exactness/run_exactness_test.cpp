@@ -102,7 +102,7 @@ std::string runAndDescribe(const RunCase& c, const zemtra::EngineOptions& engine
     for (unsigned long m : f) out << ' ' << m;
     out << ']';
   }
-  out << "\nlog\n" << exact::slurp(scratch + "/zemtra.log");
+  out << "\nlog\n" << exact::readFile(scratch + "/zemtra.log");
   return out.str();
 }
 

@@ -3,14 +3,13 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <initializer_list>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "core/matrix.h"
+#include "tests/support/scratch_dir.h"
 
 namespace run_test {
 
@@ -45,44 +44,21 @@ struct RunInputs {
   std::vector<unsigned long> nres;
 };
 
-inline std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return "<missing>";
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+using ztest::readFile;
 
 inline void writeFile(const std::string& path, const std::string& text) {
   std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
 }
 
-// Points the host's personal temporary directory at a fresh directory for
+// A scratch directory that is the host's personal temporary directory for
 // as long as it lives.
-class PersonalTmpDir {
+class PersonalTmpDir : public ztest::ScratchDir {
  public:
-  PersonalTmpDir() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "zemtra-run-XXXXXX").string();
-    path_ = ::mkdtemp(pattern.data());
-    use(path_);
-  }
-  ~PersonalTmpDir() {
-    ::unsetenv("KARVO_TMPDIR");
-    std::error_code ignored;
-    std::filesystem::permissions(path_, std::filesystem::perms::owner_all, ignored);
-    std::filesystem::remove_all(path_, ignored);
-  }
-  PersonalTmpDir(const PersonalTmpDir&) = delete;
-  PersonalTmpDir& operator=(const PersonalTmpDir&) = delete;
+  PersonalTmpDir() { use(path()); }
+  ~PersonalTmpDir() { ::unsetenv("KARVO_TMPDIR"); }
 
   static void use(const std::string& path) { ::setenv("KARVO_TMPDIR", path.c_str(), 1); }
-  const std::string& path() const { return path_; }
-  std::string file(const std::string& name) const { return path_ + "/" + name; }
-  bool exists(const std::string& name) const { return std::filesystem::exists(file(name)); }
   std::string loggerText() const { return readFile(file("karvo.log")); }
-
- private:
-  std::string path_;
 };
 
 }  // namespace run_test
