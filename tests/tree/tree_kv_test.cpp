@@ -3,37 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tests/support/golden.h"
 #include "tree/cluster_steps.h"
 #include "tree_fixture.h"
 
 namespace {
 
-using Joins = std::vector<std::pair<unsigned long, unsigned long>>;
 using Row = std::vector<unsigned long>;
-
-const std::string kStars(74, '*');
-const std::string kBanner =
-    "\n\n\n" + kStars + "\n****** Starting multiple alignment following tree construction ... *******\n" + kStars;
-const std::string kRule(75, '_');
-
-bool endsWith(const std::string& text, const std::string& tail) {
-  return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
-}
-
-int count(const std::string& text, const std::string& part) {
-  int n = 0;
-  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
-  return n;
-}
-
-std::string ungapped(std::string row) {
-  row.erase(std::remove(row.begin(), row.end(), '-'), row.end());
-  return row;
-}
 
 // Distances as a small pro table: index 0 unused, joined pairs marked.
 struct ProTable {
@@ -125,150 +106,83 @@ TEST(ClosestPair, TiesGoToTheEarliestPairInRowMajorOrder) {
   EXPECT_EQ(p.other, 4UL);
 }
 
-TEST(TreeKv, WritesTheBranchingOrderOfTheJoins) {
-  TreeInput in({"MKVLAG", "MKVLSG", "MKVIAG", "MRVLSG"});
-  in.setDistance(2, 4, 1.0f);
-  in.setDistance(1, 3, 2.0f);
+// Everything a tree phase leaves behind, as text: the log, the family
+// table, the join history and the re-aligned rows.
+std::string describe(const std::string& title, TreeInput& in, unsigned fixed) {
   JoinHistory history;
-
-  const std::string log = in.run(0, &history);
-
-  EXPECT_TRUE(endsWith(log, "\n\n\nBranching order: [N2 N4] N1] N3] \nSub    Clusters: [N1 N3] \n")) << log;
-  EXPECT_EQ(in.familyRow(0), (Row{2, 4, 1, 3}));
-  EXPECT_EQ(in.familyRow(1), (Row{1, 3}));
-  EXPECT_EQ(in.familyRow(2), Row{});
-  EXPECT_EQ(history.joins, (Joins{{1, 3}, {0, 2}, {1, 0}}));
-  EXPECT_EQ(history.families, (std::vector<Row>{{2, 4, 1, 3}, {1, 3}}));
-}
-
-TEST(TreeKv, StartsWithTheBannerAndThePairJoin) {
-  TreeInput in({"MKVLAG", "MKVLSG", "MKVIAG"});
-  in.setDistance(2, 3, 1.0f);
-
-  const std::string log = in.run(0);
-
-  EXPECT_EQ(log.rfind(kBanner + "\n" + kRule + "\n\nCluster: [N2 N3]\n\n\nSimilarity score: ", 0), 0UL) << log;
-  EXPECT_EQ(count(log, kRule), 2) << "ns = 3: one join before the loop and one in it";
-}
-
-TEST(TreeKv, AverageLinkageChoosesTheNextJoin) {
-  // Family {1, 2} lies at 6.0 from 3 and 5.5 from 4, and 3-4 at 5.75: single
-  // linkage would add 3, complete linkage would pair 3 with 4.
-  TreeInput in({"MKVL", "MKVI", "MRVL", "MKAL"});
-  in.setDistance(1, 2, 1.0f);
-  in.setDistance(1, 3, 2.0f);
-  in.setDistance(2, 3, 10.0f);
-  in.setDistance(1, 4, 4.0f);
-  in.setDistance(2, 4, 7.0f);
-  in.setDistance(3, 4, 5.75f);
-  JoinHistory history;
-
-  in.run(0, &history);
-
-  EXPECT_EQ(history.joins, (Joins{{0, 1}, {0, 3}, {0, 2}}));
-  EXPECT_EQ(in.familyRow(0), (Row{1, 2, 4, 3}));
-}
-
-struct FiveSequences {
-  FiveSequences() : in({"MKVLAGW", "MKVLSGW", "MKVIAG", "MRVLSGY", "KVLAGW"}) {
-    in.setDistance(1, 2, 3.0f);
-    in.setDistance(3, 5, 1.5f);
-    in.setDistance(2, 3, 12.0f);
-    in.setDistance(4, 5, 9.0f);
+  std::ostringstream out;
+  out << "=== " << title << ", fixed " << fixed << "\nlog:" << in.run(fixed, &history) << "\nfamilies:";
+  for (unsigned long r = 0; r < in.ns; ++r) {
+    out << "\n ";
+    for (unsigned long m : in.familyRow(r)) out << ' ' << m;
+    if (in.familyRow(r).empty()) out << " -";
   }
-  TreeInput in;
+  out << "\njoins:";
+  for (const auto& [a, b] : history.joins) out << ' ' << a << '-' << b;
+  out << "\nsub-clusters:";
+  for (const Row& f : history.families) {
+    out << " [";
+    for (unsigned long m : f) out << ' ' << m;
+    out << " ]";
+  }
+  out << "\nrows (" << in.alen << " columns):\n";
+  for (unsigned long r = 0; r < in.ns; ++r) out << "  " << in.row(r) << '\n';
+  return out.str();
+}
+
+struct FiveSequences : TreeInput {
+  FiveSequences() : TreeInput({"MKVLAGW", "MKVLSGW", "MKVIAG", "MRVLSGY", "KVLAGW"}) {
+    setDistance(1, 2, 3.0f);
+    setDistance(3, 5, 1.5f);
+    setDistance(2, 3, 12.0f);
+    setDistance(4, 5, 9.0f);
+  }
 };
 
-TEST(TreeKv, FixedZeroAndOneGiveTheSameRun) {
-  FiveSequences zero;
-  FiveSequences one;
-  const std::string logZero = zero.in.run(0);
-  const std::string logOne = one.in.run(1);
-
-  EXPECT_EQ(logZero, logOne);
-  EXPECT_EQ(logZero.rfind(kBanner, 0), 0UL);
-  EXPECT_EQ(zero.in.alen, one.in.alen);
-  for (unsigned long r = 0; r < 5; ++r) {
-    EXPECT_EQ(zero.in.row(r), one.in.row(r));
-    EXPECT_EQ(zero.in.familyRow(r), one.in.familyRow(r));
-  }
-}
-
-TEST(TreeKv, PrealignedBlockJoinsWithoutBannerOrBlock) {
-  FiveSequences f;
-  JoinHistory history;
-
-  const std::string log = f.in.run(3, &history);
-
-  EXPECT_EQ(log.find('*'), std::string::npos);
-  EXPECT_EQ(count(log, kRule), 2);
-  const Row row0 = f.in.familyRow(0);
-  ASSERT_EQ(row0.size(), 5UL);
-  EXPECT_EQ((Row{row0[0], row0[1], row0[2]}), (Row{1, 2, 3}));
-  ASSERT_EQ(history.joins.size(), 4UL);
-  EXPECT_EQ((Joins{history.joins[0], history.joins[1]}), (Joins{{0, 1}, {0, 2}}));
-}
-
-TEST(TreeKv, AllPrealignedKeepsTheBlockAsTheAlignment) {
-  TreeInput in({"MKV-LA", "MKVILA", "MRV-LA"});
-  JoinHistory history;
-
-  const std::string log = in.run(3, &history);
-
-  EXPECT_EQ(log, "\n\n\nBranching order: [N1 N2] N3] \n");
-  EXPECT_EQ(in.alen, 6);
-  EXPECT_EQ(in.row(0), "MKV-LA");
-  EXPECT_EQ(in.row(1), "MKVILA");
-  EXPECT_EQ(history.joins, (Joins{{0, 1}, {0, 2}}));
-  EXPECT_EQ(history.families, (std::vector<Row>{{1, 2, 3}}));
-}
-
-TEST(TreeKv, BranchingOrderWrapsAfterEveryFifthColumnFromSixSequencesOn) {
-  TreeInput six({"MK", "MK", "MK", "MK", "MK", "MK"});
-  EXPECT_EQ(six.run(6), "\n\n\nBranching order: [N1 N2] N3] N4] N5] N6] \n                  \n");
-
-  TreeInput five({"MK", "MK", "MK", "MK", "MK"});
-  EXPECT_EQ(five.run(5), "\n\n\nBranching order: [N1 N2] N3] N4] N5] \n");
-}
-
-TEST(TreeKv, SubClusterRowsWrapToo) {
-  // Two tight groups of six: 1..6 and 7..12.
-  TreeInput in(std::vector<std::string>(12, "YWY"));
-  for (unsigned long a = 1; a <= 12; ++a) {
+// Logs, families, join histories and rows of small tree phases, byte for
+// byte as tests/data/tree/tree_phases.txt.
+TEST(TreeKv, PhasesWriteTheGoldenLogsFamiliesJoinsAndRows) {
+  std::string text;
+  TreeInput three({"MKVLAG", "MKVLSG", "MKVIAG"});  // the banner, the pair join, one join in the loop
+  three.setDistance(2, 3, 1.0f);
+  text += describe("three sequences", three, 0);
+  TreeInput four({"MKVLAG", "MKVLSG", "MKVIAG", "MRVLSG"});  // a sub-cluster besides the whole
+  four.setDistance(2, 4, 1.0f);
+  four.setDistance(1, 3, 2.0f);
+  text += describe("four sequences", four, 0);
+  // Family {1, 2} lies at 6.0 from 3 and 5.5 from 4, and 3-4 at 5.75: single
+  // linkage would add 3, complete linkage would pair 3 with 4.
+  TreeInput linkage({"MKVL", "MKVI", "MRVL", "MKAL"});
+  const float d[] = {1.0f, 2.0f, 10.0f, 4.0f, 7.0f, 5.75f};
+  for (unsigned long b = 2, n = 0; b <= 4; ++b)
+    for (unsigned long a = 1; a < b; ++a) linkage.setDistance(a, b, d[n++]);
+  text += describe("average linkage", linkage, 0);
+  FiveSequences block;  // a prealigned block joins without banner or block
+  text += describe("five sequences", block, 3);
+  TreeInput all({"MKV-LA", "MKVILA", "MRV-LA"});  // all prealigned: the block is the alignment
+  text += describe("all prealigned", all, 3);
+  TreeInput six(std::vector<std::string>(6, "MK")), five(std::vector<std::string>(5, "MK"));
+  text += describe("branching order wraps from six on", six, 6) + describe("no wrap for five", five, 5);
+  TreeInput twelve(std::vector<std::string>(12, "YWY"));  // two tight groups of six: sub-cluster rows wrap too
+  for (unsigned long a = 1; a <= 12; ++a)
     for (unsigned long b = a + 1; b <= 12; ++b) {
-      if (b <= 6) in.setDistance(a, b, 1.0f);
-      if (a >= 7) in.setDistance(a, b, 2.0f);
+      if (b <= 6) twelve.setDistance(a, b, 1.0f);
+      if (a >= 7) twelve.setDistance(a, b, 2.0f);
     }
-  }
+  text += describe("twelve sequences", twelve, 0);
+  SixSequences full;
+  text += describe("six sequences", full, 0);
+  ztest::expectGolden("tree/tree_phases.txt", text);
+  FiveSequences noHistory;  // the history is optional, also with a block
+  EXPECT_NE(text.find("log:" + noHistory.run(3) + "\nfamilies"), std::string::npos);
 
-  const std::string log = in.run(0);
-
-  const std::string wrap = "\n                  ";
-  EXPECT_TRUE(endsWith(log, "\n\n\nBranching order: [N1 N2] N3] N4] N5] N6] " + wrap + "N7] N8] N9] N10] N11] " + wrap +
-                                "N12] \nSub    Clusters: [N7 N8] N9] N10] N11] N12] " + wrap + "\n"))
-      << log;
-}
-
-TEST(TreeKv, FullRunLeavesOneAlignedClusterAndNestedSubClusters) {
-  SixSequences in;
-  JoinHistory history;
-
-  in.run(0, &history);
-
-  Row row0 = in.familyRow(0);
-  Row sorted = row0;
-  std::sort(sorted.begin(), sorted.end());
-  EXPECT_EQ(sorted, (Row{1, 2, 3, 4, 5, 6}));
-  EXPECT_EQ(history.joins.size(), 5UL);
-  for (std::size_t k = 1; k < history.families.size(); ++k) {
-    const Row& sub = history.families[k];
-    EXPECT_GE(sub.size(), 2UL);
-    EXPECT_NE(std::search(row0.begin(), row0.end(), sub.begin(), sub.end()), row0.end())
-        << "sub-cluster " << k << " is a run of the branching order";
-  }
-  for (unsigned long r = 0; r < 6; ++r) {
-    EXPECT_EQ(in.len[r], static_cast<unsigned long>(in.alen));
-    EXPECT_EQ(ungapped(in.row(r)), SixSequences::kRows[r]);
+  // A block of zero or one rows is no block (and a run needs no history).
+  FiveSequences zero, one;
+  EXPECT_EQ(zero.run(0), one.run(1));
+  EXPECT_EQ(zero.alen, one.alen);
+  for (unsigned long r = 0; r < 5; ++r) {
+    EXPECT_EQ(zero.row(r), one.row(r));
+    EXPECT_EQ(zero.familyRow(r), one.familyRow(r));
   }
 }
 
