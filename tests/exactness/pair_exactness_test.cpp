@@ -23,26 +23,14 @@
 #include "pairwise/measures.h"
 #include "pairwise/pair_kv.h"
 #include "scoring/scomat.h"
+#include "tests/support/working_rows.h"
 
 namespace {
 
 using zemtra::LaneWidth;
 using zemtra::SimdLevel;
 
-// Rows of a working alignment, text from column 1, room for width columns.
-struct Rows {
-  Rows(const std::vector<std::string>& text, unsigned long width)
-      : seqs(text.size(), width), len(text.size()), nres(text.size(), 0) {
-    for (unsigned long r = 0; r < text.size(); ++r) {
-      for (unsigned long c = 0; c < width; ++c) seqs[r][c] = c <= text[r].size() && c > 0 ? text[r][c - 1] : '.';
-      len[r] = text[r].size();
-      for (char ch : text[r]) nres[r] += ch != '-';
-    }
-  }
-  KARVO::Matrix<char> seqs;
-  std::vector<unsigned long> len;
-  std::vector<unsigned long> nres;
-};
+using Rows = ztest::WorkingRows;
 
 // A path filled with a recognisable pattern, so that untouched columns are
 // compared too.

@@ -120,4 +120,18 @@ TEST(TreeExactness, DistancesJustBelowTheJoinedMarkGiveTheReferenceJoins) {
   expectSameTrees(rng, {5.0f, 999.25f, 999.5f, 40.0f}, 100);
 }
 
+TEST(TreeExactness, LargeTiedTablesGiveTheReferenceJoins) {
+  // Larger than any random case above, and full of ties.
+  std::mt19937 rng(91);
+  for (unsigned long ns : {40ul, 75ul}) {
+    TreeCase c;
+    c.rows.assign(ns, "MK");
+    c.distances.assign(ns * ns, 0.0f);
+    for (unsigned long a = 0; a < ns; ++a)
+      for (unsigned long b = a + 1; b < ns; ++b)
+        c.distances[a * ns + b] = c.distances[b * ns + a] = std::vector<float>{1.0f, 2.0f, 2.0f, 3.0f}[rng() % 4];
+    ASSERT_EQ(treeAndDescribe(c, {true, 0}), treeAndDescribe(c, {false, 0})) << ns << " rows";
+  }
+}
+
 }  // namespace

@@ -2,12 +2,12 @@
 
 #include "pairwise/comp_kv.h"
 #include "scoring/scomat.h"
-#include "seq_fixture.h"
+#include "tests/support/working_rows.h"
 
 namespace {
 
 TEST(CompKvTest, FreshModeScoresResiduesAndZeroesGaps) {
-  SeqFixture f({"AW-", "CWB"}, 8);
+  ztest::WorkingRows f({"AW-", "CWB"}, 8);
   KARVO::Matrix<int> cmp(8, 8);
   unsigned long lenJ = 99, lenK = 99;
   bool first = true;
@@ -22,7 +22,7 @@ TEST(CompKvTest, FreshModeScoresResiduesAndZeroesGaps) {
 }
 
 TEST(CompKvTest, AccumulatingModeAddsAndLeavesGapCellsAlone) {
-  SeqFixture f({"AC", "A-", "CC"}, 6);
+  ztest::WorkingRows f({"AC", "A-", "CC"}, 6);
   KARVO::Matrix<int> cmp(6, 6);
   unsigned long lenJ = 0, lenK = 0;
   bool first = true;
@@ -33,7 +33,7 @@ TEST(CompKvTest, AccumulatingModeAddsAndLeavesGapCellsAlone) {
 }
 
 TEST(CompKvTest, EmptyRowTouchesNoCellButStoresLengths) {
-  SeqFixture f({"", "ACD"}, 6);
+  ztest::WorkingRows f({"", "ACD"}, 6);
   KARVO::Matrix<int> cmp(6, 6);
   cmp[1][1] = 7;
   unsigned long lenJ = 5, lenK = 5;
@@ -46,7 +46,7 @@ TEST(CompKvTest, EmptyRowTouchesNoCellButStoresLengths) {
 }
 
 TEST(CompKvDeathTest, LengthMismatchInSeriesIsAnAssertion) {
-  SeqFixture f({"AC", "ACD", "AC"}, 8);
+  ztest::WorkingRows f({"AC", "ACD", "AC"}, 8);
   KARVO::Matrix<int> cmp(8, 8);
   unsigned long lenJ = 0, lenK = 0;
   bool first = true;

@@ -2,14 +2,22 @@
 
 #include <algorithm>
 #include <climits>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "core/matrix.h"
 #include "pairwise/dpa.h"
-#include "seq_fixture.h"
 
 namespace {
+
+std::unique_ptr<KARVO::Matrix<int>> scoreMatrix(const std::vector<std::vector<int>>& values) {
+  auto m = std::make_unique<KARVO::Matrix<int>>(values.size(), values.empty() ? 0 : values[0].size());
+  for (unsigned long i = 0; i < values.size(); ++i)
+    for (unsigned long c = 0; c < values[i].size(); ++c) (*m)[i][c] = values[i][c];
+  return m;
+}
 
 // The gap model by brute force: every path through the table from (0, 0) to
 // (n, m). A cell on row 0 or column 0 is free of state; inside the table a

@@ -4,14 +4,14 @@
 
 #include "pairwise/measures.h"
 #include "scoring/scomat.h"
-#include "seq_fixture.h"
+#include "tests/support/working_rows.h"
 
 namespace {
 
 const KARVO::Matrix<long> kNoPath(0, 0);
 
 int columnScore(const std::string& a, const std::string& b, int gap, int matNo = 0) {
-  SeqFixture f({a, b}, 16);
+  ztest::WorkingRows f({a, b}, 16);
   return score_kv(0, 1, static_cast<int>(a.size()), matNo, gap, 0, f.seqs, kNoPath);
 }
 
@@ -35,7 +35,7 @@ TEST(ScoreKvTest, NoColumnsOrOnlyGapColumnsScoreZero) {
 TEST(ScoreKvTest, NegativeMatrixScoresPassThrough) { EXPECT_EQ(columnScore("CM", "WM", 10, 14), -33 - 3); }
 
 TEST(ScoreKvTest, PathModeKeepsPairedGapPositionsAsGapColumns) {
-  SeqFixture f({"A-CA", "AGGA"}, 16);
+  ztest::WorkingRows f({"A-CA", "AGGA"}, 16);
   KARVO::Matrix<long> path(2, 16);
   // Columns: (1,1) (2,2) pairs '-' with G, (3,3), (4,4); plus a column with
   // a gap mark against a '-' position that is dropped.
@@ -49,7 +49,7 @@ TEST(ScoreKvTest, PathModeKeepsPairedGapPositionsAsGapColumns) {
 }
 
 TEST(NormKvTest, SelfComparisonIsHundred) {
-  SeqFixture f({"MKV-LAW", "MKV-LAW"}, 16);
+  ztest::WorkingRows f({"MKV-LAW", "MKV-LAW"}, 16);
   for (int matNo : {0, 4, 10}) {
     const int s = score_kv(0, 0, 7, matNo, 40, 0, f.seqs, kNoPath);
     EXPECT_EQ(norm_kv(0, 0, 7, s, matNo, 0, f.seqs, kNoPath), 100.0f);
@@ -57,13 +57,13 @@ TEST(NormKvTest, SelfComparisonIsHundred) {
 }
 
 TEST(NormKvTest, ZeroSelfScoresAreNotGuarded) {
-  SeqFixture f({"CC", "CC"}, 8);  // C scores 0 against itself in matrix 14
+  ztest::WorkingRows f({"CC", "CC"}, 8);  // C scores 0 against itself in matrix 14
   EXPECT_TRUE(std::isnan(norm_kv(0, 1, 2, 0, 14, 0, f.seqs, kNoPath)));
   EXPECT_TRUE(std::isinf(norm_kv(0, 1, 2, 5, 14, 0, f.seqs, kNoPath)));
 }
 
 TEST(IdentityTest, ShorterSequenceDecides) {
-  SeqFixture f({"ACDEFGHIKL", "----ACDEFGHIKLMNPQRS"}, 32);
+  ztest::WorkingRows f({"ACDEFGHIKL", "----ACDEFGHIKLMNPQRS"}, 32);
   const unsigned long nres[] = {10, 16};
   KARVO::Matrix<long> path(2, 32);
   for (int c = 1; c <= 20; ++c) {
@@ -71,12 +71,12 @@ TEST(IdentityTest, ShorterSequenceDecides) {
     path[1][c] = c;
   }
   EXPECT_EQ(pids_kv(0, 1, 20, f.seqs, nres, path), 100.0f);
-  SeqFixture rows({"----ACDEFGHIKL------", "----ACDEFGHIKLMNPQRS"}, 32);
+  ztest::WorkingRows rows({"----ACDEFGHIKL------", "----ACDEFGHIKLMNPQRS"}, 32);
   EXPECT_EQ(pidf_kv(0, 1, 20, rows.seqs, nres), 100.0f);
 }
 
 TEST(IdentityTest, ExactCharacterEqualityAndEmptySequences) {
-  SeqFixture f({"BDA-", "DDA-"}, 8);
+  ztest::WorkingRows f({"BDA-", "DDA-"}, 8);
   const unsigned long nres[] = {3, 3};
   EXPECT_EQ(pidf_kv(0, 1, 4, f.seqs, nres), static_cast<float>(2.0 * 100.0 / 3.0));
   const unsigned long none[] = {0, 3};
@@ -84,7 +84,7 @@ TEST(IdentityTest, ExactCharacterEqualityAndEmptySequences) {
 }
 
 TEST(PdifKvTest, CountsColumnsAndDifferences) {
-  SeqFixture f({"AC--", "A-G-"}, 8);
+  ztest::WorkingRows f({"AC--", "A-G-"}, 8);
   KARVO::Matrix<int> alilen(2, 2);
   EXPECT_EQ(pdif_kv(0, 1, 4, f.seqs, alilen), 2.0f);
   EXPECT_EQ(alilen[0][1], 3);

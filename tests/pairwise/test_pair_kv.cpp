@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "pairwise/pair_kv.h"
-#include "seq_fixture.h"
+#include "tests/support/working_rows.h"
 
 namespace {
 
@@ -77,7 +77,7 @@ TEST(PairKvTest, AlignmentLongerThanPathLeavesPathButReportsLength) {
 }
 
 TEST(CopyKvTest, RewritesBothGroupsAlongThePath) {
-  SeqFixture f({"AC-D", "A-CD", "KLM"}, 10);
+  ztest::WorkingRows f({"AC-D", "A-CD", "KLM"}, 10);
   KARVO::Matrix<long> path(2, 10);
   // Group {0, 1} (4 columns) against {2} (3 columns) in 5 columns.
   const long first[] = {1, 2, -99, 3, 4}, second[] = {1, -99, 2, -99, 3};
@@ -90,11 +90,11 @@ TEST(CopyKvTest, RewritesBothGroupsAlongThePath) {
   EXPECT_EQ(f.row(0), "AC--D");
   EXPECT_EQ(f.row(1), "A--CD");
   EXPECT_EQ(f.row(2), "K-L-M");
-  EXPECT_EQ(f.seqs[2][6], '#');  // beyond the new length: untouched
+  EXPECT_EQ(f.seqs[2][6], '.');  // beyond the new length: untouched
 }
 
 TEST(CopyKvTest, GroupWithoutMembersIsSkipped) {
-  SeqFixture f({"AC", "KL"}, 6);
+  ztest::WorkingRows f({"AC", "KL"}, 6);
   KARVO::Matrix<long> path(2, 6);
   path[0][1] = 2;
   path[1][1] = 1;
@@ -105,7 +105,7 @@ TEST(CopyKvTest, GroupWithoutMembersIsSkipped) {
 }
 
 TEST(CopyKvDeathTest, PathAsWideAsTheAlignmentEndsWith666) {
-  SeqFixture f({"AC", "KL"}, 4);
+  ztest::WorkingRows f({"AC", "KL"}, 4);
   KARVO::Matrix<long> path(2, 4);
   const unsigned long g1[] = {0}, g2[] = {1};
   EXPECT_EXIT(copy_kv(g1, 1, g2, 1, 4, f.seqs, path, f.len.data()), testing::ExitedWithCode(666 & 0xff), "");

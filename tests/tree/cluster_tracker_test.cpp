@@ -4,11 +4,6 @@
 
 #include <limits>
 #include <memory>
-#include <random>
-#include <string>
-#include <vector>
-
-#include "tree_fixture.h"
 
 namespace {
 
@@ -33,29 +28,6 @@ TEST(ClusterTrackerApplies, RefusesNotANumberAndAnythingAbove999) {
     const auto d = distances(4, 10.0f);
     (*d)[3][1] = bad;  // one triangle is enough
     EXPECT_FALSE(ClusterTracker::applies(*d, 4)) << bad;
-  }
-}
-
-// The random tables of the exactness tests stay small; these are larger than
-// any of them, and full of ties.
-TEST(ClusterTrackerTest, LargeTiedTablesJoinAsTheReferenceRescans) {
-  std::mt19937 rng(91);
-  std::uniform_int_distribution<int> pick(0, 3);
-  const float values[] = {1.0f, 2.0f, 2.0f, 3.0f};
-  for (unsigned long ns : {40ul, 75ul}) {
-    TreeInput reference(std::vector<std::string>(ns, "MK"));
-    TreeInput fast(std::vector<std::string>(ns, "MK"));
-    for (unsigned long a = 1; a <= ns; ++a) {
-      for (unsigned long b = a + 1; b <= ns; ++b) {
-        const float d = values[pick(rng)];
-        reference.setDistance(a, b, d);
-        fast.setDistance(a, b, d);
-      }
-    }
-    JoinHistory expected, got;
-    EXPECT_EQ(reference.run({true, 0}, expected), fast.run({false, 0}, got)) << ns;
-    EXPECT_EQ(expected.joins, got.joins) << ns;
-    EXPECT_EQ(expected.families, got.families) << ns;
   }
 }
 
