@@ -24,6 +24,10 @@ using ztest::readFile;
 
 inline int uniform(std::mt19937& rng, int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); }
 
+inline unsigned long size(std::mt19937& rng, int lo, int hi) {
+  return static_cast<unsigned long>(uniform(rng, lo, hi));
+}
+
 inline bool chance(std::mt19937& rng, double p) { return std::uniform_real_distribution<double>(0, 1)(rng) < p; }
 
 // Alphabets from everyday to tie-heavy: with one or two letters almost every

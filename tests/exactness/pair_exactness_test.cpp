@@ -166,15 +166,15 @@ TEST_P(Kernel, FredmanFastMatchesOnRandomTiedAndLongTables) {
   if (singlePairRunDone()) GTEST_SKIP();
   std::mt19937 rng(11);
   for (int round = 0; round < 400; ++round) {
-    const unsigned long n = exact::uniform(rng, 0, 40), m = exact::uniform(rng, 0, 40);
+    const unsigned long n = exact::size(rng, 0, 40), m = exact::size(rng, 0, 40);
     const int gaps[] = {0, 100, exact::uniform(rng, -30, 250)};
     // With negative scores an alignment may pair nothing, which a record of
     // n + m entries does not survive; spare entries let it through.
     const bool negative = round % 2 == 1;
     auto S = randomTable(rng, n, m, negative ? -33 : 0, 100);
-    expectFredman(*S, gaps[round % 3], n + m + (negative ? exact::uniform(rng, 1, 10) : 0));
+    expectFredman(*S, gaps[round % 3], n + m + (negative ? exact::size(rng, 1, 10) : 0));
     // Constant tables, two-valued tables and tables that are mostly zero.
-    const unsigned long a = exact::uniform(rng, 1, 30), b = exact::uniform(rng, 1, 30);
+    const unsigned long a = exact::size(rng, 1, 30), b = exact::size(rng, 1, 30);
     const int value = exact::uniform(rng, -3, 3);
     auto T = round % 3 == 0 ? randomTable(rng, a, b, value, value) : randomTable(rng, a, b, round % 3 == 1 ? 0 : -1, 1);
     expectFredman(*T, exact::uniform(rng, 0, 2), a + b + 1);
@@ -225,14 +225,14 @@ TEST_P(Kernel, PairFastMatchesPairKv) {
     (*cmp)[1][std::max(lenK, 1ul)] = 50 * pairs;
     return cmp;
   };
-  for (int round = 0; round < 300; ++round) {
+  for (unsigned round = 0; round < 300; ++round) {
     const int pairs = std::vector<int>{1, 2, 3, 7, 12}[round % 5];
-    const unsigned long lenJ = exact::uniform(rng, 1, 35), lenK = exact::uniform(rng, 1, 35);
+    const unsigned long lenJ = exact::size(rng, 1, 35), lenK = exact::size(rng, 1, 35);
     const auto cmp = summed(lenJ, lenK, pairs, round % 2 ? -33 : 0, 100);
     expectPair(lenJ, lenK, std::vector<int>{0, 100, exact::uniform(rng, 0, 150)}[round % 3], pairs, *cmp,
                lenJ + lenK + 1);
     // Sums of odd values over two pairs land on .5 averages, negative ones too.
-    const unsigned long a = exact::uniform(rng, 1, 20), b = exact::uniform(rng, 1, 20);
+    const unsigned long a = exact::size(rng, 1, 20), b = exact::size(rng, 1, 20);
     auto odd = summed(a, b, 2, -3, 3);
     for (unsigned long p = 0; p < odd->rows(); ++p)
       for (unsigned long q = 0; q < odd->cols(); ++q) (*odd)[p][q] |= 1;
@@ -406,9 +406,9 @@ INSTANTIATE_TEST_SUITE_P(Levels, Kernel,
                          ::testing::Combine(::testing::Values(SimdLevel::kPortable, SimdLevel::kSse2, SimdLevel::kAvx2,
                                                               SimdLevel::kAvx512),
                                             ::testing::Values(LaneWidth::kAuto, LaneWidth::kWide)),
-                         [](const auto& info) {
-                           return levelName(std::get<0>(info.param)) +
-                                  (std::get<1>(info.param) == LaneWidth::kWide ? "Wide" : "Auto");
+                         [](const auto& test) {
+                           return levelName(std::get<0>(test.param)) +
+                                  (std::get<1>(test.param) == LaneWidth::kWide ? "Wide" : "Auto");
                          });
 
 TEST(GroupProfileDeathTest, EmptyGroupsTouchNothingAndAMemberOfAnotherLengthFailsTheSeriesAssertion) {

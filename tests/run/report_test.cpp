@@ -87,7 +87,9 @@ const std::vector<float> kAwkward = {0.0f,
                                      std::numeric_limits<float>::max()};
 
 float identities(unsigned long r, unsigned long c) { return r == c ? 100.0f : r + c == 1 ? 50.0f : 0.0f; }
-float wideValues(unsigned long r, unsigned long c) { return static_cast<float>(r * 37.3 - c * 11.1); }
+float wideValues(unsigned long r, unsigned long c) {
+  return static_cast<float>(static_cast<double>(r) * 37.3 - static_cast<double>(c) * 11.1);
+}
 float awkward(unsigned long r, unsigned long c) { return kAwkward[(r * 5 + c) % kAwkward.size()]; }
 float mixed(unsigned long r, unsigned long c) {
   const float cells[] = {100.0f, 1234.5f, -5.0f, 2005.0f, -123.4f, 0.0f, 1015.0f, 45.5f, 0.0f};

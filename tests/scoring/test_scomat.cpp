@@ -26,7 +26,7 @@ std::vector<std::array<int, 441>> readDataFile(std::vector<std::string>& names) 
     for (int r = 0; r < 21; ++r) {
       std::getline(in, line);
       std::istringstream row(line);
-      for (int c = 0; c < 21; ++c) row >> values[r * 21 + c];
+      for (std::size_t c = 0; c < 21; ++c) row >> values[static_cast<std::size_t>(r) * 21 + c];
     }
     result.push_back(values);
   }
@@ -39,7 +39,9 @@ TEST(ScoMatTest, TablesAndNamesEqualTheDataFileInFull) {
   ASSERT_EQ(data.size(), 15u);
   for (int k = 0; k < 15; ++k) {
     EXPECT_EQ(names[static_cast<std::size_t>(k)], ScoMat::m_names[k]);
-    for (int i = 0; i < 441; ++i) ASSERT_EQ(ScoMat::mats[k * 441 + i], data[k][i]) << "matrix " << k << " cell " << i;
+    for (int i = 0; i < 441; ++i)
+      ASSERT_EQ(ScoMat::mats[k * 441 + i], data[static_cast<std::size_t>(k)][static_cast<std::size_t>(i)])
+          << "matrix " << k << " cell " << i;
   }
 }
 
