@@ -8,6 +8,7 @@
 #include <pybind11/stl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -15,7 +16,6 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -99,8 +99,10 @@ class PrivateLogFolder {
 
   // The log's bytes; the file and the host's own log copy are removed.
   static std::string takeLog(const std::string& path, const std::string& folder) {
-    std::ifstream in(path, std::ios::binary);
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::ifstream in(path, std::ios::binary | std::ios::ate);
+    std::string text(static_cast<std::size_t>(std::max<std::streamoff>(in.tellg(), 0)), '\0');
+    in.seekg(0);
+    in.read(text.data(), static_cast<std::streamsize>(text.size()));
     ::unlink(path.c_str());
     ::unlink((folder + "/karvo.log").c_str());
     return text;

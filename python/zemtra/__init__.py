@@ -22,7 +22,6 @@ import math
 import os
 import struct
 import sys
-from dataclasses import dataclass
 from typing import Any, Callable, Dict, List, Mapping, Optional, Sequence, Tuple, Union
 
 from . import _zemtra
@@ -79,7 +78,6 @@ class EngineExit(Exception):
         super().__init__(f"the run would have ended the process (status {status}{quoted}): {explanation}")
 
 
-@dataclass(frozen=True, repr=False)
 class Result:
     """What ``realign`` returns.
 
@@ -102,21 +100,39 @@ class Result:
         Square tables over ``names``: percent identity of the pairwise
         alignments and the distance the guide tree is built from. NumPy
         arrays when NumPy is installed, else lists of lists; None when the
-        run was cancelled.
+        run was cancelled. Made when first read.
     outcome
         ``Outcome.COMPLETED`` or ``Outcome.CANCELLED``.
     run_seconds
         Wall time of the engine's run itself.
     """
 
-    alignment: Any
-    names: List[str]
-    log: str
-    newick: Optional[str]
-    identity: Any
-    distance: Any
-    outcome: Outcome
-    run_seconds: float
+    __slots__ = ("alignment", "names", "log", "newick", "outcome", "run_seconds", "_tables", "_make_tables")
+
+    def __init__(self, alignment: Any, names: List[str], log: str, newick: Optional[str], outcome: Outcome,
+                 run_seconds: float, make_tables: Optional[Callable[[], Tuple[Any, Any]]]) -> None:
+        self.alignment = alignment
+        self.names = names
+        self.log = log
+        self.newick = newick
+        self.outcome = outcome
+        self.run_seconds = run_seconds
+        self._tables: Optional[Tuple[Any, Any]] = None
+        self._make_tables = make_tables
+
+    def _pairwise(self) -> Tuple[Any, Any]:
+        if self._tables is None:
+            self._tables = self._make_tables() if self._make_tables is not None else (None, None)
+            self._make_tables = None
+        return self._tables
+
+    @property
+    def identity(self) -> Any:
+        return self._pairwise()[0]
+
+    @property
+    def distance(self) -> Any:
+        return self._pairwise()[1]
 
     def __repr__(self) -> str:
         return (
@@ -219,12 +235,11 @@ def realign(
     log_text = log_bytes.decode("utf-8", "surrogateescape")
     run_names = [names[i] for i in raw["sent"]]
     if raw["outcome"] == "cancelled":
-        return Result(_output(kind, alignment, names, rows, records), run_names, log_text, None, None, None,
-                      Outcome.CANCELLED, raw["seconds"])
-    identity, distance = _pairwise_tables(raw, log_text, len(run_names))
+        return Result(_output(kind, alignment, names, rows, records), run_names, log_text, None, Outcome.CANCELLED,
+                      raw["seconds"], None)
     newick = _newick(raw["tree"], raw["tree_root"], run_names) if tree else None
-    return Result(_output(kind, alignment, names, raw["rows"], records), run_names, log_text, newick, identity,
-                  distance, Outcome.COMPLETED, raw["seconds"])
+    return Result(_output(kind, alignment, names, raw["rows"], records), run_names, log_text, newick,
+                  Outcome.COMPLETED, raw["seconds"], _table_maker(raw, log_text, len(run_names)))
 
 
 # --- arguments ---------------------------------------------------------------
@@ -389,6 +404,11 @@ def _square(flat: List[float], n: int) -> Any:
     if _numpy is not None:
         return _numpy.array(flat, dtype=float).reshape(n, n)
     return [list(flat[i * n : (i + 1) * n]) for i in range(n)]
+
+
+def _table_maker(raw: Mapping[str, Any], log: str, n: int) -> Callable[[], Tuple[Any, Any]]:
+    tables = {"identity": raw["identity"], "distance": raw["distance"]}
+    return lambda: _pairwise_tables(tables, log, n)
 
 
 # CONNECT(pairwise tables): once the run reports its tables (RunDetails::
