@@ -27,11 +27,19 @@ def write_fasta(path, pairs):
     Path(path).write_text("".join(f">{name}\n{sequence}\n" for name, sequence in pairs))
 
 
+def child_environment(**extra):
+    """The environment for programs started by the tests: a sanitizer runtime
+    preloaded into this interpreter must not reach karvo, which has its own."""
+    env = {key: value for key, value in os.environ.items() if key != "LD_PRELOAD"}
+    env.update(extra)
+    return env
+
+
 def karvo_align(input_path, *options):
     """Rows and log bytes of `karvo align` on a file, in a private folder."""
     karvo = os.environ.get("KARVO", str(SOURCE / "build" / "bin" / "karvo"))
     with tempfile.TemporaryDirectory() as folder:
-        env = dict(os.environ, KARVO_TMPDIR=folder)
+        env = child_environment(KARVO_TMPDIR=folder)
         out = Path(folder) / "out.fa"
         subprocess.run([karvo, "align", str(input_path), "-o", str(out), "-q", *options], env=env, check=True)
         return read_fasta(out), (Path(folder) / "zemtra.log").read_bytes()
@@ -41,7 +49,8 @@ def make_family(folder, n, length, seed):
     """A synthetic family written by the benchmark's generator."""
     path = Path(folder) / f"family_{n}_{length}_{seed}.fa"
     subprocess.run([sys.executable, str(SOURCE / "bench" / "make_family.py"), "--n", str(n), "--len", str(length),
-                    "--seed", str(seed), "--out", str(path)], check=True, stdout=subprocess.DEVNULL)
+                    "--seed", str(seed), "--out", str(path)], check=True, stdout=subprocess.DEVNULL,
+                   env=child_environment())
     return read_fasta(path)
 
 
