@@ -35,14 +35,18 @@ def child_environment(**extra):
     return env
 
 
-def karvo_align(input_path, *options):
-    """Rows and log bytes of `karvo align` on a file, in a private folder."""
+def karvo_align(input_path, *options, newick=False):
+    """Rows and log bytes of `karvo align` on a file, in a private folder
+    (and its --tree-newick text when newick is true)."""
     karvo = os.environ.get("KARVO", str(SOURCE / "build" / "bin" / "karvo"))
     with tempfile.TemporaryDirectory() as folder:
         env = child_environment(KARVO_TMPDIR=folder)
         out = Path(folder) / "out.fa"
-        subprocess.run([karvo, "align", str(input_path), "-o", str(out), "-q", *options], env=env, check=True)
-        return read_fasta(out), (Path(folder) / "zemtra.log").read_bytes()
+        tree = Path(folder) / "tree.nwk"
+        extra = ["--tree-newick", str(tree)] if newick else []
+        subprocess.run([karvo, "align", str(input_path), "-o", str(out), "-q", *extra, *options], env=env, check=True)
+        found = read_fasta(out), (Path(folder) / "zemtra.log").read_bytes()
+        return (*found, tree.read_text()) if newick else found
 
 
 def make_family(folder, n, length, seed):

@@ -58,3 +58,9 @@ def test_residue_spelling_as_karvo_reads_it(tmp_path):
     result = zemtra.realign(pairs)
     assert result.alignment == rows
     assert result.log.encode() == log
+
+
+@pytest.mark.parametrize("example", ["globins.fa", "kinases.fa"])
+def test_newick_equals_karvos(example):
+    _, _, newick = karvo_align(EXAMPLES / example, newick=True)
+    assert zemtra.realign(read_fasta(EXAMPLES / example)).newick + "\n" == newick
