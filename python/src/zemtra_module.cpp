@@ -133,8 +133,6 @@ void prepareLog(Parameters& parameters, Report& report) {
     parameters.writeLogFile = false;
     report.wantLogText = true;
   } else {
-    static std::mutex creating;
-    const std::lock_guard<std::mutex> lock(creating);
     parameters.logName = PrivateLogFolder::instance().nextLogName();
   }
 }
@@ -321,7 +319,16 @@ class HostAlignment {
       out["exit"] = py::make_tuple(call.exit->status, call.exit->reason);
       return out;
     }
-    if (call.failure) std::rethrow_exception(call.failure);
+    if (call.failure) {
+      try {
+        std::rethrow_exception(call.failure);
+      } catch (const std::bad_alloc&) {
+        const std::string message = "out of memory re-aligning " + std::to_string(stop - first) + " columns of " +
+                                    std::to_string(sequences()) + " sequences; the input is unchanged";
+        PyErr_SetString(PyExc_MemoryError, message.c_str());
+        throw py::error_already_set();
+      }
+    }
 
     out["exchange"] = exchangeName(report.exchange);
     out["fixed"] = report.fixed;

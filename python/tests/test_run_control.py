@@ -1,6 +1,10 @@
 """Progress, cancelling, Ctrl-C, two threads at once and the engine's own exits."""
 
 import _thread
+import os
+import subprocess
+import sys
+import textwrap
 import threading
 import time
 
@@ -132,3 +136,26 @@ def test_pair_without_an_aligned_position_raises():
         zemtra.realign([("trp", "W"), ("cys", "C")], matrix=14)
     assert raised.value.status == 1 and raised.value.reason == "gap A"
     assert 'status 1, "gap A"' in str(raised.value)
+
+
+OUT_OF_MEMORY = textwrap.dedent("""
+    import resource, zemtra
+    size = next(int(line.split()[1]) for line in open("/proc/self/status") if line.startswith("VmSize:"))
+    limit = size * 1024 + (1 << 30)
+    resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
+    try:
+        zemtra.realign([("a", "M" * 20000), ("b", "K" * 20000)])
+    except MemoryError as error:
+        print(error)
+    print(zemtra.realign([("a", "MKV"), ("b", "MKIV")]).alignment)
+""")
+
+
+@pytest.mark.skipif("asan" in os.environ.get("LD_PRELOAD", ""),
+                    reason="the address sanitizer reserves more address space than the limit this test sets")
+def test_allocation_failure_raises_memory_error():
+    out = subprocess.run([sys.executable, "-c", OUT_OF_MEMORY], check=True, capture_output=True, text=True).stdout
+    assert out.splitlines() == [
+        "out of memory re-aligning 20000 columns of 2 sequences; the input is unchanged",
+        "[('a', 'MKV-'), ('b', 'MKIV')]",
+    ]

@@ -22,9 +22,12 @@ import math
 import os
 import struct
 import sys
-from typing import Any, Callable, Dict, List, Mapping, Optional, Sequence, Tuple, Union
+from typing import TYPE_CHECKING, Any, Callable, Dict, List, Mapping, Optional, Sequence, Tuple, Union
 
 from . import _zemtra
+
+if TYPE_CHECKING:
+    from Bio.Align import MultipleSeqAlignment
 
 try:
     import numpy as _numpy
@@ -37,7 +40,9 @@ __all__ = ["realign", "Result", "Outcome", "EngineExit", "matrix_names"]
 #: older plug-in library they still end the interpreter.
 ENGINE_EXITS_RAISE: bool = _zemtra.engine_exits_raise
 
-Pairs = Sequence[Tuple[str, str]]
+#: What realign accepts as an alignment.
+AlignmentLike = Union["MultipleSeqAlignment", Sequence[Tuple[str, str]], Mapping[str, str]]
+#: A progress callback: progress(done, total); returning False cancels.
 Progress = Callable[[int, int], Optional[bool]]
 
 
@@ -128,10 +133,12 @@ class Result:
 
     @property
     def identity(self) -> Any:
+        """Percent identity of every pair's pairwise alignment, over ``names``."""
         return self._pairwise()[0]
 
     @property
     def distance(self) -> Any:
+        """The distance of every pair that the guide tree is built from, over ``names``."""
         return self._pairwise()[1]
 
     def __repr__(self) -> str:
@@ -147,14 +154,14 @@ def matrix_names() -> str:
 
 
 def realign(
-    alignment: Union["MultipleSeqAlignment", Pairs, Mapping[str, str]],  # noqa: F821
-    range: Union[slice, Tuple[int, int], None] = None,
-    matrix: Union[str, int] = "STRMAT110",
+    alignment: AlignmentLike,
+    range: slice | tuple[int, int] | None = None,
+    matrix: str | int = "STRMAT110",
     gap: int = 40,
     prealigned: int = 0,
-    log: Union[str, "os.PathLike[str]", None] = None,
+    log: str | os.PathLike[str] | None = None,
     tree: bool = True,
-    progress: Optional[Progress] = None,
+    progress: Progress | None = None,
 ) -> Result:
     """Re-align a column range of a protein multiple alignment.
 
