@@ -80,9 +80,9 @@ def test_ctrl_c_cancels_and_raises_keyboard_interrupt(family, globins):
     assert zemtra.realign(globins).outcome == zemtra.Outcome.COMPLETED
 
 
-def test_two_threads_at_once(globins, kinases, family):
-    expected = {"globins": zemtra.realign(globins), "family": zemtra.realign(family)}
-    inputs = {"globins": globins, "family": family}
+def test_two_threads_at_once(family):
+    inputs = {"family": family, "reversed": family[::-1]}
+    expected = {key: zemtra.realign(pairs) for key, pairs in inputs.items()}
     results, errors = {}, []
 
     def run(key):
