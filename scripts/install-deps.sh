@@ -10,6 +10,7 @@ packages=(
   libbenchmark-dev
   libcli11-dev
   xvfb xauth fonts-dejavu-core
+  python3-pytest python3-biopython python3-numpy librsvg2-bin
   clang libclang-rt-14-dev llvm
 )
 
