@@ -357,10 +357,11 @@ double scaleBarLength(double width) {
   if (!(width > 0.0) || !std::isfinite(width)) return 0.0;
   const double target = width / 5.0;
   const double power = std::pow(10.0, std::floor(std::log10(target)));
-  for (const double step : {5.0, 2.0, 1.0}) {
-    if (step * power <= target) return step * power;
+  double best = power;
+  for (const double step : {2.0, 5.0, 10.0}) {
+    if (std::fabs(std::log(step * power / target)) < std::fabs(std::log(best / target))) best = step * power;
   }
-  return power;
+  return best;
 }
 
 std::string toSvg(const PhyloTree& tree) {

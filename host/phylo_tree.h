@@ -78,8 +78,8 @@ struct PhyloLayout {
 
 PhyloLayout layoutTree(const PhyloTree& tree);
 
-// A round length for a scale bar (1, 2 or 5 times a power of ten) of about a
-// fifth of width; 0 when width is not positive.
+// A round length for a scale bar (1, 2 or 5 times a power of ten), the one
+// nearest to a fifth of width; 0 when width is not positive.
 double scaleBarLength(double width);
 
 // A horizontal phylogram: root on the left, one line per leaf with its name,
