@@ -28,6 +28,7 @@
 #include "host/alignment_formats.h"
 #include "host/alignment_io.h"
 #include "host/file_io.h"
+#include "host/phylo_tree.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/matrix_names.h"
 
@@ -309,7 +310,9 @@ class HostAlignment {
     parameters.gap = gap;
     parameters.prealigned = prealigned;
     ZemtraRunReport report;
-    report.wantTree = wantTree;
+    // The tree comes from the host's tree module, with the join distances;
+    // the plug-in's own drawable tree is not needed.
+    report.wantTree = false;
     prepareLog(parameters, report);
 
     const CallResult call = callPlugin(*alignment_, parameters, report, progress);
@@ -342,18 +345,25 @@ class HostAlignment {
     rows.reserve(sequences());
     for (unsigned long row = 0; row < sequences(); ++row) rows.push_back(alignment_->rowText(row));
     out["rows"] = std::move(rows);
-    py::list nodes;
-    for (const GuideTreeNode& node : report.tree) {
-      nodes.append(py::make_tuple(node.index, node.left, node.right, node.height));
-    }
-    out["tree"] = nodes;
-    out["tree_root"] = report.treeRoot;
+    const bool joined = wantTree && report.run.outcome == RunOutcome::Completed;
+    out["newick"] = joined ? py::object(py::str(runNewick(report))) : py::object(py::none());
     out["identity"] = pairwiseTable(report.run, true);
     out["distance"] = pairwiseTable(report.run, false);
     return out;
   }
 
  private:
+  // The guide tree of the run in Newick, named after the rows that took part.
+  std::string runNewick(const ZemtraRunReport& report) const {
+    std::vector<std::string> names;
+    names.reserve(report.sentRows.size());
+    for (const unsigned long row : report.sentRows) names.push_back(alignment_->GetSeqName(row));
+    const JoinHistory& history = report.run.history;
+    std::string text = KARVO::toNewick(KARVO::runTree(history.joins, history.distances, report.run.distance, names));
+    if (!text.empty() && text.back() == '\n') text.pop_back();  // a file's line end, not part of the tree
+    return text;
+  }
+
   static const char* exchangeName(ExchangeOutcome outcome) {
     switch (outcome) {
       case ExchangeOutcome::Rewritten:

@@ -48,7 +48,6 @@ def test_help_reads_well():
     assert "karvo align --range 11:50" in doc
 
 
-@pytest.mark.xfail(strict=True, reason="connected at merge: join distances come with the tree work")
 def test_newick_branch_lengths_are_join_distances(globins):
     from io import StringIO
 

@@ -18,7 +18,6 @@ what comes back.
 from __future__ import annotations
 
 import enum
-import math
 import os
 import struct
 import sys
@@ -244,7 +243,7 @@ def realign(
     if raw["outcome"] == "cancelled":
         return Result(_output(kind, alignment, names, rows, records), run_names, log_text, None, Outcome.CANCELLED,
                       raw["seconds"], None)
-    newick = _newick(raw["tree"], raw["tree_root"], run_names) if tree else None
+    newick = raw["newick"]
     return Result(_output(kind, alignment, names, raw["rows"], records), run_names, log_text, newick,
                   Outcome.COMPLETED, raw["seconds"], _table_maker(raw, log_text, len(run_names)))
 
@@ -418,79 +417,9 @@ def _table_maker(raw: Mapping[str, Any], log: str, n: int) -> Callable[[], Tuple
     return lambda: _pairwise_tables(tables, log, n)
 
 
-# CONNECT(pairwise tables): once the run reports its tables (RunDetails::
-# identity / ::distance), raw["identity"] and raw["distance"] hold them and
-# the reading of the log below goes.
 def _pairwise_tables(raw: Mapping[str, Any], log: str, n: int) -> Tuple[Any, Any]:
-    if raw["identity"] is not None and raw["distance"] is not None:
-        tables = []
-        for key in ("identity", "distance"):
-            values = struct.unpack(f"{n * n}f", raw[key])
-            tables.append(_square(list(values), n))
-        return tables[0], tables[1]
-    identity = _log_table(log, "Percentage identities:", n)
-    scores = _log_table(log, "Normalized alignment scores (NAS = 100.0 * Sreal/Smax):", n)
-    distance = [0.0 if i % (n + 1) == 0 else -100.0 * math.log(s / 100.0) if s > 0 else 999.0
-                for i, s in enumerate(scores)]
-    return _square(identity, n), _square(distance, n)
-
-
-def _log_table(log: str, heading: str, n: int) -> List[float]:
-    """The first table under heading in the pairwise part of the log, row-major."""
-    lines = log[log.index(heading):].split("\n")[1:]
-    values: List[float] = []
-    for line in lines:
-        if len(values) == n * n:
-            break
-        if "[" in line:
-            continue
-        if line[3:4] == "-" and line[:3].strip().isdigit() or line.startswith("            "):
-            values.extend(float(cell) for cell in line[12:].split())
-    return values
-
-
-def _as_float32(value: float) -> float:
-    return struct.unpack("f", struct.pack("f", value))[0]
-
-
-def _float32_text(value: float) -> str:
-    """The shortest decimal that reads back as the same single-precision value."""
-    packed = struct.pack("f", value)
-    for digits in range(1, 10):
-        text = f"{value:.{digits}g}"
-        if struct.pack("f", float(text)) == packed:
-            return text
-    return repr(value)
-
-
-def _newick_label(name: str) -> str:
-    if name and not any(c in name for c in " \t\n\r()[]':;,"):
-        return name
-    return "'" + name.replace("'", "''") + "'"
-
-
-# CONNECT(tree): the host's tree module writes the Newick text with the join
-# distances as branch lengths; until then the branch lengths are the height
-# differences the tree builder places its nodes at, as karvo's --tree-newick.
-def _newick(nodes: List[Tuple[int, int, int, float]], root: int, names: List[str]) -> Optional[str]:
-    if root < 0:
-        return None
-    parts: List[str] = []
-    stack: List[Tuple[int, Optional[float]]] = [(root, None)]
-    # Iterative: a tree of many sequences can be deeper than the recursion limit.
-    while stack:
-        at, parent_height = stack.pop()
-        if isinstance(at, str):
-            parts.append(at)
-            continue
-        index, left, right, height = nodes[at]
-        length = "" if parent_height is None else ":" + _float32_text(_as_float32(parent_height - height))
-        if left < 0 and right < 0:
-            parts.append(_newick_label(names[index]) + length)
-            continue
-        stack.append((")" + length, None))  # type: ignore[arg-type]
-        stack.append((right, height))
-        stack.append((",", None))  # type: ignore[arg-type]
-        stack.append((left, height))
-        parts.append("(")
-    return "".join(parts) + ";"
+    tables = []
+    for key in ("identity", "distance"):
+        values = struct.unpack(f"{n * n}f", raw[key])
+        tables.append(_square(list(values), n))
+    return tables[0], tables[1]
