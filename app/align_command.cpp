@@ -359,7 +359,8 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
   command
       ->add_option("--log", options.log,
                    "Run log file, relative to the current folder (default: zemtra.log in the personal temporary "
-                   "directory, $KARVO_TMPDIR or $XDG_RUNTIME_DIR/karvo or ~/.cache/karvo, replaced by each run)")
+                   "directory: $KARVO_TMPDIR, else $XDG_RUNTIME_DIR/karvo, else ~/.cache/karvo; replaced by each "
+                   "run)")
       ->type_name("PATH");
   command->add_flag("--force", options.force, "Overwrite an existing --log file without asking");
   command->add_option("-o,--output", options.output, "Output file (default: standard output)")->type_name("OUTPUT");

@@ -320,10 +320,11 @@ TEST_F(KarvoCli, GuiLoadsTheWindowLibraryOnDemand) {
 
 TEST_F(KarvoCli, VersionIsPrinted) { EXPECT_EQ(karvo({"--version"}).out, "karvo 1.0.0\n"); }
 
-TEST_F(KarvoCli, HelpListsTheExitStatuses) {
+TEST_F(KarvoCli, HelpListsTheExitStatusesAndWhereTheDefaultLogGoes) {
   const ProcessResult result = karvo({"align", "--help"});
   EXPECT_EQ(result.status, 0);
   EXPECT_NE(result.out.find("130 cancelled"), std::string::npos);
+  EXPECT_NE(result.out.find("zemtra.log in the personal temporary directory"), std::string::npos);
 }
 
 using Matrices = KarvoCli;
