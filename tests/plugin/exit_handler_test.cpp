@@ -7,8 +7,8 @@
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
-#include <new>
 #include <fstream>
+#include <new>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -22,13 +22,14 @@
 
 namespace {
 
-// The tree builder allocates with nothrow new; a test can make that fail.
-std::atomic<bool> failNothrowNew{false};
+// The tree builder allocates with nothrow new; a test can make the one after
+// the next nothrowLeft of them fail (-1: none fails).
+std::atomic<int> nothrowLeft{-1};
 
 }  // namespace
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  if (failNothrowNew.load()) return nullptr;
+  if (nothrowLeft.load() >= 0 && nothrowLeft.fetch_sub(1) == 0) return nullptr;
   try {
     return ::operator new(size);
   } catch (...) {
@@ -80,7 +81,7 @@ class ExitHandlerTest : public ::testing::Test {
     try {
       EXPECT_TRUE(ExecuteWithParameters(alignment, parameters, interaction, &report));
     } catch (const EngineExit& exit) {
-      failNothrowNew = false;
+      nothrowLeft = -1;
       return exit;
     }
     std::vector<std::string> rows;
@@ -120,7 +121,8 @@ TEST_F(ExitHandlerTest, EveryExitReachesTheHostAndLaterRunsAreUnaffected) {
   tooWide->selection = {0, tooWide->columnCount()};
   expectExit(*tooWide, 14, 0, false, 666, "rows do not fit");
 
-  failNothrowNew = true;
+  // Three leaves are made, the first inner node is not.
+  nothrowLeft = 3;
   expectExit(*alignmentOf(globins), 0, 40, true, 1, "out of memory in the tree builder");
 
   // No run reaches these two: the alignments of a run have room for every
