@@ -116,10 +116,13 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const RunLogOptions& logOp
   RunStorage storage(ns, seqs.cols());
   const RunInput input{len, nres, names, seqs, fixed, matNo, gap};
 
+  // Without a file the personal directory is not even looked for.
   const bool personal = logOptions.folder.empty();
-  const std::string dir = personal ? Config::GetPersonalTmpDir() : logOptions.folder;
+  const std::string dir = !logOptions.writeFile ? std::string()
+                          : personal            ? Config::GetPersonalTmpDir()
+                                                : logOptions.folder;
   const std::string& logName = logOptions.name;
-  const std::string logPath = dir + "/" + logName;
+  const std::string logPath = logOptions.writeFile ? dir + "/" + logName : std::string();
   result.logPath = logPath;
   if (logOptions.writeFile && !isDirectory(dir) && (!personal || ::mkdir(dir.c_str(), 0700) != 0)) {
     interaction.debugMessage("zemtra::Can not create dir : " + dir);

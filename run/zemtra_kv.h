@@ -13,7 +13,7 @@
 enum class RunOutcome {
   Completed,
   FewerThanTwoSequences,  // nothing was run
-  DirectoryFailed,        // the personal temporary directory could not be made
+  DirectoryFailed,        // the log folder could not be made (personal) or is not a folder
   OverwriteRefused,       // the user kept the existing log
   Cancelled,              // cancelled in the pairwise phase; the log was written
 };
