@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -12,7 +11,6 @@
 #include "app/align_options.h"
 #include "app/engine_exit.h"
 #include "app/exit_status.h"
-#include "app/log_placement.h"
 #include "app/plugin_loader.h"
 #include "app/run_memory.h"
 #include "app/terminal_interaction.h"
@@ -58,12 +56,17 @@ struct RunSummary {
 
 bool verboseMessages = false;
 
-// The plug-in's own diagnostic texts (those written just before the engine
-// ends the process among them): at a terminal they are noise unless asked
-// for, but the last one names such an ending.
+// The plug-in's own diagnostic texts: at a terminal they are noise unless
+// asked for.
 void filterDebugOutput(const char* text) {
-  noteDebugMessage(text);
   if (verboseMessages) std::cerr << text << '\n' << std::flush;
+}
+
+// The engine's own ends of a run become failures like any other: the
+// exception unwinds the run, nothing is written and the status is the one
+// the engine would have ended the process with.
+[[noreturn]] void failOnEngineExit(int status, const char* reason) {
+  throw Failure(status, engineExitMessage(status, reason));
 }
 
 Settings checkOptions(const AlignOptions& options) {
@@ -94,23 +97,14 @@ Settings checkOptions(const AlignOptions& options) {
 
 // Nothing the command writes may replace the file it reads.
 void checkInputKeptApart(const AlignOptions& options, const Settings& settings) {
-  std::vector<std::string> outputs{options.output, options.treeNewick, options.treeSvg, options.distances};
-  if (settings.log.kind == LogKind::Path) outputs.push_back(settings.log.value);
+  std::vector<std::string> outputs{options.output, options.treeNewick, options.treeSvg, options.distances,
+                                   settings.log.given};
   for (const std::string& output : outputs) {
     std::error_code error;
     if (!output.empty() && fs::equivalent(output, options.input, error)) {
       throw Failure(kExitUsage, output + " is the input file, which karvo never overwrites");
     }
   }
-}
-
-int cancelStepFromEnvironment() {
-  const char* text = std::getenv("KARVO_TEST_CANCEL_AT_STEP");
-  if (text == nullptr) return -1;
-  int step = -1;
-  const std::string_view view(text);
-  const auto [end, error] = std::from_chars(view.data(), view.data() + view.size(), step);
-  return error == std::errc() && end == view.data() + view.size() && step >= 0 ? step : -1;
 }
 
 [[noreturn]] void reportCancelled() { throw Failure(kExitCancelled, "cancelled; the alignment was not changed"); }
@@ -122,15 +116,20 @@ int cancelStepFromEnvironment() {
   throw Failure(kExitRunRefused, "the run log " + path + " exists; use --force to overwrite it");
 }
 
-// A log outside the personal directory is asked about before anything runs,
-// since the run itself only ever sees its private stand-in folder.
+// A log named with --log is checked and, when it exists, asked about before
+// anything is read or run; the run then replaces it without asking again.
+// The default scratch log is replaced without asking.
 void confirmLogPath(const LogTarget& log, TerminalInteraction& interaction) {
-  if (log.kind != LogKind::Path) return;
+  if (log.given.empty()) return;
   std::error_code error;
-  if (fs::is_directory(log.value, error)) throw Failure(kExitUsage, "--log " + log.value + " is a directory");
-  if (!fs::exists(fs::symlink_status(log.value, error))) return;
-  if (!interaction.confirmOverwrite(log.value)) {
-    refuseOverwrite(interaction.overwriteDecision(), log.value);
+  if (!fs::is_directory(log.folder, error)) {
+    throw Failure(kExitUsage, "cannot write the run log " + log.given + ": " +
+                                  std::make_error_code(std::errc::no_such_file_or_directory).message());
+  }
+  if (fs::is_directory(log.given, error)) throw Failure(kExitUsage, "--log " + log.given + " is a directory");
+  if (!fs::exists(fs::symlink_status(log.given, error))) return;
+  if (!interaction.confirmOverwrite(log.given)) {
+    refuseOverwrite(interaction.overwriteDecision(), log.given);
   }
 }
 
@@ -189,7 +188,7 @@ void checkRunEnded(const ZemtraRunReport& report, const RunSummary& run) {
     case RunOutcome::FewerThanTwoSequences:
       throw Failure(kExitRunRefused, "nothing to align: fewer than two sequences have residues in " + columns);
     case RunOutcome::DirectoryFailed:
-      throw Failure(kExitRunRefused, "cannot create the log folder " + folderOf(run.logPath) + "; nothing was aligned");
+      throw Failure(kExitRunRefused, report.run.logProblem + "; nothing was aligned");
     case RunOutcome::OverwriteRefused:
       refuseOverwrite(run.overwrite, run.logPath);
     case RunOutcome::Cancelled:
@@ -295,9 +294,6 @@ std::unique_ptr<KARVO::Alignment> readSelected(const AlignOptions& options, cons
 // The run allocates its tables up front; one that cannot fit is refused
 // before anything is loaded or run.
 void checkMemory(const KARVO::Alignment& alignment) {
-  // For tests of what happens when an allocation fails inside the run.
-  if (const char* skip = std::getenv("KARVO_TEST_SKIP_MEMORY_CHECK"); skip != nullptr && std::string(skip) == "1")
-    return;
   const KARVO::ColumnRange range = alignment.selection;
   const unsigned long width = range.second - range.first;
   const std::uint64_t need = runMemoryNeed(engineFromEnvironment({width, alignment.sequenceCount()}));
@@ -321,25 +317,34 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
                      TerminalInteraction& interaction, ZemtraRunReport& report) {
   const std::unique_ptr<LoadedPlugin> plugin = loadZemtra(options.pluginDir);
   ExecuteWithParametersFn execute = nullptr;
-  std::optional<LogPlacement> placement;
+  SetExitHandlerFn setExitHandler = nullptr;
   try {
     execute = plugin->executeWithParameters();
     if (auto setOutput = reinterpret_cast<SetDebugOutputFn>(plugin->symbol("SetDebugOutput"))) {
       setOutput(filterDebugOutput);
     }
-    placement.emplace(settings.log);
+    setExitHandler = reinterpret_cast<SetExitHandlerFn>(plugin->symbol("SetExitHandler"));
   } catch (const std::runtime_error& error) {
     throw Failure(kExitUsage, error.what());
   }
+  if (setExitHandler == nullptr) throw Failure(kExitUsage, plugin->path() + " does not export SetExitHandler");
+  setExitHandler(failOnEngineExit);
   RunSummary run{alignment.selection, options.prealigned};
-  const ZemtraParameters parameters{settings.matNo, options.gap, options.prealigned, placement->logName()};
-  {
-    const EngineExitWatch watch;
+  ZemtraParameters parameters;
+  parameters.matNo = settings.matNo;
+  parameters.gap = options.gap;
+  parameters.prealigned = options.prealigned;
+  parameters.logName = settings.log.name;
+  parameters.logFolder = settings.log.folder;
+  try {
     execute(alignment, parameters, interaction, &report);
+  } catch (...) {
+    interaction.progressEnd();
+    throw;
   }
   interaction.progressEnd();
-  run.logWritten = placement->finish(report.run.logWritten) && report.run.logWritten;
-  run.logPath = placement->shownPath(report.run.logPath);
+  run.logWritten = report.run.logWritten;
+  run.logPath = settings.log.given.empty() ? report.run.logPath : settings.log.given;
   run.overwrite = interaction.overwriteDecision();
   return run;
 }
@@ -353,15 +358,20 @@ int align(const AlignOptions& options) {
   TerminalInteraction interaction(TerminalSettings{
       .showProgress = stderrIsTerminal && !options.quiet,
       .canAsk = stderrIsTerminal && ::isatty(STDIN_FILENO) != 0,
-      .force = options.force,
+      // The default scratch log is replaced without asking; a log named
+      // with --log was asked about already.
+      .force = true,
       .verbose = options.verbose,
-      .cancelAtStep = cancelStepFromEnvironment(),
   });
-  confirmLogPath(settings.log, interaction);
+  TerminalInteraction logQuestion(TerminalSettings{
+      .canAsk = stderrIsTerminal && ::isatty(STDIN_FILENO) != 0,
+      .force = options.force,
+  });
+  confirmLogPath(settings.log, logQuestion);
 
   const std::unique_ptr<KARVO::Alignment> alignment = readSelected(options, settings);
   checkMemory(*alignment);
-  checkPersonalDir();
+  if (settings.log.given.empty()) checkPersonalDir();
   ZemtraRunReport report;
   report.wantTree = false;
   const RunSummary run = runPlugin(options, settings, *alignment, interaction, report);
@@ -397,9 +407,11 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
       ->capture_default_str();
   command
       ->add_option("--log", options.log,
-                   "Run log: a name in the personal temporary directory (default zemtra.log), or a path")
-      ->type_name("NAME|PATH");
-  command->add_flag("--force", options.force, "Overwrite an existing run log without asking");
+                   "Run log file, relative to the current folder (default: zemtra.log in the personal temporary "
+                   "directory: $KARVO_TMPDIR, else $XDG_RUNTIME_DIR/karvo, else ~/.cache/karvo; replaced by each "
+                   "run)")
+      ->type_name("PATH");
+  command->add_flag("--force", options.force, "Overwrite an existing --log file without asking");
   command->add_option("-o,--output", options.output, "Output file (default: standard output)")->type_name("OUTPUT");
   command->add_option("--format", options.format, "Output format (default: from the output name, else fasta)")
       ->type_name("FORMAT")

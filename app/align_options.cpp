@@ -37,12 +37,12 @@ std::string columnRangeProblem(std::string_view text) {
 }
 
 std::optional<LogTarget> logTargetFor(const std::string& argument) {
-  if (argument.empty()) return LogTarget{LogKind::InPersonalDir, kDefaultLogName};
+  if (argument.empty()) return LogTarget{"", kDefaultLogName, ""};
   const std::size_t slash = argument.rfind('/');
   const std::string base = slash == std::string::npos ? argument : argument.substr(slash + 1);
   if (base.empty() || base == "." || base == "..") return std::nullopt;
-  if (slash == std::string::npos) return LogTarget{LogKind::InPersonalDir, argument};
-  return LogTarget{LogKind::Path, argument};
+  const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : argument.substr(0, slash);
+  return LogTarget{folder, base, argument};
 }
 
 }  // namespace karvo_app

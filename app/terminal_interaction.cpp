@@ -68,12 +68,11 @@ void TerminalInteraction::progressStart(int totalSteps) {
 }
 
 void TerminalInteraction::progressSet(int value) {
-  if (settings_.cancelAtStep >= 0 && value >= settings_.cancelAtStep) simulatedCancel_ = true;
   value_ = value;
   draw();
 }
 
-bool TerminalInteraction::progressCanceled() { return simulatedCancel_ || interruptRequested(); }
+bool TerminalInteraction::progressCanceled() { return interruptRequested(); }
 
 void TerminalInteraction::progressEnd() { clear(); }
 

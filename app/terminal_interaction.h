@@ -14,7 +14,6 @@ struct TerminalSettings {
   bool canAsk = false;        // standard input and error are terminals
   bool force = false;         // --force: overwrite without asking
   bool verbose = false;       // pass the run's diagnostic texts on
-  int cancelAtStep = -1;      // cancel once progress reaches this step (tests)
 };
 
 // How the last overwrite question was settled.
@@ -40,7 +39,6 @@ class TerminalInteraction final : public RunInteraction {
 
   TerminalSettings settings_;
   OverwriteDecision decision_ = OverwriteDecision::NotAsked;
-  bool simulatedCancel_ = false;
   bool drawn_ = false;
   int total_ = 0;
   int value_ = 0;

@@ -66,6 +66,7 @@ QStringList addRecentFile(QStringList list, const QString& path, int max) {
 
 MainWindow::MainWindow(const std::vector<std::string>& pluginDirs, QWidget* parent) : QMainWindow(parent) {
   reporter_ = [this](const QString& title, const QString& text) { QMessageBox::warning(this, title, text); };
+  hostLogText();  // the host log stays in memory, bounded
   plugins_ = karvo_app::listPlugins(pluginDirs);
 
   view_ = new AlignmentView(this);
@@ -381,26 +382,20 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
     // The copy in memory still protects the alignment against a failing run.
     qWarning("karvo: no recovery file: %s", error.what());
   }
-  const DirectorySnapshot logsBefore = snapshotDirectory(tmpDir);
 
   bool changed = false;
   QString failure;
-  {
-    LogNameWatcher logName;
-    try {
-      changed = execute(*alignment_);
-    } catch (const std::bad_alloc&) {
-      failure = tr("it ran out of memory");
-    } catch (const std::exception& error) {
-      failure = QString::fromLocal8Bit(error.what());
-    } catch (...) {
-      failure = tr("an unknown error");
-    }
-    removeRecovery(recovery);
-    if (const auto log = findRunLog(tmpDir, logsBefore, logName.name().toStdString())) {
-      lastLogPath_ = QString::fromStdString(*log);
-    }
+  try {
+    changed = execute(*alignment_);
+  } catch (const std::bad_alloc&) {
+    failure = tr("it ran out of memory");
+  } catch (const std::exception& error) {
+    failure = QString::fromLocal8Bit(error.what());
+  } catch (...) {
+    failure = tr("an unknown error");
   }
+  removeRecovery(recovery);
+  if (const std::string log = reportedRunLog(*loaded_[index]); !log.empty()) lastLogPath_ = QString::fromStdString(log);
 
   if (!failure.isEmpty()) {
     showAlignment(std::move(before), true);
@@ -513,8 +508,10 @@ void MainWindow::showRunLog() {
     layout->addWidget(logText_);
   }
   QFile file(lastLogPath_);
-  const QString text = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())
-                                                      : tr("The run log %1 cannot be read.").arg(lastLogPath_);
+  const QString text = file.open(QIODevice::ReadOnly)
+                           ? QString::fromUtf8(file.readAll())
+                           : tr("The run log %1 cannot be read; the latest text kept in memory:\n\n%2")
+                                 .arg(lastLogPath_, QString::fromStdString(hostLogText()));
   logText_->setPlainText(text);
   logWindow_->setWindowTitle(tr("Run log \u2014 %1").arg(fileName(lastLogPath_)));
   logWindow_->show();

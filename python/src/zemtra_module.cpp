@@ -3,7 +3,6 @@
 // the interpreter's side (progress callback, Ctrl-C), and hands back rows,
 // log and tree as plain Python values. Argument checks and the public
 // objects live in zemtra/__init__.py.
-#include <dlfcn.h>
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 #include <unistd.h>
@@ -14,8 +13,6 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -50,121 +47,32 @@ void throwEngineExit(int status, const char* reason) { throw EngineExitThrown{st
 
 void dropDebugText(const char*) {}
 
-using ExitHandler = void (*)(int status, const char* reason);
-using SetExitHandlerFunction = ExitHandler (*)(ExitHandler);
-
-// Looks SetExitHandler up in the loaded plug-in library (older builds do not
-// have it) and installs the throwing handler. True when installed.
-bool installExitHandler() {
-  Dl_info info{};
-  if (::dladdr(reinterpret_cast<void*>(&ExecuteWithParameters), &info) == 0 || info.dli_fname == nullptr) return false;
-  void* library = ::dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
-  if (library == nullptr) return false;
-  const auto set = reinterpret_cast<SetExitHandlerFunction>(::dlsym(library, "SetExitHandler"));
-  ::dlclose(library);  // the module's own link keeps the library loaded
-  if (set == nullptr) return false;
-  set(throwEngineExit);
-  // The fixed texts before an ending are the reason the exception carries.
+// Installed once, when the module is imported. The fixed texts written
+// before an ending are not shown: the reason the exception carries names it.
+const bool exitHandlerInstalled = [] {
+  SetExitHandler(throwEngineExit);
   SetDebugOutput(dropDebugText);
   return true;
-}
-
-const bool exitHandlerInstalled = installExitHandler();
+}();
 
 // ---------------------------------------------------------------------------
-// Where the run log text comes from. CONNECT(run log text): once the plug-in
-// hands the log back (ZemtraParameters::writeLogFile, ZemtraRunReport::
-// wantLogText / logText), the branch that takes report.logText is the one
-// compiled and everything below "Until then" goes.
+// The run log: no file is written, the plug-in hands the text back.
 
-template <typename Parameters>
-concept HandsBackLogText = requires(Parameters parameters) {
-  parameters.writeLogFile;
-};
-
-// Until then: the run writes its log into the personal temporary directory,
-// so this process points KARVO_TMPDIR at a private folder once, gives every
-// run its own log name and reads the file back.
-class PrivateLogFolder {
- public:
-  static PrivateLogFolder& instance() {
-    // Never destroyed: the folder is removed by an exit handler that may run
-    // after static objects are gone.
-    static PrivateLogFolder* folder = new PrivateLogFolder;
-    return *folder;
-  }
-
-  std::string nextLogName() {
-    return "zemtra-" + std::to_string(::getpid()) + "-" + std::to_string(++counter_) + ".log";
-  }
-
-  // The log's bytes; the file and the host's own log copy are removed.
-  static std::string takeLog(const std::string& path, const std::string& folder) {
-    std::ifstream in(path, std::ios::binary | std::ios::ate);
-    std::string text(static_cast<std::size_t>(std::max<std::streamoff>(in.tellg(), 0)), '\0');
-    in.seekg(0);
-    in.read(text.data(), static_cast<std::streamsize>(text.size()));
-    ::unlink(path.c_str());
-    ::unlink((folder + "/karvo.log").c_str());
-    return text;
-  }
-
-  const std::string& path() const { return path_; }
-
- private:
-  PrivateLogFolder() {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string pattern = std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/zemtra-python-XXXXXX";
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot create a folder for the run log");
-    path_ = pattern;
-    ::setenv("KARVO_TMPDIR", path_.c_str(), 1);
-    std::atexit([] {
-      std::error_code ignored;
-      std::filesystem::remove_all(instance().path_, ignored);
-    });
-  }
-
-  std::string path_;
-  std::atomic<unsigned long> counter_{0};
-};
-
-template <typename Parameters, typename Report>
-void prepareLog(Parameters& parameters, Report& report) {
-  if constexpr (HandsBackLogText<Parameters>) {
-    parameters.writeLogFile = false;
-    report.wantLogText = true;
-  } else {
-    parameters.logName = PrivateLogFolder::instance().nextLogName();
-  }
+void prepareLog(ZemtraParameters& parameters, ZemtraRunReport& report) {
+  parameters.writeLogFile = false;
+  report.wantLogText = true;
 }
 
-template <typename Parameters, typename Report>
-std::string collectLog(const Parameters&, Report& report) {
-  if constexpr (HandsBackLogText<Parameters>) {
-    return std::move(report.logText);
-  } else {
-    if (report.run.logPath.empty()) return {};
-    return PrivateLogFolder::takeLog(report.run.logPath, PrivateLogFolder::instance().path());
-  }
-}
+std::string collectLog(ZemtraRunReport& report) { return std::move(report.logText); }
 
 // ---------------------------------------------------------------------------
-// The pairwise tables. CONNECT(pairwise tables): RunDetails::identity and
-// ::distance (ns x ns, row-major) once the run reports them; until then None
-// goes back and the package reads the log's tables.
+// The pairwise tables (ns x ns, row-major floats), None when the run stopped
+// before they were made.
 
-template <typename Details>
-py::object pairwiseTable(const Details& details, bool identity) {
-  if constexpr (requires {
-                  details.identity;
-                  details.distance;
-                }) {
-    const std::vector<float>& values = identity ? details.identity : details.distance;
-    if (values.empty()) return py::none();
-    return py::bytes(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(float));
-  } else {
-    return py::none();
-  }
+py::object pairwiseTable(const RunDetails& details, bool identity) {
+  const std::vector<float>& values = identity ? details.identity : details.distance;
+  if (values.empty()) return py::none();
+  return py::bytes(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(float));
 }
 
 // ---------------------------------------------------------------------------
@@ -338,7 +246,7 @@ class HostAlignment {
     if (report.exchange != ExchangeOutcome::Rewritten) return out;
     out["outcome"] = outcomeName(report.run.outcome);
     out["log_path"] = report.run.logPath;
-    std::string log = collectLog(parameters, report);
+    std::string log = collectLog(report);
     out["log"] = py::bytes(log);
     out["sent"] = report.sentRows;
     std::vector<std::string> rows;
@@ -431,5 +339,4 @@ PYBIND11_MODULE(_zemtra, module) {
   module.def("unknown_matrix_message", &ScoMat::unknownMatrixMessage, py::arg("given"));
   module.def("matrix_names", &ScoMat::matrixNameList);
   module.def("write_file_atomically", &writeFileAtomically, py::arg("path"), py::arg("data"));
-  module.attr("engine_exits_raise") = exitHandlerInstalled;
 }

@@ -12,12 +12,6 @@ import pytest
 
 import zemtra
 
-needs_exit_handler = pytest.mark.skipif(
-    not zemtra.ENGINE_EXITS_RAISE,
-    reason="this plug-in library has no SetExitHandler yet: the engine would end the interpreter",
-)
-
-
 def test_progress_comes_from_the_calling_thread_in_order(family):
     seen = []
     caller = threading.get_ident()
@@ -120,7 +114,6 @@ def test_the_run_leaves_the_interpreter_to_other_threads(family):
     assert counted[0] > 1000
 
 
-@needs_exit_handler
 def test_rows_that_do_not_fit_raise_and_the_interpreter_goes_on(globins):
     rows = [("s0", "MAK"), ("s1", "GMVWWE"), ("s2", "WKL"), ("s3", "DS"), ("s4", "DNDQF")]
     with pytest.raises(zemtra.EngineExit) as raised:
@@ -130,7 +123,6 @@ def test_rows_that_do_not_fit_raise_and_the_interpreter_goes_on(globins):
     assert zemtra.realign(globins).outcome == zemtra.Outcome.COMPLETED
 
 
-@needs_exit_handler
 def test_pair_without_an_aligned_position_raises():
     with pytest.raises(zemtra.EngineExit) as raised:
         zemtra.realign([("trp", "W"), ("cys", "C")], matrix=14)

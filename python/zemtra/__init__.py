@@ -35,10 +35,6 @@ except ImportError:  # NumPy is optional: the tables are then lists of lists
 
 __all__ = ["realign", "Result", "Outcome", "EngineExit", "matrix_names"]
 
-#: True when the engine's own process exits come back as EngineExit. With an
-#: older plug-in library they still end the interpreter.
-ENGINE_EXITS_RAISE: bool = _zemtra.engine_exits_raise
-
 #: What realign accepts as an alignment.
 AlignmentLike = Union["MultipleSeqAlignment", Sequence[Tuple[str, str]], Mapping[str, str]]
 #: A progress callback: progress(done, total); returning False cancels.

@@ -1,7 +1,6 @@
 # The extension module under the zemtra package; use zemtra.realign.
 from typing import Any, Callable, Dict, List, Optional
 
-engine_exits_raise: bool
 
 class HostAlignment:
     """Rows read as the host's alignment readers read them."""

@@ -39,12 +39,16 @@ TEST(MatrixLookup, TakesWholeNamesInAnyCaseOrTheNumbersZeroToFourteen) {
   for (const auto& [text, number] : cases) EXPECT_EQ(ScoMat::findMatrix(text), number) << text;
 }
 
-TEST(LogTarget, AnythingWithASlashIsAPath) {
-  for (const char* text : {"./run.log", "/tmp/x/run.log", "logs/run.log"}) {
+TEST(LogTarget, SplitsAPathRelativeToTheCurrentFolder) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"run.log", "."}, {"./run.log", "."}, {"/run.log", "/"}, {"/tmp/x/run.log", "/tmp/x"}, {"../run.log", ".."}};
+  for (const auto& [text, folder] : cases) {
     const auto target = logTargetFor(text);
     ASSERT_TRUE(target) << text;
-    EXPECT_EQ(target->kind, LogKind::Path) << text;
+    EXPECT_EQ(target->folder, folder) << text;
+    EXPECT_EQ(target->name, "run.log") << text;
   }
+  EXPECT_EQ(logTargetFor("")->folder, "");  // the default log: personal directory
 }
 
 TEST(LogTarget, RejectsPathsThatNameNoFile) {

@@ -79,7 +79,9 @@ TEST_F(ScreenshotTest, GuideTreeShowsTheRunsPhylogramAndALeafClickPicksItsRow) {
   const auto plugin = karvo_app::LoadedPlugin::open(ZEMTRA_PLUGIN_PATH);
   HeadlessRunInteraction quiet;
   ZemtraRunReport report;
-  ASSERT_TRUE(plugin->executeWithParameters()(*run, {0, 40, 0, "tree.log"}, quiet, &report));
+  ZemtraParameters parameters;
+  parameters.writeLogFile = false;
+  ASSERT_TRUE(plugin->executeWithParameters()(*run, parameters, quiet, &report));
   window.setGuideTree(guideTreeOfRun(report, *run));
   ASSERT_TRUE(show->isEnabled());
   show->trigger();
