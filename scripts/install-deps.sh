@@ -6,6 +6,7 @@ set -euo pipefail
 packages=(
   g++ cmake make pkg-config python3
   qt6-base-dev
+  zlib1g-dev
   libgtest-dev libgmock-dev
   libbenchmark-dev
   libcli11-dev
