@@ -99,7 +99,7 @@ int runGui(const GuiOptions& options) {
   }
   // The plug-in's diagnostic texts ("Prepare data for ZEMTRA." and the
   // like) go to the toolkit's debug output: shown only when asked for.
-  if (!options.verbose) QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+  QLoggingCategory::setFilterRules(options.verbose ? QString() : QStringLiteral("default.debug=false"));
   QApplication::setApplicationName(QStringLiteral("karvo"));
   QApplication::setOrganizationName(QStringLiteral("karvo"));
 
