@@ -350,7 +350,7 @@ int align(const AlignOptions& options) {
 }
 
 CLI::Validator gapPenaltyCheck() {
-  return CLI::Validator([](const std::string& text) { return gapPenaltyProblem(text); }, "N");
+  return CLI::Validator([](const std::string& text) { return gapPenaltyProblem(text); }, "");
 }
 
 }  // namespace
@@ -363,7 +363,9 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
       ->required();
   command->add_option("--range", options.range, "Columns to re-align, FIRST:LAST, 1-based and inclusive")
       ->type_name("FIRST:LAST");
-  command->add_option("--matrix", options.matrix, "Substitution matrix: name (any case) or number 0-14")
+  command
+      ->add_option("--matrix", options.matrix,
+                   "Substitution matrix: name or published name such as BLOSUM62 (any case), or number 0-14")
       ->type_name("NAME|NUMBER")
       ->capture_default_str();
   command->add_option("--gap", options.gap, "Gap penalty, a whole number from 0 to 100")

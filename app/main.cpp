@@ -67,7 +67,8 @@ int main(int argc, char** argv) {
       ->check(
           [](const std::string& text) { return parseColumnRange(text) ? std::string() : columnRangeProblem(text); });
   gui->add_option("--screenshot", guiScreenshot, "Write a PNG picture of the window and exit");
-  gui->add_flag("--run", guiOptions.run, "Run the plug-in on the selection first, with the dialog's defaults");
+  gui->add_flag("--run", guiOptions.run,
+                "Run the plug-in first with the dialog's defaults, on the selection or else on all columns");
   gui->add_option("--plugin-dir", guiOptions.pluginDir, "Look for plug-ins only in this folder");
   gui->add_flag("--verbose", guiOptions.verbose, "Show the plug-in's diagnostic messages");
 
