@@ -17,12 +17,12 @@
 #include "app/plugin_loader.h"
 #include "app/run_memory.h"
 #include "app/terminal_interaction.h"
-#include "app/tree_export.h"
 #include "host/alignment.h"
 #include "host/alignment_io.h"
 #include "host/config.h"
 #include "host/file_io.h"
 #include "host/input_notes.h"
+#include "host/phylo_tree.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/matrix_names.h"
 
@@ -95,8 +95,10 @@ Settings checkOptions(const AlignOptions& options) {
 // Every output file's folder is checked before the run, so that a typo in a
 // path does not cost a whole run.
 void checkOutputPaths(const AlignOptions& options) {
-  const std::pair<const char*, const std::string*> outputs[] = {
-      {"-o", &options.output}, {"--tree-newick", &options.treeNewick}, {"--tree-svg", &options.treeSvg}};
+  const std::pair<const char*, const std::string*> outputs[] = {{"-o", &options.output},
+                                                                {"--tree-newick", &options.treeNewick},
+                                                                {"--tree-svg", &options.treeSvg},
+                                                                {"--distances", &options.distances}};
   for (const auto& [option, path] : outputs) {
     if (const std::string problem = outputPathProblem(option, *path); !problem.empty()) {
       throw Failure(kExitUsage, problem);
@@ -106,7 +108,7 @@ void checkOutputPaths(const AlignOptions& options) {
 
 // Nothing the command writes may replace the file it reads.
 void checkInputKeptApart(const AlignOptions& options, const Settings& settings) {
-  std::vector<std::string> outputs{options.output, options.treeNewick, options.treeSvg};
+  std::vector<std::string> outputs{options.output, options.treeNewick, options.treeSvg, options.distances};
   if (settings.log.kind == LogKind::Path) outputs.push_back(settings.log.value);
   for (const std::string& output : outputs) {
     std::error_code error;
@@ -218,22 +220,66 @@ std::vector<std::string> runRowNames(const KARVO::Alignment& alignment, const Ze
   return names;
 }
 
-void writeTrees(const AlignOptions& options, const KARVO::Alignment& alignment, const ZemtraRunReport& report) {
-  if (options.treeNewick.empty() && options.treeSvg.empty()) return;
-  const std::vector<std::string> names = runRowNames(alignment, report);
-  const NamedTree tree{report.tree, report.treeRoot, names};
-  const auto write = [&](const std::string& path, std::string (*render)(const NamedTree&)) {
-    if (path.empty()) return;
-    try {
-      KARVO::writeFileAtomically(path, render(tree));
-    } catch (const std::invalid_argument& error) {
-      throw Failure(kExitOutputFailed, "cannot write " + path + ": " + error.what());
-    } catch (const std::exception& error) {
-      throw Failure(kExitOutputFailed, error.what());
-    }
-  };
-  write(options.treeNewick, newickText);
-  write(options.treeSvg, svgText);
+void writeOutputFile(const std::string& path, const std::string& text) {
+  try {
+    KARVO::writeFileAtomically(path, text);
+  } catch (const std::exception& error) {
+    throw Failure(kExitOutputFailed, error.what());
+  }
+}
+
+// The run's rows as the outputs list them: input order, or the guide tree's
+// leaf order.
+struct RunOutputs {
+  std::vector<std::string> names;  // per run row
+  KARVO::PhyloTree tree;           // built when an output needs it
+  std::vector<std::size_t> order;  // run rows in output order
+};
+
+RunOutputs runOutputs(const AlignOptions& options, const KARVO::Alignment& alignment, const ZemtraRunReport& report) {
+  RunOutputs out{runRowNames(alignment, report), {}, {}};
+  const bool treeOrder = options.order == "tree";
+  if (options.treeNewick.empty() && options.treeSvg.empty() && !treeOrder) return out;
+  const JoinHistory& history = report.run.history;
+  try {
+    out.tree = KARVO::runTree(history.joins, history.distances, report.run.distance, out.names);
+  } catch (const std::invalid_argument& error) {
+    throw Failure(kExitOutputFailed, std::string("no guide tree: ") + error.what());
+  }
+  if (treeOrder) {
+    for (const int leaf : KARVO::leafOrder(out.tree))
+      out.order.push_back(static_cast<std::size_t>(out.tree.nodes[static_cast<std::size_t>(leaf)].row));
+  }
+  return out;
+}
+
+void writeTreeAndTables(const AlignOptions& options, const ZemtraRunReport& report, const RunOutputs& outputs) {
+  if (!options.treeNewick.empty()) writeOutputFile(options.treeNewick, KARVO::toNewick(outputs.tree));
+  if (!options.treeSvg.empty()) writeOutputFile(options.treeSvg, KARVO::toSvg(outputs.tree));
+  if (!options.distances.empty()) {
+    const KARVO::PairwiseTables tables{outputs.names, report.run.identity, report.run.distance, outputs.order};
+    writeOutputFile(options.distances,
+                    KARVO::wantsPhylip(options.distances) ? KARVO::distancePhylip(tables) : KARVO::distanceTsv(tables));
+  }
+}
+
+// The alignment with the run's rows in the given order, followed by the rows
+// that took no part in the run, in input order.
+std::unique_ptr<KARVO::Alignment> reordered(const KARVO::Alignment& alignment, const ZemtraRunReport& report,
+                                            const std::vector<std::size_t>& order) {
+  std::vector<unsigned long> rows;
+  for (const std::size_t r : order) rows.push_back(report.sentRows[r]);
+  std::vector<bool> taken(alignment.sequenceCount(), false);
+  for (const unsigned long row : rows) taken[row] = true;
+  for (unsigned long row = 0; row < alignment.sequenceCount(); ++row)
+    if (!taken[row]) rows.push_back(row);
+  std::vector<KARVO::SequenceInfo> sequences;
+  std::vector<std::string> texts;
+  for (const unsigned long row : rows) {
+    sequences.push_back(alignment.sequence(row));
+    texts.push_back(alignment.rowText(row));
+  }
+  return KARVO::Alignment::fromRows(sequences, texts);
 }
 
 void writeResult(const AlignOptions& options, const Settings& settings, const KARVO::Alignment& alignment) {
@@ -335,13 +381,17 @@ int align(const AlignOptions& options) {
   checkMemory(*alignment);
   checkPersonalDir();
   ZemtraRunReport report;
-  report.wantTree = !options.treeNewick.empty() || !options.treeSvg.empty();
+  report.wantTree = false;
   const RunSummary run = runPlugin(options, settings, *alignment, interaction, report);
   checkRunEnded(report, run);
 
   if (!run.logWritten) std::cerr << "karvo: warning: the run log could not be written to " << run.logPath << '\n';
-  writeResult(options, settings, *alignment);
-  writeTrees(options, *alignment, report);
+  const RunOutputs outputs = runOutputs(options, *alignment, report);
+  if (outputs.order.empty())
+    writeResult(options, settings, *alignment);
+  else
+    writeResult(options, settings, *reordered(*alignment, report, outputs.order));
+  writeTreeAndTables(options, report, outputs);
   if (!options.quiet && run.logWritten) {
     std::cerr << "karvo: aligned " << report.sentRows.size() << " sequences in " << columnsText(run.range)
               << "; run log: " << run.logPath << '\n';
@@ -389,8 +439,21 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
                    "Output format (default: from the output name; fasta on standard output): " + KARVO::formatChoices())
       ->type_name("FORMAT")
       ->check(CLI::IsMember(KARVO::formatNames(), CLI::ignore_case));
-  command->add_option("--tree-newick", options.treeNewick, "Write the guide tree in Newick format")->type_name("FILE");
-  command->add_option("--tree-svg", options.treeSvg, "Draw the guide tree as SVG")->type_name("FILE");
+  command
+      ->add_option("--tree-newick", options.treeNewick,
+                   "Write the guide tree in Newick format, branch lengths in the run's distance units")
+      ->type_name("FILE");
+  command->add_option("--tree-svg", options.treeSvg, "Draw the guide tree as an SVG phylogram")->type_name("FILE");
+  command
+      ->add_option("--distances", options.distances,
+                   "Write the pairwise percent identities and distances: TSV, or PHYLIP for names ending .phy or .dist")
+      ->type_name("FILE");
+  command
+      ->add_option("--order", options.order,
+                   "Row order of the alignment and the distance tables: input, or tree (the guide tree's leaf order)")
+      ->type_name("input|tree")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"input", "tree"}));
   command
       ->add_option("--plugin-dir", options.pluginDir,
                    "Folder holding the plug-in: libZemtraBatch.so.0 (the window-less build, preferred) or "

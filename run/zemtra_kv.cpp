@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <iomanip>
 #include <string>
 
@@ -59,6 +60,19 @@ bool finishLog(RunLogFile& log, const std::string& logPath) {
     entry.append("! ZEMTRA::PROCESS no log file");
   }
   return written;
+}
+
+// The pairwise phase's tables as the host receives them.
+void keepPairwiseTables(const RunStorage& storage, unsigned long ns, RunDetails& result) {
+  KARVO::Matrix<float> distance(ns, ns);
+  for (unsigned long r = 0; r < ns; ++r) std::copy(storage.fscore[r], storage.fscore[r] + ns, distance[r]);
+  treeDistances(distance);
+  result.identity.resize(ns * ns);
+  result.distance.resize(ns * ns);
+  for (unsigned long r = 0; r < ns; ++r) {
+    std::copy(storage.pid[r], storage.pid[r] + ns, result.identity.begin() + static_cast<long>(r * ns));
+    std::copy(distance[r], distance[r] + ns, result.distance.begin() + static_cast<long>(r * ns));
+  }
 }
 
 bool isDirectory(const std::string& path) {
@@ -140,6 +154,7 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName
 
   if (completed) {
     writePairwiseTables(log, input, storage);
+    if (details != nullptr) keepPairwiseTables(storage, ns, result);
     if (ns == 2) {
       log << "\n\n";
       *ok = true;

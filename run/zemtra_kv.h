@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "core/matrix.h"
 #include "pairwise/engine_options.h"
@@ -23,6 +24,11 @@ struct RunDetails {
   std::string logPath;      // where the log went (or should have gone)
   bool logWritten = false;  // false when the file could not be opened
   JoinHistory history;      // joins of the tree phase (empty for two sequences)
+  // Filled once the pairwise phase finished: ns x ns, row-major, run rows in
+  // input order. identity is the percent identity of the log's pairwise
+  // table; distance the distance the tree phase clusters, -100 ln(NAS/100).
+  std::vector<float> identity;
+  std::vector<float> distance;
 };
 
 // The run through any interaction; logName is the file name in the file

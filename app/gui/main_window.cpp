@@ -117,6 +117,9 @@ void MainWindow::createMenus() {
   QMenu* viewMenu = menuBar()->addMenu(tr("&View"));
   runLogAction_ = viewMenu->addAction(tr("Run &Log"), this, &MainWindow::showRunLog);
   runLogAction_->setObjectName(QStringLiteral("runLogAction"));
+  guideTreeAction_ = viewMenu->addAction(tr("Guide &Tree"), this, &MainWindow::showGuideTree);
+  guideTreeAction_->setObjectName(QStringLiteral("guideTreeAction"));
+  guideTreeAction_->setEnabled(false);
 
   pluginMenu_ = menuBar()->addMenu(tr("&Plugins"));
   pluginMenu_->setObjectName(QStringLiteral("pluginMenu"));
@@ -234,6 +237,7 @@ bool MainWindow::openFile(const QString& path) {
     }
     return false;
   }
+  setGuideTree({});
   filePath_ = absolute;
   undo_ = {};
   showAlignment(std::move(loaded), false);
@@ -322,6 +326,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     return;
   }
   if (logWindow_ != nullptr) logWindow_->close();
+  if (treeWindow_ != nullptr) treeWindow_->close();
   event->accept();
 }
 
@@ -404,6 +409,12 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
            tr("%1 stopped with an error: %2.\nThe alignment is as it was before the run.").arg(name, failure));
     return RunOutcome::Failed;
   }
+  // The report of the run, from plug-ins that keep one.
+  using LastRunReportFn = const ZemtraRunReport* (*)();
+  if (const auto last = reinterpret_cast<LastRunReportFn>(loaded_[index]->symbol("LastRunReport"))) {
+    if (const ZemtraRunReport* runReport = last(); runReport != nullptr && changed)
+      setGuideTree(guideTreeOfRun(*runReport, *alignment_));
+  }
   if (changed) {
     undo_ = {std::move(before), modifiedBefore};
     setWindowModified(true);
@@ -413,6 +424,32 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
   updateStatus();
   if (logWindow_ != nullptr && logWindow_->isVisible()) showRunLog();
   return changed ? RunOutcome::Changed : RunOutcome::Unchanged;
+}
+
+void MainWindow::setGuideTree(RunGuideTree tree) {
+  guideTree_ = std::move(tree);
+  guideTreeAction_->setEnabled(!guideTree_.tree.empty());
+  if (treeView_ != nullptr) treeView_->setTree(guideTree_.tree);
+}
+
+void MainWindow::showGuideTree() {
+  if (treeWindow_ == nullptr) {
+    treeWindow_ = new QDialog(this);
+    treeWindow_->setWindowTitle(tr("Guide Tree"));
+    treeWindow_->resize(720, 520);
+    auto* layout = new QVBoxLayout(treeWindow_);
+    layout->setContentsMargins(0, 0, 0, 0);
+    treeView_ = new TreeView(treeWindow_);
+    layout->addWidget(treeView_);
+    connect(treeView_, &TreeView::leafClicked, this, [this](int node) {
+      const long row = treeView_->tree().nodes[static_cast<std::size_t>(node)].row;
+      if (row >= 0 && static_cast<std::size_t>(row) < guideTree_.alignmentRows.size())
+        view_->setCurrentRow(static_cast<long>(guideTree_.alignmentRows[static_cast<std::size_t>(row)]));
+    });
+    treeView_->setTree(guideTree_.tree);
+  }
+  treeWindow_->show();
+  treeWindow_->raise();
 }
 
 void MainWindow::undo() {

@@ -175,28 +175,6 @@ TEST_F(AlignRun, VerboseShowsThePluginDiagnostics) {
   EXPECT_NE(karvo({"align", input(), "-q", "--verbose"}).err.find("Calculating Zemtra.\n"), std::string::npos);
 }
 
-using TreeOutput = KarvoCli;
-
-TEST_F(TreeOutput, NewickAndSvgNameEverySequenceOnceWithFullNames) {
-  ASSERT_EQ(karvo({"align", input(kFour), "--tree-newick", dir / "t.nwk", "--tree-svg", dir / "t.svg", "-q"}).status,
-            0);
-  const std::string tree = readFile(dir / "t.nwk");
-  EXPECT_TRUE(tree.ends_with(";\n"));
-  EXPECT_EQ(countOf(tree, "("), 3u);
-  EXPECT_EQ(countOf(tree, ")"), 3u);
-  for (const char* name : {"alpha:", "beta:", "myoglobin_sperm_whale:", "delta:"}) EXPECT_EQ(countOf(tree, name), 1u);
-  const std::string svg = readFile(dir / "t.svg");
-  EXPECT_TRUE(svg.find("<svg") != std::string::npos && svg.ends_with("</svg>\n"));
-  EXPECT_NE(svg.find(">myoglobin_sperm_whale</text>"), std::string::npos);
-  EXPECT_EQ(countOf(svg, "<text"), 4u);
-}
-
-TEST_F(TreeOutput, TwoSequencesGiveASingleJoin) {
-  const std::string two = ">a\nMVLSPADKTNVKAAW\n>b\nMVHLTPEEKSAVTAL\n";
-  ASSERT_EQ(karvo({"align", input(two), "--tree-newick", dir / "t.nwk", "-q"}).status, 0);
-  EXPECT_EQ(readFile(dir / "t.nwk"), "(a:1,b:1);\n");
-}
-
 using Progress = KarvoCli;
 
 // Without a terminal the summary test above sees no bar.

@@ -9,12 +9,16 @@
 #include <QFile>
 #include <QImage>
 #include <QPixmap>
+#include <QTest>
 #include <filesystem>
 
 #include "app/gui/alignment_view.h"
 #include "app/gui/gui_main.h"
 #include "app/gui/modal_auto_answer.h"
+#include "app/gui/tree_view.h"
+#include "app/plugin_loader.h"
 #include "gui_fixture.h"
+#include "run/headless_run_interaction.h"
 
 namespace karvo_gui {
 namespace {
@@ -62,6 +66,37 @@ TEST_F(ScreenshotTest, TheParameterDialogIsPictured) {
   const QImage image(path);
   ASSERT_FALSE(image.isNull());
   EXPECT_GE(image.width(), 300);
+}
+
+// The window's guide tree of a real run of the globins; a click on a leaf's
+// name makes its alignment row the current one.
+TEST_F(ScreenshotTest, GuideTreeShowsTheRunsPhylogramAndALeafClickPicksItsRow) {
+  MainWindow& window = windowWith("globins.fa", {testing::zemtraPluginDir()});
+  QAction* show = testing::action(window, "guideTreeAction");
+  EXPECT_FALSE(show->isEnabled());
+  const auto run = window.alignment()->clone();
+  run->selection = {0, run->columnCount()};
+  const auto plugin = karvo_app::LoadedPlugin::open(ZEMTRA_PLUGIN_PATH);
+  HeadlessRunInteraction quiet;
+  ZemtraRunReport report;
+  ASSERT_TRUE(plugin->executeWithParameters()(*run, {0, 40, 0, "tree.log"}, quiet, &report));
+  window.setGuideTree(guideTreeOfRun(report, *run));
+  ASSERT_TRUE(show->isEnabled());
+  show->trigger();
+
+  TreeView& view = *window.treeView();
+  view.window()->resize(640, 260);
+  QCoreApplication::processEvents();
+  const std::vector<int> leaves = KARVO::leafOrder(view.tree());
+  ASSERT_EQ(leaves.size(), 7u);
+  const int hbd = leaves[1];  // HBB and HBD join first, so they lead the leaf order
+  ASSERT_EQ(view.tree().nodes[static_cast<std::size_t>(hbd)].name, "HBD_HUMAN");
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.leafPoint(hbd));
+  EXPECT_EQ(view.currentLeaf(), hbd);
+  EXPECT_EQ(window.view()->currentRow(), 3);
+  ASSERT_TRUE(view.window()->grab().save(screenshotPath("guide_tree.png"), "PNG"));
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, QPoint(2, 2));
+  EXPECT_EQ(window.view()->currentRow(), 3) << "a click beside the tree picks nothing";
 }
 
 TEST_F(ScreenshotTest, UnattendedModePicturesTheSelectionAndExits) {
