@@ -11,6 +11,7 @@
 #include "app/align_options.h"
 #include "app/engine_exit.h"
 #include "app/exit_status.h"
+#include "app/output_paths.h"
 #include "app/plugin_loader.h"
 #include "app/run_memory.h"
 #include "app/terminal_interaction.h"
@@ -18,6 +19,7 @@
 #include "host/alignment_io.h"
 #include "host/config.h"
 #include "host/file_io.h"
+#include "host/input_notes.h"
 #include "host/phylo_tree.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/matrix_names.h"
@@ -74,8 +76,8 @@ Settings checkOptions(const AlignOptions& options) {
   const auto matNo = ScoMat::findMatrix(options.matrix);
   if (!matNo) throw Failure(kExitUsage, ScoMat::unknownMatrixMessage(options.matrix));
   settings.matNo = *matNo;
-  if (options.gap < 0 || options.gap > 100) {
-    throw Failure(kExitUsage, "--gap must be from 0 to 100, not " + std::to_string(options.gap));
+  if (const std::string problem = gapPenaltyProblem(std::to_string(options.gap)); !problem.empty()) {
+    throw Failure(kExitUsage, "--gap: " + problem);
   }
   if (options.prealigned < 0) {
     throw Failure(kExitUsage, "--prealigned must be 0 or more, not " + std::to_string(options.prealigned));
@@ -87,12 +89,24 @@ Settings checkOptions(const AlignOptions& options) {
   const auto log = logTargetFor(options.log);
   if (!log) throw Failure(kExitUsage, "--log " + options.log + " does not name a file");
   settings.log = *log;
-  if (!options.format.empty()) {
-    settings.format = *KARVO::formatFromName(options.format);
-  } else if (!options.output.empty()) {
-    settings.format = KARVO::formatFromName(options.output).value_or(KARVO::AlignmentFormat::Fasta);
-  }
+  const OutputFormat format = outputFormatFor(options.output, options.format);
+  if (!format.format) throw Failure(kExitUsage, format.problem);
+  settings.format = *format.format;
   return settings;
+}
+
+// Every output file's folder is checked before the run, so that a typo in a
+// path does not cost a whole run.
+void checkOutputPaths(const AlignOptions& options) {
+  const std::pair<const char*, const std::string*> outputs[] = {{"-o", &options.output},
+                                                                {"--tree-newick", &options.treeNewick},
+                                                                {"--tree-svg", &options.treeSvg},
+                                                                {"--distances", &options.distances}};
+  for (const auto& [option, path] : outputs) {
+    if (const std::string problem = outputPathProblem(option, *path); !problem.empty()) {
+      throw Failure(kExitUsage, problem);
+    }
+  }
 }
 
 // Nothing the command writes may replace the file it reads.
@@ -101,7 +115,7 @@ void checkInputKeptApart(const AlignOptions& options, const Settings& settings) 
                                    settings.log.given};
   for (const std::string& output : outputs) {
     std::error_code error;
-    if (!output.empty() && fs::equivalent(output, options.input, error)) {
+    if (!output.empty() && !isStandardStream(output) && fs::equivalent(output, options.input, error)) {
       throw Failure(kExitUsage, output + " is the input file, which karvo never overwrites");
     }
   }
@@ -268,7 +282,7 @@ std::unique_ptr<KARVO::Alignment> reordered(const KARVO::Alignment& alignment, c
 }
 
 void writeResult(const AlignOptions& options, const Settings& settings, const KARVO::Alignment& alignment) {
-  if (options.output.empty()) {
+  if (options.output.empty() || isStandardStream(options.output)) {
     KARVO::writeAlignment(std::cout, alignment, settings.format);
     std::cout.flush();
     if (!std::cout) throw Failure(kExitOutputFailed, "cannot write the alignment to standard output");
@@ -283,6 +297,8 @@ void writeResult(const AlignOptions& options, const Settings& settings, const KA
 
 std::unique_ptr<KARVO::Alignment> readSelected(const AlignOptions& options, const Settings& settings) {
   std::unique_ptr<KARVO::Alignment> alignment = readInput(options.input);
+  for (const std::string& warning : KARVO::inputWarnings(*alignment))
+    std::cerr << "karvo: warning: " << warning << '\n';
   alignment->selection = selectRange(*alignment, settings.span);
   if (static_cast<unsigned long>(options.prealigned) > alignment->sequenceCount()) {
     throw Failure(kExitUsage, "--prealigned " + std::to_string(options.prealigned) + " is more than the " +
@@ -352,19 +368,21 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
 int align(const AlignOptions& options) {
   const Settings settings = checkOptions(options);
   checkInputKeptApart(options, settings);
+  checkOutputPaths(options);
 
   verboseMessages = options.verbose;
   const bool stderrIsTerminal = ::isatty(STDERR_FILENO) != 0;
   TerminalInteraction interaction(TerminalSettings{
       .showProgress = stderrIsTerminal && !options.quiet,
-      .canAsk = stderrIsTerminal && ::isatty(STDIN_FILENO) != 0,
+      // Standard input holding the alignment cannot answer a question.
+      .canAsk = stderrIsTerminal && ::isatty(STDIN_FILENO) != 0 && !isStandardStream(options.input),
       // The default scratch log is replaced without asking; a log named
       // with --log was asked about already.
       .force = true,
       .verbose = options.verbose,
   });
   TerminalInteraction logQuestion(TerminalSettings{
-      .canAsk = stderrIsTerminal && ::isatty(STDIN_FILENO) != 0,
+      .canAsk = stderrIsTerminal && ::isatty(STDIN_FILENO) != 0 && !isStandardStream(options.input),
       .force = options.force,
   });
   confirmLogPath(settings.log, logQuestion);
@@ -391,17 +409,29 @@ int align(const AlignOptions& options) {
   return run.logWritten ? kExitOk : kExitLogNotWritten;
 }
 
+CLI::Validator gapPenaltyCheck() {
+  return CLI::Validator([](const std::string& text) { return gapPenaltyProblem(text); }, "");
+}
+
 }  // namespace
 
 CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
   CLI::App* command = parent.add_subcommand("align", "Re-align a column range of an alignment file");
-  command->add_option("input", options.input, "Alignment file (FASTA, Clustal, MSF or Stockholm)")->required();
+  command
+      ->add_option("input", options.input,
+                   "Alignment file (FASTA, Clustal, MSF or Stockholm, also gzip-compressed); - for standard input")
+      ->required();
   command->add_option("--range", options.range, "Columns to re-align, FIRST:LAST, 1-based and inclusive")
       ->type_name("FIRST:LAST");
-  command->add_option("--matrix", options.matrix, "Substitution matrix: name (any case) or number 0-14")
+  command
+      ->add_option("--matrix", options.matrix,
+                   "Substitution matrix: name or published name such as BLOSUM62 (any case), or number 0-14")
       ->type_name("NAME|NUMBER")
       ->capture_default_str();
-  command->add_option("--gap", options.gap, "Gap penalty, 0 to 100")->type_name("N")->capture_default_str();
+  command->add_option("--gap", options.gap, "Gap penalty, a whole number from 0 to 100")
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(gapPenaltyCheck());
   command->add_option("--prealigned", options.prealigned, "Leading sequences already aligned to each other")
       ->type_name("N")
       ->capture_default_str();
@@ -412,10 +442,15 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
                    "run)")
       ->type_name("PATH");
   command->add_flag("--force", options.force, "Overwrite an existing --log file without asking");
-  command->add_option("-o,--output", options.output, "Output file (default: standard output)")->type_name("OUTPUT");
-  command->add_option("--format", options.format, "Output format (default: from the output name, else fasta)")
+  command
+      ->add_option("-o,--output", options.output,
+                   "Output file; a name ending in .gz is written gzip-compressed; - or none: standard output")
+      ->type_name("OUTPUT");
+  command
+      ->add_option("--format", options.format,
+                   "Output format (default: from the output name; fasta on standard output): " + KARVO::formatChoices())
       ->type_name("FORMAT")
-      ->check(CLI::IsMember({"fasta", "clustal", "msf"}, CLI::ignore_case));
+      ->check(CLI::IsMember(KARVO::formatNames(), CLI::ignore_case));
   command
       ->add_option("--tree-newick", options.treeNewick,
                    "Write the guide tree in Newick format, branch lengths in the run's distance units")
@@ -431,7 +466,11 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
       ->type_name("input|tree")
       ->capture_default_str()
       ->check(CLI::IsMember({"input", "tree"}));
-  command->add_option("--plugin-dir", options.pluginDir, "Folder holding libZemtra.so.0")->type_name("DIR");
+  command
+      ->add_option("--plugin-dir", options.pluginDir,
+                   "Folder holding the plug-in: libZemtraBatch.so.0 (the window-less build, preferred) or "
+                   "libZemtra.so.0")
+      ->type_name("DIR");
   command->add_flag("-q,--quiet", options.quiet, "No progress bar and no summary line");
   command->add_flag("--verbose", options.verbose, "Show the plug-in's diagnostic messages");
   command->footer(kExitStatusHelp);

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace karvo_app {
 
@@ -18,6 +19,14 @@ std::optional<ColumnSpan> parseColumnRange(std::string_view text);
 
 // Why parseColumnRange refuses text, as a one-line message.
 std::string columnRangeProblem(std::string_view text);
+
+// Why text is not a gap penalty (a whole number from 0 to 100), as a
+// one-line message; empty when it is one.
+std::string gapPenaltyProblem(std::string_view text);
+
+// "unknown command 'aling'; did you mean 'align'?" when one of commands is
+// at most two edits away, else the message lists the commands.
+std::string unknownCommandMessage(std::string_view word, const std::vector<std::string_view>& commands);
 
 // Where the run log goes. Without --log it is the default scratch log in the
 // personal temporary directory; a --log argument is a path like any other,

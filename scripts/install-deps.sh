@@ -5,7 +5,9 @@ set -euo pipefail
 
 packages=(
   g++ cmake make pkg-config python3
+  python3-pytest python3-biopython
   qt6-base-dev
+  zlib1g-dev
   libgtest-dev libgmock-dev
   libbenchmark-dev
   libcli11-dev

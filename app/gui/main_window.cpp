@@ -252,8 +252,8 @@ bool MainWindow::saveFile(const QString& path) {
   const QString absolute = QFileInfo(path).absoluteFilePath();
   const auto format = KARVO::formatFromName(absolute.toStdString());
   if (!format) {
-    report(tr("Cannot save"),
-           tr("%1: choose a name ending in .fa, .aln or .msf (FASTA, Clustal or MSF).").arg(fileName(absolute)));
+    report(tr("Cannot save"), tr("%1: choose a name with one of the extensions of %2.")
+                                  .arg(fileName(absolute), QString::fromStdString(KARVO::formatChoices())));
     return false;
   }
   try {
@@ -287,7 +287,7 @@ void MainWindow::openWithDialog() {
 
 bool MainWindow::save() {
   if (alignment_ == nullptr || running_) return false;
-  // Files of a format that cannot be written (Stockholm) go through Save As.
+  // Files whose name says no format that can be written go through Save As.
   if (filePath_.isEmpty() || !KARVO::formatFromName(filePath_.toStdString())) return saveAsWithDialog();
   return saveFile(filePath_);
 }

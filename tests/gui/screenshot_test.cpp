@@ -114,18 +114,31 @@ TEST_F(ScreenshotTest, UnattendedModePicturesTheSelectionAndExits) {
   EXPECT_GE(residueColoursIn(image), 3);
 }
 
-TEST_F(ScreenshotTest, UnattendedModeRunsThePluginWithItsDefaultsFirst) {
+QStringList debugLines;
+void keepDebugLine(QtMsgType type, const QMessageLogContext&, const QString& text) {
+  if (type == QtDebugMsg) debugLines << text;
+}
+
+// Without --select the run takes every column, as align does; the
+// plug-in's diagnostic texts only show with --verbose.
+TEST_F(ScreenshotTest, UnattendedModeRunsThePluginOnAllColumnsWithItsDefaultsFirst) {
   const QString path = screenshotPath("after_run.png");
-  QFile::remove(path);
-  GuiOptions options;
-  options.file = examplePath("globins.fa");
-  options.select = ColumnSpan{1, 154};
-  options.screenshot = path.toStdString();
-  options.run = true;
-  options.pluginDir = testing::zemtraPluginDir();
-  EXPECT_EQ(runGui(options), 0);
-  EXPECT_FALSE(QImage(path).isNull());
-  EXPECT_TRUE(fs::exists(tmpDir() + "/zemtra.log"));
+  for (const bool verbose : {false, true}) {
+    QFile::remove(path);
+    GuiOptions options;
+    options.file = examplePath("globins.fa");
+    options.screenshot = path.toStdString();
+    options.run = true;
+    options.verbose = verbose;
+    options.pluginDir = testing::zemtraPluginDir();
+    debugLines.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(keepDebugLine);
+    EXPECT_EQ(runGui(options), 0);
+    qInstallMessageHandler(previous);
+    EXPECT_FALSE(QImage(path).isNull());
+    EXPECT_EQ(debugLines.contains(QStringLiteral("Prepare data for ZEMTRA.")), verbose);
+    EXPECT_TRUE(fs::remove(tmpDir() + "/zemtra.log"));
+  }
 }
 
 TEST_F(ScreenshotTest, UnattendedModeFailsOnASpanBeyondTheAlignmentOrAFileThatCannotBeRead) {
