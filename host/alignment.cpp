@@ -214,7 +214,8 @@ void Alignment::insertSequence(unsigned long row, const SequenceInfo& info, cons
                                 " characters for " + std::to_string(columnCount()) + " columns");
   }
   std::vector<Residue> owned;
-  owned.reserve(static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return !isGapChar(c); })));
+  owned.reserve(
+      static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return !isGapChar(c); })));
   const auto at = static_cast<std::ptrdiff_t>(row);
   for (std::size_t c = 0; c < text.size(); ++c) {
     Residue* residue = isGapChar(text[c]) ? nullptr : &owned.emplace_back(text[c]);

@@ -60,11 +60,20 @@ std::string xmlEscaped(const QString& text) {
   std::string out;
   for (char c : text.toStdString()) {
     switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      default: out += c;
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      default:
+        out += c;
     }
   }
   return out;
@@ -103,11 +112,23 @@ void AlignmentView::reloadAlignment() {
   selection_ = {0, 0};
   if (alignment_ != nullptr) {
     const unsigned long count = alignment_->sequenceCount();
-    rows_.reserve(count);
+    const unsigned long width = alignment_->columnCount();
+    rows_.assign(count, std::string(width, '-'));
     names_.reserve(count);
-    for (unsigned long row = 0; row < count; ++row) {
-      rows_.push_back(alignment_->rowText(row));
+    for (unsigned long row = 0; row < count; ++row)
       names_.push_back(QString::fromStdString(alignment_->GetSeqName(row)));
+    // The cells are stored by column; they are read in strips of columns so
+    // that both the columns read and the rows written stay in the cache.
+    constexpr unsigned long kStrip = 64;
+    for (unsigned long first = 0; first < width; first += kStrip) {
+      const unsigned long last = std::min(width, first + kStrip);
+      for (unsigned long row = 0; row < count; ++row) {
+        char* text = rows_[row].data();
+        for (unsigned long column = first; column < last; ++column) {
+          const KARVO::Residue* residue = alignment_->columns[column][row];
+          if (residue != nullptr) text[column] = residue->code();
+        }
+      }
     }
     const KARVO::ColumnRange range = alignment_->selection;
     if (range.first < range.second && range.second <= columnCount()) selection_ = range;
@@ -124,25 +145,29 @@ void AlignmentView::reloadAlignment() {
   updateMetrics();
   updateScrollBars();
   viewport()->update();
+  emit rowsMoved();
 }
 
 void AlignmentView::recomputeColours() {
   colours_.resize(rows_.size());
   const unsigned long sequences = rowCount();
+  const unsigned long width = columnCount();
+  // Colours by letter, for every column (schemes that look at the column
+  // keep one table per column).
+  const bool byColumn = scheme_ == ColourScheme::Conservation || scheme_ == ColourScheme::Identity;
+  std::vector<std::array<unsigned char, 256>> tables(byColumn ? width : 1);
+  for (std::size_t t = 0; t < tables.size(); ++t) {
+    const ColumnStats column = byColumn ? stats_[t] : ColumnStats{};
+    for (int code = 0; code < 256; ++code) {
+      tables[t][static_cast<std::size_t>(code)] = cellColourIndex(scheme_, static_cast<char>(code), column, sequences);
+    }
+  }
   for (std::size_t r = 0; r < rows_.size(); ++r) {
     const std::string& text = rows_[r];
     std::vector<unsigned char>& colours = colours_[r];
     colours.resize(text.size());
-    if (scheme_ == ColourScheme::ResidueClass || scheme_ == ColourScheme::Hydrophobicity ||
-        scheme_ == ColourScheme::None) {
-      // These depend on the letter only.
-      std::array<unsigned char, 256> byCode{};
-      for (int code = 0; code < 256; ++code) {
-        byCode[static_cast<std::size_t>(code)] = cellColourIndex(scheme_, static_cast<char>(code), {}, sequences);
-      }
-      for (std::size_t c = 0; c < text.size(); ++c) colours[c] = byCode[static_cast<unsigned char>(text[c])];
-    } else {
-      for (std::size_t c = 0; c < text.size(); ++c) colours[c] = cellColourIndex(scheme_, text[c], stats_[c], sequences);
+    for (std::size_t c = 0; c < text.size(); ++c) {
+      colours[c] = tables[byColumn ? c : 0][static_cast<unsigned char>(text[c])];
     }
   }
 }
@@ -174,6 +199,7 @@ void AlignmentView::setZoom(int level) {
   updateScrollBars();
   scrollToCell(row, column);
   viewport()->update();
+  emit rowsMoved();
 }
 
 void AlignmentView::setSelection(const KARVO::ColumnRange& range) {
@@ -259,7 +285,12 @@ void AlignmentView::updateMetrics() {
   if (namesShown_) {
     const QFontMetrics metrics(namesFont_);
     int widest = metrics.horizontalAdvance(QString(kShortestNameRoom, QLatin1Char('M')));
-    for (const QString& name : names_) widest = std::max(widest, metrics.horizontalAdvance(name));
+    // The font is of fixed width: the longest names are the widest.
+    qsizetype longest = 0;
+    for (const QString& name : names_) longest = std::max(longest, name.size());
+    for (const QString& name : names_) {
+      if (name.size() == longest) widest = std::max(widest, metrics.horizontalAdvance(name));
+    }
     widest = std::min(widest, metrics.horizontalAdvance(QString(kLongestNameShown, QLatin1Char('M'))));
     // Two pixels more than measured: eliding measures with fractional advances.
     namesWidth_ = widest + 2 * kNamePadding + 2;
@@ -270,13 +301,17 @@ void AlignmentView::updateMetrics() {
   if (annotationsShown_) {
     namesWidth_ = std::max(namesWidth_, baseMetrics.horizontalAdvance(tr("Conservation")) + 2 * kNamePadding + 2);
   }
-  tiles_.assign(static_cast<std::size_t>(kPaletteSize) * 128, QImage());
+  // The pre-drawn cells stay while their size and font do.
+  if (tiles_.empty() || tileSize_ != QSize(cellWidth_, cellHeight_) || tileFont_ != cellFont_) {
+    tiles_.assign(static_cast<std::size_t>(kPaletteSize) * 128, QImage());
+    tileSize_ = QSize(cellWidth_, cellHeight_);
+    tileFont_ = cellFont_;
+  }
 }
 
 void AlignmentView::updateScrollBars() {
   const unsigned long columnsShown = wholeCells(viewport()->width() - namesWidth_, cellWidth_);
-  const unsigned long rowsShown =
-      wholeCells(viewport()->height() - rulerHeight_ - annotationHeight(), cellHeight_);
+  const unsigned long rowsShown = wholeCells(viewport()->height() - rulerHeight_ - annotationHeight(), cellHeight_);
   horizontalScrollBar()->setRange(0, static_cast<int>(maximumOffset(columnCount(), columnsShown)));
   horizontalScrollBar()->setPageStep(static_cast<int>(columnsShown));
   verticalScrollBar()->setRange(0, static_cast<int>(maximumOffset(rowCount(), rowsShown)));
@@ -416,8 +451,8 @@ void AlignmentView::paintOverlays(QPainter& painter, const Frame& frame) {
       rows.first < lastRow && rows.second > frame.firstRow) {
     const unsigned long fromRow = std::max(rows.first, frame.firstRow);
     const unsigned long toRow = std::min(rows.second, lastRow);
-    const QRect top = cellRect(fromRow, std::max(selection_.first, frame.firstColumn),
-                               std::min(selection_.second, lastColumn) - 1);
+    const QRect top =
+        cellRect(fromRow, std::max(selection_.first, frame.firstColumn), std::min(selection_.second, lastColumn) - 1);
     const QRect block(top.topLeft(), QSize(top.width(), static_cast<int>(toRow - fromRow) * cellHeight_));
     QColor shade = kSelectionBand;
     shade.setAlpha(60);
@@ -620,8 +655,8 @@ std::string AlignmentView::figureSvg(const RowRange& rows, const KARVO::ColumnRa
       while (end < firstColumn + columnSpan && text[end] != '-' && colours[end] == colour) ++end;
       const QColor fill = paletteColour(colour);
       if (fill.isValid() || !lettersShown()) {
-        svg << "<rect x=\"" << cellX(c) << "\" y=\"" << rowY(r) << "\" width=\"" << (end - c) * static_cast<unsigned long>(cellWidth_)
-            << "\" height=\"" << cellHeight_ << "\" fill=\""
+        svg << "<rect x=\"" << cellX(c) << "\" y=\"" << rowY(r) << "\" width=\""
+            << (end - c) * static_cast<unsigned long>(cellWidth_) << "\" height=\"" << cellHeight_ << "\" fill=\""
             << (fill.isValid() ? svgColour(fill) : svgColour(QColor(kPlainResidue))) << "\"/>\n";
       }
       c = end;
@@ -644,8 +679,7 @@ std::string AlignmentView::figureSvg(const RowRange& rows, const KARVO::ColumnRa
     svg << "<g font-size=\"" << namePixels << "\" dominant-baseline=\"central\">\n";
     for (unsigned long r = firstRow; r < firstRow + rowSpan; ++r) {
       svg << "<text x=\"" << kNamePadding << "\" y=\"" << rowY(r) + cellHeight_ / 2 << "\">"
-          << xmlEscaped(metrics.elidedText(names_[r], Qt::ElideMiddle, namesWidth_ - 2 * kNamePadding))
-          << "</text>\n";
+          << xmlEscaped(metrics.elidedText(names_[r], Qt::ElideMiddle, namesWidth_ - 2 * kNamePadding)) << "</text>\n";
     }
     svg << "</g>\n";
   }
@@ -655,7 +689,8 @@ std::string AlignmentView::figureSvg(const RowRange& rows, const KARVO::ColumnRa
     const double sequences = static_cast<double>(std::max<unsigned long>(1, rowCount()));
     svg << "<g font-size=\"" << textPixels << "\" dominant-baseline=\"central\">\n";
     const char* labels[3] = {"Consensus", "Conservation", "Gaps"};
-    const int middles[3] = {top + annotationRow_ / 2, top + 2 * annotationRow_, top + 3 * annotationRow_ + annotationRow_ / 2};
+    const int middles[3] = {top + annotationRow_ / 2, top + 2 * annotationRow_,
+                            top + 3 * annotationRow_ + annotationRow_ / 2};
     for (int i = 0; i < 3; ++i) {
       svg << "<text x=\"" << kNamePadding << "\" y=\"" << middles[i] << "\">" << labels[i] << "</text>\n";
     }
@@ -687,10 +722,11 @@ void AlignmentView::resizeEvent(QResizeEvent* event) {
   updateScrollBars();
 }
 
-void AlignmentView::scrollContentsBy(int, int) {
+void AlignmentView::scrollContentsBy(int, int dy) {
   // The ruler and the names scroll along one axis only, so the whole
   // viewport is drawn again rather than shifted.
   viewport()->update();
+  if (dy != 0) emit rowsMoved();
 }
 
 unsigned long AlignmentView::columnAt(int x) const {
@@ -720,8 +756,8 @@ void AlignmentView::mousePressEvent(QMouseEvent* event) {
     const unsigned long row = rowAt(point.y());
     const unsigned long column = columnAt(point.x());
     const RowRange rows = selectedRows();
-    const bool inBlock = row >= rows.first && row < rows.second && column >= selection_.first &&
-                         column < selection_.second;
+    const bool inBlock =
+        row >= rows.first && row < rows.second && column >= selection_.first && column < selection_.second;
     if (inBlock && !extend) {
       drag_ = Drag::Slide;
       slideFrom_ = column;

@@ -96,6 +96,10 @@ class AlignmentView : public QAbstractScrollArea {
   void slideRequested(long offset, int drag);
   // A double click on a name.
   void renameRequested(unsigned long row);
+  // The rows moved on the screen (scrolled, zoomed, reloaded): a panel
+  // beside the names (a guide tree) follows them with firstVisibleRow(),
+  // rulerHeight() and cellHeight().
+  void rowsMoved();
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -174,6 +178,8 @@ class AlignmentView : public QAbstractScrollArea {
   int annotationRow_ = 0;
   QImage gridBuffer_;
   std::vector<QImage> tiles_;
+  QFont tileFont_;
+  QSize tileSize_;
 };
 
 }  // namespace karvo_gui

@@ -104,7 +104,8 @@ int runGui(const GuiOptions& options) {
   if (options.colour) {
     const auto scheme = colourSchemeFromName(*options.colour);
     if (!scheme) {
-      printError(QStringLiteral("--colour"), QStringLiteral("no colour scheme %1").arg(QString::fromStdString(*options.colour)));
+      printError(QStringLiteral("--colour"),
+                 QStringLiteral("no colour scheme %1").arg(QString::fromStdString(*options.colour)));
       return 1;
     }
     window.setColourScheme(*scheme);

@@ -9,13 +9,13 @@
 namespace karvo_gui {
 
 struct GuiOptions {
-  std::optional<std::string> file;        // opened at start
-  std::optional<ColumnSpan> select;       // 1-based inclusive, needs file
-  std::optional<std::string> screenshot;  // PNG of the window, then exit
+  std::optional<std::string> file;         // opened at start
+  std::optional<ColumnSpan> select;        // 1-based inclusive, needs file
+  std::optional<std::string> screenshot;   // PNG of the window, then exit
   std::optional<std::string> exportImage;  // picture of the view (.png or .svg), then exit
   std::optional<std::string> colour;       // a name of colourSchemeNames()
-  bool run = false;                       // run the plug-in on the selection at start
-  std::string pluginDir;                  // empty: $KARVO_PLUGIN_PATH, then the executable's folder
+  bool run = false;                        // run the plug-in on the selection at start
+  std::string pluginDir;                   // empty: $KARVO_PLUGIN_PATH, then the executable's folder
 };
 
 // Shows the window and returns the exit status once it closes. With a

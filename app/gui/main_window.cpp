@@ -5,25 +5,26 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QBuffer>
-#include <QInputDialog>
-#include <QLineEdit>
-#include <QToolBar>
-#include <QUndoCommand>
-#include <QUndoStack>
 #include <QCloseEvent>
 #include <QDialog>
 #include <QDir>
+#include <QDockWidget>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFontDatabase>
+#include <QInputDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QSettings>
 #include <QStatusBar>
+#include <QToolBar>
+#include <QUndoCommand>
+#include <QUndoStack>
 #include <QVBoxLayout>
 #include <QtGlobal>
 #include <exception>
@@ -157,8 +158,9 @@ MainWindow::MainWindow(const std::vector<std::string>& pluginDirs, QWidget* pare
     // As far as the gaps allow.
     long step = offset;
     while (step != 0 && !edit(SlideBlock{rows, columns, step}, slideMergeKey_, true)) step += step > 0 ? -1 : 1;
-    if (step != 0) view_->setBlock(rows, {columns.first + static_cast<unsigned long>(step),
-                                          columns.second + static_cast<unsigned long>(step)});
+    if (step != 0)
+      view_->setBlock(
+          rows, {columns.first + static_cast<unsigned long>(step), columns.second + static_cast<unsigned long>(step)});
   });
   connect(view_, &AlignmentView::renameRequested, this, &MainWindow::renameWithDialog);
   selectionLabel_ = new QLabel(this);
@@ -176,6 +178,8 @@ MainWindow::MainWindow(const std::vector<std::string>& pluginDirs, QWidget* pare
 }
 
 MainWindow::~MainWindow() {
+  // Clearing the stack on the way out must not update the actions.
+  undoStack_->disconnect(this);
   // The plug-ins are told they are no longer needed before they are unloaded.
   for (auto& [index, plugin] : loaded_) {
     if (auto cleanup = reinterpret_cast<void (*)()>(plugin->symbol("Cleanup"))) cleanup();
@@ -210,8 +214,7 @@ void MainWindow::createMenus() {
   redoAction_->setObjectName(QStringLiteral("redoAction"));
   redoAction_->setShortcut(QKeySequence::Redo);
   edit->addSeparator();
-  const auto addEdit = [this](QMenu* menu, const QString& text, const char* name, const QKeySequence& keys,
-                              auto slot) {
+  const auto addEdit = [this](QMenu* menu, const QString& text, const char* name, const QKeySequence& keys, auto slot) {
     QAction* action = menu->addAction(text, this, slot);
     action->setObjectName(QLatin1String(name));
     action->setShortcut(keys);
@@ -254,8 +257,8 @@ void MainWindow::createMenus() {
                                   tr("&Hydrophobicity"), tr("&None")};
   for (const std::string& name : colourSchemeNames()) {
     const ColourScheme scheme = *colourSchemeFromName(name);
-    QAction* action = colours->addAction(colourTitles[static_cast<int>(scheme)], this,
-                                         [this, scheme] { setColourScheme(scheme); });
+    QAction* action =
+        colours->addAction(colourTitles[static_cast<int>(scheme)], this, [this, scheme] { setColourScheme(scheme); });
     action->setObjectName(QStringLiteral("colour_") + QString::fromStdString(name));
     action->setCheckable(true);
     action->setChecked(scheme == view_->colourScheme());
@@ -653,8 +656,8 @@ bool MainWindow::slideBlock(long offset) {
   const KARVO::ColumnRange columns = view_->selection();
   if (refuseWithout(statusBar(), rows.first < rows.second, tr("Select the block to slide first"))) return false;
   if (!edit(SlideBlock{rows, columns, offset})) return false;
-  view_->setBlock(rows, {columns.first + static_cast<unsigned long>(offset),
-                         columns.second + static_cast<unsigned long>(offset)});
+  view_->setBlock(
+      rows, {columns.first + static_cast<unsigned long>(offset), columns.second + static_cast<unsigned long>(offset)});
   return true;
 }
 
@@ -699,8 +702,8 @@ bool MainWindow::sortRowsByName() { return alignment_ != nullptr && edit(sortByN
 
 bool MainWindow::sortRowsByIdentity() {
   const RowRange rows = view_->selectedRows();
-  if (alignment_ == nullptr || refuseWithout(statusBar(), rows.first < rows.second,
-                                             tr("Select the row to compare with by its name first"))) {
+  if (alignment_ == nullptr ||
+      refuseWithout(statusBar(), rows.first < rows.second, tr("Select the row to compare with by its name first"))) {
     return false;
   }
   return edit(sortByIdentity(*alignment_, rows.first));
@@ -710,10 +713,24 @@ bool MainWindow::orderRowsByNames(const std::vector<std::string>& names) {
   return alignment_ != nullptr && edit(orderByNames(*alignment_, names));
 }
 
+void MainWindow::selectRows(const RowRange& rows) {
+  if (alignment_ != nullptr) view_->setBlock(rows, {0, alignment_->columnCount()});
+}
+
+QDockWidget* MainWindow::dockBesideNames(QWidget* panel, const QString& title) {
+  auto* dock = new QDockWidget(title, this);
+  dock->setObjectName(title);
+  dock->setWidget(panel);
+  dock->setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
+  addDockWidget(Qt::LeftDockWidgetArea, dock);
+  return dock;
+}
+
 void MainWindow::setColourScheme(ColourScheme scheme) {
   view_->setColourScheme(scheme);
   for (QAction* action : colourActions_) {
-    action->setChecked(action->objectName() == QStringLiteral("colour_") + QString::fromStdString(colourSchemeName(scheme)));
+    action->setChecked(action->objectName() ==
+                       QStringLiteral("colour_") + QString::fromStdString(colourSchemeName(scheme)));
   }
 }
 

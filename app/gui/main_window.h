@@ -24,6 +24,7 @@ class QLabel;
 class QMenu;
 class QPlainTextEdit;
 class QDialog;
+class QDockWidget;
 class QLineEdit;
 class QUndoStack;
 
@@ -91,6 +92,12 @@ class MainWindow : public QMainWindow {
   bool sortRowsByIdentity();
   // Rows in the order of these names (a guide tree's leaves, top to bottom).
   bool orderRowsByNames(const std::vector<std::string>& names);
+
+  // Selects whole rows (a guide tree's clade, in leaf order).
+  void selectRows(const RowRange& rows);
+  // Docks a panel (the guide tree) on the left of the names; the panel
+  // follows the rows through AlignmentView::rowsMoved.
+  QDockWidget* dockBesideNames(QWidget* panel, const QString& title);
 
   void setColourScheme(ColourScheme scheme);
   // Finds the motif; returns the number of matches (-1 for a motif that is

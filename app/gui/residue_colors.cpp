@@ -60,12 +60,19 @@ constexpr int kHydroSteps = 11;
 unsigned char conservationColour(char code, const ColumnStats& column) {
   const auto passes = [&column](unsigned short mask) { return (column.clustalSets & mask) != 0; };
   switch (upperCase(code)) {
-    case 'A': case 'I': case 'L': case 'M': case 'F': case 'W': case 'V':
+    case 'A':
+    case 'I':
+    case 'L':
+    case 'M':
+    case 'F':
+    case 'W':
+    case 'V':
       return passes(sets({0})) ? kBlue : 0;
     case 'C':
       if (passes(sets({11}))) return kPink;
       return passes(sets({0})) ? kBlue : 0;
-    case 'K': case 'R':
+    case 'K':
+    case 'R':
       return passes(sets({1, 2})) ? kRed : 0;
     case 'E':
       return passes(sets({1, 3, 4, 5})) ? kMagenta : 0;
@@ -75,13 +82,15 @@ unsigned char conservationColour(char code, const ColumnStats& column) {
       return passes(sets({6, 7})) ? kGreen : 0;
     case 'Q':
       return passes(sets({1, 3, 8})) ? kGreen : 0;
-    case 'S': case 'T':
+    case 'S':
+    case 'T':
       return passes(sets({0, 9, 10})) ? kGreen : 0;
     case 'G':
       return kOrange;
     case 'P':
       return kYellow;
-    case 'H': case 'Y':
+    case 'H':
+    case 'Y':
       return passes(sets({0, 12})) ? kCyan : 0;
     default:
       return 0;
@@ -91,24 +100,45 @@ unsigned char conservationColour(char code, const ColumnStats& column) {
 // Kyte and Doolittle's hydropathy index; 0 for letters it does not rate.
 double hydropathy(char code) {
   switch (upperCase(code)) {
-    case 'I': return 4.5;
-    case 'V': return 4.2;
-    case 'L': return 3.8;
-    case 'F': return 2.8;
-    case 'C': return 2.5;
-    case 'M': return 1.9;
-    case 'A': return 1.8;
-    case 'G': return -0.4;
-    case 'T': return -0.7;
-    case 'S': return -0.8;
-    case 'W': return -0.9;
-    case 'Y': return -1.3;
-    case 'P': return -1.6;
-    case 'H': return -3.2;
-    case 'E': case 'Q': case 'D': case 'N': return -3.5;
-    case 'K': return -3.9;
-    case 'R': return -4.5;
-    default: return 0.0;
+    case 'I':
+      return 4.5;
+    case 'V':
+      return 4.2;
+    case 'L':
+      return 3.8;
+    case 'F':
+      return 2.8;
+    case 'C':
+      return 2.5;
+    case 'M':
+      return 1.9;
+    case 'A':
+      return 1.8;
+    case 'G':
+      return -0.4;
+    case 'T':
+      return -0.7;
+    case 'S':
+      return -0.8;
+    case 'W':
+      return -0.9;
+    case 'Y':
+      return -1.3;
+    case 'P':
+      return -1.6;
+    case 'H':
+      return -3.2;
+    case 'E':
+    case 'Q':
+    case 'D':
+    case 'N':
+      return -3.5;
+    case 'K':
+      return -3.9;
+    case 'R':
+      return -4.5;
+    default:
+      return 0.0;
   }
 }
 
@@ -218,23 +248,37 @@ unsigned char cellColourIndex(ColourScheme scheme, char code, const ColumnStats&
 QColor paletteColour(unsigned char index) {
   if (index >= 1 && index <= 6) return residueClassColor(static_cast<ResidueClass>(index - 1));
   switch (index) {
-    case kBlue: return QColor(0x80, 0xa0, 0xf0);
-    case kRed: return QColor(0xf0, 0x15, 0x05);
-    case kMagenta: return QColor(0xc0, 0x48, 0xc0);
-    case kGreen: return QColor(0x15, 0xc0, 0x15);
-    case kPink: return QColor(0xf0, 0x80, 0x80);
-    case kOrange: return QColor(0xf0, 0x90, 0x48);
-    case kYellow: return QColor(0xc0, 0xc0, 0x00);
-    case kCyan: return QColor(0x15, 0xa4, 0xa4);
-    case kIdentityHigh: return QColor(0x64, 0x64, 0xff);
-    case kIdentityMiddle: return QColor(0x99, 0x99, 0xff);
-    case kIdentityLow: return QColor(0xcc, 0xcc, 0xff);
-    default: break;
+    case kBlue:
+      return QColor(0x80, 0xa0, 0xf0);
+    case kRed:
+      return QColor(0xf0, 0x15, 0x05);
+    case kMagenta:
+      return QColor(0xc0, 0x48, 0xc0);
+    case kGreen:
+      return QColor(0x15, 0xc0, 0x15);
+    case kPink:
+      return QColor(0xf0, 0x80, 0x80);
+    case kOrange:
+      return QColor(0xf0, 0x90, 0x48);
+    case kYellow:
+      return QColor(0xc0, 0xc0, 0x00);
+    case kCyan:
+      return QColor(0x15, 0xa4, 0xa4);
+    case kIdentityHigh:
+      return QColor(0x64, 0x64, 0xff);
+    case kIdentityMiddle:
+      return QColor(0x99, 0x99, 0xff);
+    case kIdentityLow:
+      return QColor(0xcc, 0xcc, 0xff);
+    default:
+      break;
   }
   if (index >= kHydroFirst && index < kHydroFirst + kHydroSteps) {
     // Blue (hydrophilic) through white to red (hydrophobic).
     const double t = static_cast<double>(index - kHydroFirst) / (kHydroSteps - 1);
-    const auto mix = [](double from, double to, double s) { return static_cast<int>(std::lround(from + (to - from) * s)); };
+    const auto mix = [](double from, double to, double s) {
+      return static_cast<int>(std::lround(from + (to - from) * s));
+    };
     if (t < 0.5) return QColor(mix(0x60, 0xff, t * 2), mix(0x80, 0xff, t * 2), 0xff);
     return QColor(0xff, mix(0xff, 0x60, (t - 0.5) * 2), mix(0xff, 0x60, (t - 0.5) * 2));
   }

@@ -26,9 +26,9 @@ QColor residueClassColor(ResidueClass residueClass);
 
 // What the colouring and the annotation rows need to know of one column.
 struct ColumnStats {
-  char consensus = '-';           // most frequent residue (upper case, first in A-Z on ties); '-' all gaps
-  unsigned consensusCount = 0;    // sequences with the consensus residue
-  unsigned gaps = 0;              // sequences with a gap
+  char consensus = '-';            // most frequent residue (upper case, first in A-Z on ties); '-' all gaps
+  unsigned consensusCount = 0;     // sequences with the consensus residue
+  unsigned gaps = 0;               // sequences with a gap
   unsigned short clustalSets = 0;  // bit i: residue set i of the conservation colouring passes its threshold
 };
 

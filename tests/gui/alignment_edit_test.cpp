@@ -58,14 +58,28 @@ TEST(Edits, HundredsOfRandomEditsKeepEveryResidueAndUndoToTheSameBytes) {
     const KARVO::ColumnRange columns{column, column + 1 + pick(std::min(4UL, width - column))};
     Edit edit;
     switch (pick(8)) {
-      case 0: edit = InsertGaps{block, column, 1 + pick(3)}; break;
-      case 1: edit = DeleteGaps{block, columns}; break;
+      case 0:
+        edit = InsertGaps{block, column, 1 + pick(3)};
+        break;
+      case 1:
+        edit = DeleteGaps{block, columns};
+        break;
       case 2:
-      case 3: edit = SlideBlock{block, columns, pick(2) == 0 ? -1L - static_cast<long>(pick(2)) : 1L}; break;
-      case 4: edit = RenameSequence{first, pick(4) == 0 ? "two words" : "n" + std::to_string(i)}; break;
-      case 5: edit = RemoveSequences{block}; break;
-      case 6: edit = moveRows(rows, block, static_cast<long>(pick(5)) - 2); break;
-      default: edit = pick(2) == 0 ? sortByName(*alignment) : sortByIdentity(*alignment, first); break;
+      case 3:
+        edit = SlideBlock{block, columns, pick(2) == 0 ? -1L - static_cast<long>(pick(2)) : 1L};
+        break;
+      case 4:
+        edit = RenameSequence{first, pick(4) == 0 ? "two words" : "n" + std::to_string(i)};
+        break;
+      case 5:
+        edit = RemoveSequences{block};
+        break;
+      case 6:
+        edit = moveRows(rows, block, static_cast<long>(pick(5)) - 2);
+        break;
+      default:
+        edit = pick(2) == 0 ? sortByName(*alignment) : sortByIdentity(*alignment, first);
+        break;
     }
     const std::vector<std::string> before = rowsOf(*alignment);
     try {
