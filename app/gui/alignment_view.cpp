@@ -399,24 +399,28 @@ void AlignmentView::paintGrid(QPainter& painter, const Frame& frame) {
     const std::vector<unsigned char>& rowColours = colours_[frame.firstRow + r];
     const int y = static_cast<int>(r) * cellHeight_;
     const int lines = std::min(cellHeight_, height - y);
+    if (!letters) {
+      // Blocks without letters: the first line of the row is coloured
+      // pixel by pixel and copied to the row's other lines.
+      auto* line = reinterpret_cast<QRgb*>(bits + y * stride);
+      for (unsigned long c = 0; c < frame.columns; ++c) {
+        const int x = static_cast<int>(c) * cellWidth_;
+        const QRgb fill = text[frame.firstColumn + c] == '-' ? background : colours[rowColours[frame.firstColumn + c]];
+        std::fill(line + x, line + std::min(x + cellWidth_, width), fill);
+      }
+      for (int extra = 1; extra < lines; ++extra) {
+        std::memcpy(bits + (y + extra) * stride, line, static_cast<std::size_t>(width) * 4);
+      }
+      continue;
+    }
     for (unsigned long c = 0; c < frame.columns; ++c) {
       const char code = text[frame.firstColumn + c];
       if (code == '-') continue;
       const int x = static_cast<int>(c) * cellWidth_;
       const int pixels = std::min(cellWidth_, width - x);
-      const unsigned char colour = rowColours[frame.firstColumn + c];
-      if (letters) {
-        const QImage& cell = tile(colour, code);
-        for (int line = 0; line < lines; ++line) {
-          std::memcpy(bits + (y + line) * stride + x * 4, cell.constScanLine(line),
-                      static_cast<std::size_t>(pixels) * 4);
-        }
-      } else {
-        const QRgb fill = colours[colour];
-        for (int line = 0; line < lines; ++line) {
-          auto* target = reinterpret_cast<QRgb*>(bits + (y + line) * stride) + x;
-          std::fill(target, target + pixels, fill);
-        }
+      const QImage& cell = tile(rowColours[frame.firstColumn + c], code);
+      for (int line = 0; line < lines; ++line) {
+        std::memcpy(bits + (y + line) * stride + x * 4, cell.constScanLine(line), static_cast<std::size_t>(pixels) * 4);
       }
     }
   }
@@ -579,11 +583,12 @@ void AlignmentView::paintAnnotations(QPainter& painter, const Frame& frame) {
         painter.fillRect(QRect(x, rowTop[0] + 2, cellWidth_, rowHeight[0] - 4), colour);
       }
     }
-    const int conserved = static_cast<int>((rowHeight[1] - 2) * column.consensusCount / sequences + 0.5);
+    const int conserved =
+        static_cast<int>((rowHeight[1] - 2) * static_cast<double>(column.consensusCount) / sequences + 0.5);
     if (conserved > 0) {
       painter.fillRect(QRect(x, rowTop[1] + rowHeight[1] - 1 - conserved, cellWidth_, conserved), kConservationBar);
     }
-    const int gaps = static_cast<int>((rowHeight[2] - 2) * column.gaps / sequences + 0.5);
+    const int gaps = static_cast<int>((rowHeight[2] - 2) * static_cast<double>(column.gaps) / sequences + 0.5);
     if (gaps > 0) painter.fillRect(QRect(x, rowTop[2] + rowHeight[2] - 1 - gaps, cellWidth_, gaps), kGapBar);
   }
   painter.restore();
@@ -701,12 +706,13 @@ std::string AlignmentView::figureSvg(const RowRange& rows, const KARVO::ColumnRa
         svg << "<text x=\"" << cellX(c) + cellWidth_ / 2 << "\" y=\"" << middles[0] << "\" font-size=\"" << cellPixels
             << "\" text-anchor=\"middle\" dominant-baseline=\"central\">" << column.consensus << "</text>\n";
       }
-      const int conserved = static_cast<int>((2 * annotationRow_ - 2) * column.consensusCount / sequences + 0.5);
+      const int conserved =
+          static_cast<int>((2 * annotationRow_ - 2) * static_cast<double>(column.consensusCount) / sequences + 0.5);
       if (conserved > 0) {
         svg << "<rect x=\"" << cellX(c) << "\" y=\"" << top + 3 * annotationRow_ - 1 - conserved << "\" width=\""
             << cellWidth_ << "\" height=\"" << conserved << "\" fill=\"" << svgColour(kConservationBar) << "\"/>\n";
       }
-      const int gaps = static_cast<int>((annotationRow_ - 2) * column.gaps / sequences + 0.5);
+      const int gaps = static_cast<int>((annotationRow_ - 2) * static_cast<double>(column.gaps) / sequences + 0.5);
       if (gaps > 0) {
         svg << "<rect x=\"" << cellX(c) << "\" y=\"" << top + 4 * annotationRow_ - 1 - gaps << "\" width=\""
             << cellWidth_ << "\" height=\"" << gaps << "\" fill=\"" << svgColour(kGapBar) << "\"/>\n";
