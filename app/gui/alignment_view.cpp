@@ -767,6 +767,7 @@ void AlignmentView::mousePressEvent(QMouseEvent* event) {
     if (inBlock && !extend) {
       drag_ = Drag::Slide;
       slideFrom_ = column;
+      slid_ = false;
       ++slideDrags_;
       event->accept();
       return;
@@ -796,7 +797,14 @@ void AlignmentView::mouseReleaseEvent(QMouseEvent* event) {
     QAbstractScrollArea::mouseReleaseEvent(event);
     return;
   }
-  dragTo(event->position().toPoint());
+  const QPoint point = event->position().toPoint();
+  dragTo(point);
+  // A click inside the block that moved nothing selects the cell under it.
+  if (drag_ == Drag::Slide && !slid_) {
+    anchorRow_ = rowAt(point.y());
+    anchorColumn_ = columnAt(point.x());
+    applyBlock({anchorRow_, anchorRow_ + 1}, {anchorColumn_, anchorColumn_ + 1});
+  }
   drag_ = Drag::None;
   event->accept();
 }
@@ -821,6 +829,7 @@ void AlignmentView::dragTo(const QPoint& point) {
     emit slideRequested(static_cast<long>(column) - static_cast<long>(slideFrom_), slideDrags_);
     // Whatever part of the move was possible.
     slideFrom_ = slideFrom_ + selection_.first - before;
+    slid_ = slid_ || selection_.first != before;
     return;
   }
   // Dragging past an edge of the grid scrolls one cell per move.

@@ -160,7 +160,8 @@ class AlignmentView : public QAbstractScrollArea {
   bool hasAnchor_ = false;
   Drag drag_ = Drag::None;
   unsigned long slideFrom_ = 0;
-  int slideDrags_ = 0;  // column under the pointer when the block last moved
+  int slideDrags_ = 0;
+  bool slid_ = false;  // column under the pointer when the block last moved
   bool interactive_ = true;
 
   std::string motif_;

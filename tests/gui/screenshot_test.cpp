@@ -167,6 +167,16 @@ const ViewLook kLooks[] = {
              },
              [](MainWindow& window, const QImage&) {
                EXPECT_EQ(window.view()->selection(), (KARVO::ColumnRange{22, 32}));
+               // Dragging inside the block slides it over the gaps left of it, as one undo step.
+               const auto before = testing::rowsOf(*window.alignment());
+               AlignmentView& view = *window.view();
+               QTest::mousePress(view.viewport(), Qt::LeftButton, Qt::NoModifier, view.pointOfCell(3, 25));
+               QTest::mouseMove(view.viewport(), view.pointOfCell(3, 24));
+               QTest::mouseRelease(view.viewport(), Qt::LeftButton, Qt::NoModifier, view.pointOfCell(3, 20));
+               EXPECT_EQ(view.selection(), (KARVO::ColumnRange{20, 30}));
+               window.undo();
+               EXPECT_EQ(testing::rowsOf(*window.alignment()), before);
+               window.redo();
              }},
     ViewLook{"zoom_out", [](MainWindow& window) { window.view()->setZoom(0); },
              [](MainWindow& window, const QImage&) { EXPECT_EQ(window.view()->cellWidth(), 1); }},
