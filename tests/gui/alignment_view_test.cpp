@@ -198,5 +198,16 @@ TEST(EmptyView, PaintsWithoutAnAlignmentOrColumns) {
   EXPECT_EQ(view.selection(), (KARVO::ColumnRange{0, 0}));
 }
 
+TEST(ViewNames, LongNamesAreElidedInTheMiddleSoTheirEndsStayApart) {
+  const std::string stem(40, 'A');
+  auto alignment = KARVO::Alignment::fromRows({{stem + "_end1", ""}, {stem + "_end2", ""}}, {"MK", "MK"});
+  AlignmentView view;
+  view.setAlignment(alignment.get());
+  const std::string svg = view.figureSvg({}, {});
+  EXPECT_NE(svg.find("_end1</text>"), std::string::npos);
+  EXPECT_NE(svg.find("_end2</text>"), std::string::npos);
+  EXPECT_EQ(svg.find(stem), std::string::npos);
+}
+
 }  // namespace
 }  // namespace karvo_gui
