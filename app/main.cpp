@@ -60,13 +60,16 @@ int main(int argc, char** argv) {
   const CLI::App* matrices = addMatricesCommand(app, matricesOptions);
 
   karvo_gui::GuiOptions guiOptions;
-  std::string guiFile, guiSelect, guiScreenshot;
+  std::string guiFile, guiSelect, guiScreenshot, guiExport, guiColour;
   CLI::App* gui = app.add_subcommand("gui", "Opens the desktop window.");
   gui->add_option("file", guiFile, "Alignment to open");
   gui->add_option("--select", guiSelect, "Columns FIRST:LAST to select (1-based, inclusive)")
       ->check(
           [](const std::string& text) { return parseColumnRange(text) ? std::string() : columnRangeProblem(text); });
   gui->add_option("--screenshot", guiScreenshot, "Write a PNG picture of the window and exit");
+  gui->add_option("--export-image", guiExport,
+                  "Write a picture of the alignment (.png or .svg; the --select columns) and exit; needs no display");
+  gui->add_option("--colour", guiColour, "Colour scheme")->check(CLI::IsMember(karvo_gui::colourSchemeNames()));
   gui->add_flag("--run", guiOptions.run,
                 "Run the plug-in first with the dialog's defaults, on the selection or else on all columns");
   gui->add_option("--plugin-dir", guiOptions.pluginDir, "Look for plug-ins only in this folder");
@@ -91,6 +94,8 @@ int main(int argc, char** argv) {
     if (!guiFile.empty()) guiOptions.file = guiFile;
     if (!guiSelect.empty()) guiOptions.select = parseColumnRange(guiSelect);
     if (!guiScreenshot.empty()) guiOptions.screenshot = guiScreenshot;
+    if (!guiExport.empty()) guiOptions.exportImage = guiExport;
+    if (!guiColour.empty()) guiOptions.colour = guiColour;
     return karvo_gui::launchGui(guiOptions);
   }
   return kExitUsage;

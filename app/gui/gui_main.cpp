@@ -14,6 +14,7 @@
 #include "app/gui/alignment_view.h"
 #include "app/gui/main_window.h"
 #include "app/gui/modal_auto_answer.h"
+#include "app/gui/residue_colors.h"
 #include "app/plugin_loader.h"
 
 namespace karvo_gui {
@@ -39,7 +40,7 @@ int chosenPlugin(const MainWindow& window) {
 // The steps after the window is up: select, run, picture. Returns the exit
 // status of a screenshot run.
 int startUp(MainWindow& window, const GuiOptions& options) {
-  const bool unattended = options.screenshot.has_value();
+  const bool unattended = options.screenshot.has_value() || options.exportImage.has_value();
   if (options.select && !window.selectColumns(*options.select)) {
     const QString text = QStringLiteral("columns %1:%2 are not within the alignment (%3 columns)")
                              .arg(options.select->first)
@@ -74,7 +75,8 @@ int startUp(MainWindow& window, const GuiOptions& options) {
       }
     }
   }
-  if (unattended) {
+  if (options.exportImage && !window.exportImage(QString::fromStdString(*options.exportImage))) return 1;
+  if (options.screenshot) {
     // Lets the status bar and the layouts catch up with the last changes.
     QCoreApplication::processEvents();
     const QPixmap picture = window.grab();
@@ -91,6 +93,8 @@ int startUp(MainWindow& window, const GuiOptions& options) {
 
 int runGui(const GuiOptions& options) {
   std::unique_ptr<QApplication> ownApplication;
+  // A picture of the view alone is drawn without a display.
+  if (options.exportImage && !options.screenshot) setenv("QT_QPA_PLATFORM", "offscreen", 0);
   if (QApplication::instance() == nullptr) {
     static int argc = 1;
     static char name[] = "karvo";
@@ -103,8 +107,17 @@ int runGui(const GuiOptions& options) {
   QApplication::setApplicationName(QStringLiteral("karvo"));
   QApplication::setOrganizationName(QStringLiteral("karvo"));
 
-  const bool unattended = options.screenshot.has_value();
+  const bool unattended = options.screenshot.has_value() || options.exportImage.has_value();
   MainWindow window(pluginDirs(options));
+  if (options.colour) {
+    const auto scheme = colourSchemeFromName(*options.colour);
+    if (!scheme) {
+      printError(QStringLiteral("--colour"),
+                 QStringLiteral("no colour scheme %1").arg(QString::fromStdString(*options.colour)));
+      return 1;
+    }
+    window.setColourScheme(*scheme);
+  }
   if (unattended) {
     window.setReporter(printError);
     window.setConfirmClose(false);

@@ -93,6 +93,34 @@ TEST_F(ZemtraRunTest, CtrlZBringsBackTheAlignmentExactly) {
   EXPECT_FALSE(window().canUndo());
 }
 
+TEST_F(ZemtraRunTest, EditsAndRunsShareOneUndoStackThatUndoesAndRedoesInOrder) {
+  const auto before = rowsOf(*window().alignment());
+  window().view()->setBlock({1, 3}, {10, 20});
+  ASSERT_TRUE(window().insertGaps());
+  EXPECT_EQ(window().view()->selection(), (KARVO::ColumnRange{11, 21}));  // the block moved with its cells
+  const auto edited = rowsOf(*window().alignment());
+  window().selectColumns({1, 120});
+  {
+    ModalAutoAnswer accept;
+    ASSERT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
+  }
+  const auto run = rowsOf(*window().alignment());
+  ASSERT_TRUE(window().renameSequence(0, QStringLiteral("renamed")));
+  EXPECT_FALSE(window().renameSequence(0, QStringLiteral("two words")));
+  EXPECT_TRUE(window().isWindowModified());
+  for (const auto* expected : {&run, &edited, &before}) {
+    window().undo();
+    EXPECT_EQ(rowsOf(*window().alignment()), *expected);
+  }
+  EXPECT_EQ(window().alignment()->GetSeqName(0), "HBA_HUMAN");
+  EXPECT_FALSE(window().isWindowModified());
+  EXPECT_FALSE(window().canUndo());
+  for (int i = 0; i < 3; ++i) window().redo();
+  EXPECT_EQ(window().alignment()->GetSeqName(0), "renamed");
+  EXPECT_EQ(rowsOf(*window().alignment()), run);
+  EXPECT_EQ(window().view()->alignment(), window().alignment());
+}
+
 TEST_F(ZemtraRunTest, WhileTheDialogIsOpenTheWindowRefusesAnotherRunAndKeepsARecoveryCopy) {
   window().selectColumns({1, 120});
   const auto before = rowsOf(*window().alignment());

@@ -11,6 +11,7 @@
 #include <QPixmap>
 #include <QTest>
 #include <filesystem>
+#include <functional>
 
 #include "app/gui/alignment_view.h"
 #include "app/gui/gui_main.h"
@@ -153,6 +154,121 @@ TEST_F(ScreenshotTest, UnattendedModeFailsOnASpanBeyondTheAlignmentOrAFileThatCa
     EXPECT_EQ(runGui(options), 1) << file;
     EXPECT_FALSE(fs::exists(path));
   }
+}
+
+// One picture per look of the view, each checked against the plain view of
+// the same alignment; the edit's "before" is that plain view.
+struct ViewLook {
+  const char* name;
+  std::function<void(MainWindow&)> apply;
+  std::function<void(MainWindow&, const QImage&)> check;
+};
+
+class ViewLookTest : public WindowTest, public ::testing::WithParamInterface<ViewLook> {};
+
+TEST_P(ViewLookTest, IsPicturedAndDiffersFromThePlainView) {
+  MainWindow& window = windowWith("kinases.fa");
+  window.resize(980, 520);
+  QCoreApplication::processEvents();
+  const QImage plain = window.view()->viewport()->grab().toImage();
+  const std::string name = GetParam().name;
+  if (name.starts_with("edit")) {
+    ASSERT_TRUE(window.grab().save(screenshotPath((name + "_before.png").c_str()), "PNG"));
+  }
+  GetParam().apply(window);
+  QCoreApplication::processEvents();
+  const QImage picture = window.grab().toImage();
+  ASSERT_TRUE(picture.save(screenshotPath((name + ".png").c_str()), "PNG"));
+  EXPECT_NE(window.view()->viewport()->grab().toImage(), plain);
+  if (GetParam().check) GetParam().check(window, picture);
+}
+
+const auto scheme = [](ColourScheme chosen) {
+  return [chosen](MainWindow& window) { window.setColourScheme(chosen); };
+};
+
+const ViewLook kLooks[] = {
+    ViewLook{"colour_conservation", scheme(ColourScheme::Conservation), nullptr},
+    ViewLook{"colour_identity", scheme(ColourScheme::Identity), nullptr},
+    ViewLook{"colour_hydrophobicity", scheme(ColourScheme::Hydrophobicity), nullptr},
+    ViewLook{"colour_none", scheme(ColourScheme::None),
+             [](MainWindow& window, const QImage&) {
+               const QImage cells = window.view()->viewport()->grab().toImage();
+               const AlignmentView& view = *window.view();
+               const QPoint corner =
+                   view.pointOfCell(0, 0) - QPoint(view.cellWidth() / 2 - 1, view.cellHeight() / 2 - 1);
+               EXPECT_EQ(cells.pixelColor(corner), view.palette().color(QPalette::Base));
+             }},
+    ViewLook{"annotations_scrolled", [](MainWindow& window) { window.view()->scrollToCell(0, 280); },
+             [](MainWindow& window, const QImage&) { EXPECT_GT(window.view()->annotationHeight(), 0); }},
+    ViewLook{"find_motif", [](MainWindow& window) { EXPECT_GT(window.find(QStringLiteral("GxGxxG")), 0); },
+             [](MainWindow& window, const QImage&) {
+               const int before = window.view()->currentMatch();
+               QTest::keyClick(window.view(), Qt::Key_F3);
+               EXPECT_NE(window.view()->currentMatch(), before);
+               EXPECT_EQ(window.find(QStringLiteral("G-G")), -1);
+             }},
+    ViewLook{"edit_after",
+             [](MainWindow& window) {
+               window.view()->setBlock({2, 5}, {20, 30});
+               for (int i = 0; i < 3; ++i) ASSERT_TRUE(window.insertGaps());
+               ASSERT_TRUE(window.slideBlock(-1));
+             },
+             [](MainWindow& window, const QImage&) {
+               EXPECT_EQ(window.view()->selection(), (KARVO::ColumnRange{22, 32}));
+               // Dragging inside the block slides it over the gaps left of it, as one undo step.
+               const auto before = testing::rowsOf(*window.alignment());
+               AlignmentView& view = *window.view();
+               QTest::mousePress(view.viewport(), Qt::LeftButton, Qt::NoModifier, view.pointOfCell(3, 25));
+               QTest::mouseMove(view.viewport(), view.pointOfCell(3, 24));
+               QTest::mouseRelease(view.viewport(), Qt::LeftButton, Qt::NoModifier, view.pointOfCell(3, 20));
+               EXPECT_EQ(view.selection(), (KARVO::ColumnRange{20, 30}));
+               window.undo();
+               EXPECT_EQ(testing::rowsOf(*window.alignment()), before);
+               window.redo();
+             }},
+    ViewLook{"zoom_out", [](MainWindow& window) { window.view()->setZoom(0); },
+             [](MainWindow& window, const QImage&) { EXPECT_EQ(window.view()->cellWidth(), 1); }},
+    ViewLook{
+        "zoom_in",
+        [](MainWindow& window) {
+          QTest::keyClick(window.view(), Qt::Key_Plus, Qt::ControlModifier);
+          QTest::keyClick(window.view(), Qt::Key_Plus, Qt::ControlModifier);
+        },
+        [](MainWindow& window, const QImage&) { EXPECT_EQ(window.view()->zoom(), AlignmentView::defaultZoom() + 2); }}};
+
+INSTANTIATE_TEST_SUITE_P(Window, ViewLookTest, ::testing::ValuesIn(kLooks),
+                         [](const ::testing::TestParamInfo<ViewLook>& info) { return std::string(info.param.name); });
+
+TEST_F(ScreenshotTest, UnattendedExportDrawsTheSelectedColumnsAsSvgOrPngWithTheChosenColours) {
+  for (const char* name : {"export.svg", "export.png"}) {
+    const QString path = screenshotPath(name);
+    QFile::remove(path);
+    GuiOptions options;
+    options.file = examplePath("globins.fa");
+    options.select = ColumnSpan{1, 60};
+    options.exportImage = path.toStdString();
+    options.colour = "conservation";
+    options.pluginDir = tmpDir();
+    ASSERT_EQ(runGui(options), 0) << name;
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+    const QByteArray bytes = file.readAll();
+    if (path.endsWith(QStringLiteral(".svg"))) {
+      EXPECT_TRUE(bytes.startsWith("<?xml")) << name;
+      EXPECT_TRUE(bytes.contains(">HBA_HUMAN<"));
+      EXPECT_TRUE(bytes.contains("fill=\"#80a0f0\""));  // conserved hydrophobic columns
+      EXPECT_TRUE(bytes.trimmed().endsWith("</svg>"));
+    } else {
+      EXPECT_FALSE(QImage::fromData(bytes).isNull());
+    }
+  }
+  GuiOptions wrong;
+  wrong.file = examplePath("globins.fa");
+  wrong.exportImage = tmpDir() + "/x.gif";
+  wrong.pluginDir = tmpDir();
+  EXPECT_EQ(runGui(wrong), 1);
+  EXPECT_FALSE(fs::exists(tmpDir() + "/x.gif"));
 }
 
 }  // namespace
