@@ -102,10 +102,19 @@ void checkOutputPaths(const AlignOptions& options) {
                                                                 {"--tree-newick", &options.treeNewick},
                                                                 {"--tree-svg", &options.treeSvg},
                                                                 {"--distances", &options.distances}};
+  // Standard output takes one of them: the alignment unless -o names a file.
+  const char* onStandardOutput = options.output.empty() || isStandardStream(options.output) ? "-o" : nullptr;
   for (const auto& [option, path] : outputs) {
     if (const std::string problem = outputPathProblem(option, *path); !problem.empty()) {
       throw Failure(kExitUsage, problem);
     }
+    if (std::string_view(option) == "-o" || !isStandardStream(*path)) continue;
+    if (onStandardOutput != nullptr) {
+      throw Failure(kExitUsage, std::string(option) + " -: standard output already takes " + onStandardOutput +
+                                    (std::string_view(onStandardOutput) == "-o" ? " (the alignment)" : "") +
+                                    "; name a file for " + option);
+    }
+    onStandardOutput = option;
   }
 }
 
@@ -220,6 +229,11 @@ std::vector<std::string> runRowNames(const KARVO::Alignment& alignment, const Ze
 }
 
 void writeOutputFile(const std::string& path, const std::string& text) {
+  if (isStandardStream(path)) {
+    std::cout << text << std::flush;
+    if (!std::cout) throw Failure(kExitOutputFailed, "cannot write to standard output");
+    return;
+  }
   try {
     KARVO::writeFileAtomically(path, text);
   } catch (const std::exception& error) {
