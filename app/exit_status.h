@@ -16,6 +16,7 @@ enum ExitStatus : int {
 inline constexpr const char* kExitStatusHelp =
     "Exit status: 0 success; 1 usage or input error (bad option, unreadable\n"
     "input, unknown matrix, range out of bounds or too wide for the memory,\n"
+    "an output name without a format or in a folder that cannot be written,\n"
     "plug-in not found, out of memory); 2 run refused (nothing to align,\n"
     "existing log kept, log folder not made or not private); 3 alignment\n"
     "written but run log not written; 4 an output file could not be written;\n"

@@ -184,4 +184,70 @@ std::string Alignment::rowText(unsigned long row) const {
   return text;
 }
 
+void Alignment::renameSequence(unsigned long row, const std::string& name) {
+  if (row >= sequenceCount()) {
+    throw std::invalid_argument("renameSequence: row " + std::to_string(row) + " of " +
+                                std::to_string(sequenceCount()) + " sequences");
+  }
+  sequences_[row].name = name;
+}
+
+void Alignment::removeSequences(unsigned long first, unsigned long last) {
+  if (first > last || last > sequenceCount()) {
+    throw std::invalid_argument("removeSequences: rows " + rangeText({first, last}) + " of " +
+                                std::to_string(sequenceCount()) + " sequences");
+  }
+  const auto from = static_cast<std::ptrdiff_t>(first);
+  const auto to = static_cast<std::ptrdiff_t>(last);
+  for (std::vector<Residue*>& column : columns) column.erase(column.begin() + from, column.begin() + to);
+  sequences_.erase(sequences_.begin() + from, sequences_.begin() + to);
+  residues_.erase(residues_.begin() + from, residues_.begin() + to);
+}
+
+void Alignment::insertSequence(unsigned long row, const SequenceInfo& info, const std::string& text) {
+  if (row > sequenceCount()) {
+    throw std::invalid_argument("insertSequence: row " + std::to_string(row) + " of " +
+                                std::to_string(sequenceCount()) + " sequences");
+  }
+  if (text.size() != columnCount()) {
+    throw std::invalid_argument("insertSequence: " + info.name + ": " + std::to_string(text.size()) +
+                                " characters for " + std::to_string(columnCount()) + " columns");
+  }
+  std::vector<Residue> owned;
+  owned.reserve(
+      static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return !isGapChar(c); })));
+  const auto at = static_cast<std::ptrdiff_t>(row);
+  for (std::size_t c = 0; c < text.size(); ++c) {
+    Residue* residue = isGapChar(text[c]) ? nullptr : &owned.emplace_back(text[c]);
+    columns[c].insert(columns[c].begin() + at, residue);
+  }
+  // Moving the vector keeps its buffer, so the pointers above stay valid.
+  residues_.insert(residues_.begin() + at, std::move(owned));
+  sequences_.insert(sequences_.begin() + at, info);
+}
+
+void Alignment::permuteRows(const std::vector<unsigned long>& order) {
+  const unsigned long count = sequenceCount();
+  std::vector<bool> seen(count, false);
+  bool valid = order.size() == count;
+  for (unsigned long i = 0; valid && i < count; ++i) {
+    valid = order[i] < count && !seen[order[i]];
+    if (valid) seen[order[i]] = true;
+  }
+  if (!valid) throw std::invalid_argument("permuteRows: not a permutation of " + std::to_string(count) + " rows");
+  std::vector<Residue*> reordered(count);
+  for (std::vector<Residue*>& column : columns) {
+    for (unsigned long i = 0; i < count; ++i) reordered[i] = column[order[i]];
+    column.swap(reordered);
+  }
+  std::vector<SequenceInfo> infos(count);
+  std::vector<std::vector<Residue>> owned(count);
+  for (unsigned long i = 0; i < count; ++i) {
+    infos[i] = std::move(sequences_[order[i]]);
+    owned[i] = std::move(residues_[order[i]]);
+  }
+  sequences_ = std::move(infos);
+  residues_ = std::move(owned);
+}
+
 }  // namespace KARVO

@@ -79,6 +79,19 @@ class Alignment {
   // The row as text: residue codes and '-' for gaps.
   std::string rowText(unsigned long row) const;
 
+  // Row operations of an editor. They throw std::invalid_argument, changing
+  // nothing, for a row outside the alignment or a text that does not fit;
+  // the residues of the rows that stay keep their identity.
+  void renameSequence(unsigned long row, const std::string& name);
+  // Removes the rows [first, last); the columns keep their count.
+  void removeSequences(unsigned long first, unsigned long last);
+  // Inserts a sequence before row from its text ('-' or '.' a gap), which
+  // must be as wide as the alignment.
+  void insertSequence(unsigned long row, const SequenceInfo& info, const std::string& text);
+  // Reorders the rows: the new row i is the old row order[i]; order must be
+  // a permutation of the rows.
+  void permuteRows(const std::vector<unsigned long>& order);
+
   // Each column holds one pointer per sequence. The entry count of the first
   // column is the number of sequences as the plug-in counts them.
   std::vector<std::vector<Residue*>> columns;

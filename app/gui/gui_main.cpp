@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QImage>
+#include <QLoggingCategory>
 #include <QMessageBox>
 #include <QPixmap>
 #include <QTimer>
@@ -13,6 +14,7 @@
 #include "app/gui/alignment_view.h"
 #include "app/gui/main_window.h"
 #include "app/gui/modal_auto_answer.h"
+#include "app/gui/residue_colors.h"
 #include "app/plugin_loader.h"
 
 namespace karvo_gui {
@@ -38,7 +40,7 @@ int chosenPlugin(const MainWindow& window) {
 // The steps after the window is up: select, run, picture. Returns the exit
 // status of a screenshot run.
 int startUp(MainWindow& window, const GuiOptions& options) {
-  const bool unattended = options.screenshot.has_value();
+  const bool unattended = options.screenshot.has_value() || options.exportImage.has_value();
   if (options.select && !window.selectColumns(*options.select)) {
     const QString text = QStringLiteral("columns %1:%2 are not within the alignment (%3 columns)")
                              .arg(options.select->first)
@@ -49,6 +51,10 @@ int startUp(MainWindow& window, const GuiOptions& options) {
       return 1;
     }
     QMessageBox::warning(&window, QStringLiteral("karvo"), text);
+  }
+  // Like align, a run without a selection re-aligns every column.
+  if (options.run && !options.select && window.alignment() != nullptr) {
+    window.selectColumns({1, window.alignment()->columnCount()});
   }
   if (options.run) {
     const int plugin = chosenPlugin(window);
@@ -69,7 +75,8 @@ int startUp(MainWindow& window, const GuiOptions& options) {
       }
     }
   }
-  if (unattended) {
+  if (options.exportImage && !window.exportImage(QString::fromStdString(*options.exportImage))) return 1;
+  if (options.screenshot) {
     // Lets the status bar and the layouts catch up with the last changes.
     QCoreApplication::processEvents();
     const QPixmap picture = window.grab();
@@ -86,17 +93,31 @@ int startUp(MainWindow& window, const GuiOptions& options) {
 
 int runGui(const GuiOptions& options) {
   std::unique_ptr<QApplication> ownApplication;
+  // A picture of the view alone is drawn without a display.
+  if (options.exportImage && !options.screenshot) setenv("QT_QPA_PLATFORM", "offscreen", 0);
   if (QApplication::instance() == nullptr) {
     static int argc = 1;
     static char name[] = "karvo";
     static char* argv[] = {name, nullptr};
     ownApplication = std::make_unique<QApplication>(argc, argv);
   }
+  // The plug-in's diagnostic texts ("Prepare data for ZEMTRA." and the
+  // like) go to the toolkit's debug output: shown only when asked for.
+  QLoggingCategory::setFilterRules(options.verbose ? QString() : QStringLiteral("default.debug=false"));
   QApplication::setApplicationName(QStringLiteral("karvo"));
   QApplication::setOrganizationName(QStringLiteral("karvo"));
 
-  const bool unattended = options.screenshot.has_value();
+  const bool unattended = options.screenshot.has_value() || options.exportImage.has_value();
   MainWindow window(pluginDirs(options));
+  if (options.colour) {
+    const auto scheme = colourSchemeFromName(*options.colour);
+    if (!scheme) {
+      printError(QStringLiteral("--colour"),
+                 QStringLiteral("no colour scheme %1").arg(QString::fromStdString(*options.colour)));
+      return 1;
+    }
+    window.setColourScheme(*scheme);
+  }
   if (unattended) {
     window.setReporter(printError);
     window.setConfirmClose(false);

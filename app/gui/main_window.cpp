@@ -3,20 +3,28 @@
 #include <unistd.h>
 
 #include <QAction>
+#include <QActionGroup>
+#include <QBuffer>
 #include <QCloseEvent>
 #include <QDialog>
 #include <QDir>
+#include <QDockWidget>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFontDatabase>
+#include <QInputDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QSettings>
 #include <QStatusBar>
+#include <QToolBar>
+#include <QUndoCommand>
+#include <QUndoStack>
 #include <QVBoxLayout>
 #include <QtGlobal>
 #include <exception>
@@ -26,6 +34,7 @@
 #include "app/gui/run_log.h"
 #include "host/alignment_io.h"
 #include "host/config.h"
+#include "host/file_io.h"
 
 namespace karvo_gui {
 
@@ -57,6 +66,72 @@ QString fileName(const QString& path) { return QFileInfo(path).fileName(); }
 
 }  // namespace
 
+// A manual edit (or several merged, as the steps of one drag): undone by
+// applying the undo edits in reverse order.
+class EditCommand : public QUndoCommand {
+ public:
+  EditCommand(MainWindow& window, Edit forward, Edit inverse, int mergeKey)
+      : QUndoCommand(QString::fromStdString(editName(forward))), window_(window), mergeKey_(mergeKey) {
+    forwards_.push_back(std::move(forward));
+    inverses_.push_back(std::move(inverse));
+  }
+  int id() const override { return mergeKey_ == 0 ? -1 : 1; }
+  bool mergeWith(const QUndoCommand* other) override {
+    const auto* next = dynamic_cast<const EditCommand*>(other);
+    if (next == nullptr || next->mergeKey_ != mergeKey_) return false;
+    forwards_.insert(forwards_.end(), next->forwards_.begin(), next->forwards_.end());
+    inverses_.insert(inverses_.end(), next->inverses_.begin(), next->inverses_.end());
+    return true;
+  }
+  void undo() override {
+    for (auto inverse = inverses_.rbegin(); inverse != inverses_.rend(); ++inverse) {
+      applyEdit(*window_.alignment_, *inverse);
+    }
+    window_.afterChange();
+  }
+  void redo() override {
+    // Pushed after the edit was made.
+    if (fresh_) {
+      fresh_ = false;
+      return;
+    }
+    for (std::size_t i = 0; i < forwards_.size(); ++i) inverses_[i] = applyEdit(*window_.alignment_, forwards_[i]);
+    window_.afterChange();
+  }
+
+ private:
+  MainWindow& window_;
+  int mergeKey_;
+  bool fresh_ = true;
+  std::vector<Edit> forwards_;
+  std::vector<Edit> inverses_;
+};
+
+// A plug-in run: the alignment before it is kept whole and swapped back.
+class RunCommand : public QUndoCommand {
+ public:
+  RunCommand(MainWindow& window, std::unique_ptr<KARVO::Alignment> before, const QString& text)
+      : QUndoCommand(text), window_(window), other_(std::move(before)) {}
+  void undo() override { swap(); }
+  void redo() override {
+    if (fresh_) {
+      fresh_ = false;
+      return;
+    }
+    swap();
+  }
+
+ private:
+  void swap() {
+    std::unique_ptr<KARVO::Alignment> current = std::move(window_.alignment_);
+    window_.showAlignment(std::move(other_), true);
+    other_ = std::move(current);
+  }
+  MainWindow& window_;
+  bool fresh_ = true;
+  std::unique_ptr<KARVO::Alignment> other_;
+};
+
 QStringList addRecentFile(QStringList list, const QString& path, int max) {
   list.removeAll(path);
   list.prepend(path);
@@ -66,10 +141,29 @@ QStringList addRecentFile(QStringList list, const QString& path, int max) {
 
 MainWindow::MainWindow(const std::vector<std::string>& pluginDirs, QWidget* parent) : QMainWindow(parent) {
   reporter_ = [this](const QString& title, const QString& text) { QMessageBox::warning(this, title, text); };
+  hostLogText();  // the host log stays in memory, bounded
   plugins_ = karvo_app::listPlugins(pluginDirs);
 
+  undoStack_ = new QUndoStack(this);
+  connect(undoStack_, &QUndoStack::cleanChanged, this, [this](bool clean) { setWindowModified(!clean); });
+  connect(undoStack_, &QUndoStack::indexChanged, this, [this] { updateActions(); });
   view_ = new AlignmentView(this);
   setCentralWidget(view_);
+  connect(view_, &AlignmentView::slideRequested, this, [this](long offset, int drag) {
+    const RowRange rows = view_->selectedRows();
+    const KARVO::ColumnRange columns = view_->selection();
+    if (slideMergeKey_ == 0 || drag != lastSlideDrag_) {
+      slideMergeKey_ = nextMergeKey_++;
+      lastSlideDrag_ = drag;
+    }
+    // As far as the gaps allow.
+    long step = offset;
+    while (step != 0 && !edit(SlideBlock{rows, columns, step}, slideMergeKey_, true)) step += step > 0 ? -1 : 1;
+    if (step != 0)
+      view_->setBlock(
+          rows, {columns.first + static_cast<unsigned long>(step), columns.second + static_cast<unsigned long>(step)});
+  });
+  connect(view_, &AlignmentView::renameRequested, this, &MainWindow::renameWithDialog);
   selectionLabel_ = new QLabel(this);
   selectionLabel_->setObjectName(QStringLiteral("selectionStatus"));
   sizeLabel_ = new QLabel(this);
@@ -85,6 +179,8 @@ MainWindow::MainWindow(const std::vector<std::string>& pluginDirs, QWidget* pare
 }
 
 MainWindow::~MainWindow() {
+  // Clearing the stack on the way out must not update the actions.
+  undoStack_->disconnect(this);
   // The plug-ins are told they are no longer needed before they are unloaded.
   for (auto& [index, plugin] : loaded_) {
     if (auto cleanup = reinterpret_cast<void (*)()>(plugin->symbol("Cleanup"))) cleanup();
@@ -104,6 +200,8 @@ void MainWindow::createMenus() {
   saveAsAction_ = file->addAction(tr("Save &As\u2026"), this, &MainWindow::saveAsWithDialog);
   saveAsAction_->setObjectName(QStringLiteral("saveAsAction"));
   saveAsAction_->setShortcut(QKeySequence::SaveAs);
+  exportAction_ = file->addAction(tr("&Export Image\u2026"), this, &MainWindow::exportImageWithDialog);
+  exportAction_->setObjectName(QStringLiteral("exportImageAction"));
   file->addSeparator();
   quitAction_ = file->addAction(tr("&Quit"), this, &QWidget::close);
   quitAction_->setObjectName(QStringLiteral("quitAction"));
@@ -113,10 +211,90 @@ void MainWindow::createMenus() {
   undoAction_ = edit->addAction(tr("&Undo"), this, &MainWindow::undo);
   undoAction_->setObjectName(QStringLiteral("undoAction"));
   undoAction_->setShortcut(QKeySequence::Undo);
+  redoAction_ = edit->addAction(tr("&Redo"), this, &MainWindow::redo);
+  redoAction_->setObjectName(QStringLiteral("redoAction"));
+  redoAction_->setShortcut(QKeySequence::Redo);
+  edit->addSeparator();
+  const auto addEdit = [this](QMenu* menu, const QString& text, const char* name, const QKeySequence& keys, auto slot) {
+    QAction* action = menu->addAction(text, this, slot);
+    action->setObjectName(QLatin1String(name));
+    action->setShortcut(keys);
+    editActions_.push_back(action);
+    return action;
+  };
+  addEdit(edit, tr("&Insert Gap"), "insertGapAction", QKeySequence(Qt::Key_Space), [this] { insertGaps(); });
+  addEdit(edit, tr("&Delete Gaps"), "deleteGapsAction", QKeySequence(Qt::Key_Backspace), [this] { deleteGaps(); });
+  addEdit(edit, tr("Slide Block &Left"), "slideLeftAction", QKeySequence(Qt::ALT | Qt::Key_Left),
+          [this] { slideBlock(-1); });
+  addEdit(edit, tr("Slide Block &Right"), "slideRightAction", QKeySequence(Qt::ALT | Qt::Key_Right),
+          [this] { slideBlock(1); });
+  edit->addSeparator();
+  addEdit(edit, tr("Move Rows &Up"), "moveUpAction", QKeySequence(Qt::ALT | Qt::Key_Up),
+          [this] { moveSelectedRows(-1); });
+  addEdit(edit, tr("Move Rows Do&wn"), "moveDownAction", QKeySequence(Qt::ALT | Qt::Key_Down),
+          [this] { moveSelectedRows(1); });
+  addEdit(edit, tr("Re&name Sequence\u2026"), "renameAction", QKeySequence(Qt::Key_F2),
+          [this] { renameWithDialog(view_->selectedRows().first); });
+  addEdit(edit, tr("Delete &Sequences"), "deleteSequencesAction", QKeySequence(Qt::CTRL | Qt::Key_Delete),
+          [this] { deleteSelectedSequences(); });
+  QMenu* sort = edit->addMenu(tr("S&ort Rows"));
+  addEdit(sort, tr("By &Name"), "sortByNameAction", QKeySequence(), [this] { sortRowsByName(); });
+  addEdit(sort, tr("By &Identity to Selected Row"), "sortByIdentityAction", QKeySequence(),
+          [this] { sortRowsByIdentity(); });
+  edit->addSeparator();
+  QAction* findAction = edit->addAction(tr("&Find Motif\u2026"), this, [this] {
+    findText_->setFocus();
+    findText_->selectAll();
+  });
+  findAction->setShortcut(QKeySequence::Find);
+  addEdit(edit, tr("Find &Next"), "findNextAction", QKeySequence(Qt::Key_F3), [this] { findFromBar(false); });
+  addEdit(edit, tr("Find &Previous"), "findPreviousAction", QKeySequence(Qt::SHIFT | Qt::Key_F3),
+          [this] { findFromBar(true); });
 
   QMenu* viewMenu = menuBar()->addMenu(tr("&View"));
+  QMenu* colours = viewMenu->addMenu(tr("&Colours"));
+  auto* colourGroup = new QActionGroup(this);
+  const QString colourTitles[] = {tr("Residue &Class"), tr("C&onservation"), tr("&Identity to Consensus"),
+                                  tr("&Hydrophobicity"), tr("&None")};
+  for (const std::string& name : colourSchemeNames()) {
+    const ColourScheme scheme = *colourSchemeFromName(name);
+    QAction* action =
+        colours->addAction(colourTitles[static_cast<int>(scheme)], this, [this, scheme] { setColourScheme(scheme); });
+    action->setObjectName(QStringLiteral("colour_") + QString::fromStdString(name));
+    action->setCheckable(true);
+    action->setChecked(scheme == view_->colourScheme());
+    colourGroup->addAction(action);
+    colourActions_.push_back(action);
+  }
+  QAction* annotations =
+      viewMenu->addAction(tr("&Annotation Rows"), this, [this](bool shown) { view_->setAnnotationsShown(shown); });
+  annotations->setObjectName(QStringLiteral("annotationsAction"));
+  annotations->setCheckable(true);
+  annotations->setChecked(view_->annotationsShown());
+  viewMenu->addSeparator();
+  viewMenu->addAction(tr("Zoom &In"), this, [this] { view_->setZoom(view_->zoom() + 1); })
+      ->setShortcuts({QKeySequence::ZoomIn, QKeySequence(Qt::CTRL | Qt::Key_Equal)});
+  viewMenu->addAction(tr("Zoom &Out"), this, [this] { view_->setZoom(view_->zoom() - 1); })
+      ->setShortcut(QKeySequence::ZoomOut);
+  viewMenu->addAction(tr("&Actual Size"), this, [this] { view_->setZoom(AlignmentView::defaultZoom()); })
+      ->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_0));
+  viewMenu->addSeparator();
   runLogAction_ = viewMenu->addAction(tr("Run &Log"), this, &MainWindow::showRunLog);
   runLogAction_->setObjectName(QStringLiteral("runLogAction"));
+  guideTreeAction_ = viewMenu->addAction(tr("Guide &Tree"), this, &MainWindow::showGuideTree);
+  guideTreeAction_->setObjectName(QStringLiteral("guideTreeAction"));
+  guideTreeAction_->setEnabled(false);
+
+  QToolBar* findBar = addToolBar(tr("Find"));
+  findBar->setObjectName(QStringLiteral("findBar"));
+  findBar->setMovable(false);
+  findText_ = new QLineEdit(findBar);
+  findText_->setObjectName(QStringLiteral("findText"));
+  findText_->setPlaceholderText(tr("Find motif (X = any residue)"));
+  findText_->setClearButtonEnabled(true);
+  findText_->setMaximumWidth(260);
+  findBar->addWidget(findText_);
+  connect(findText_, &QLineEdit::returnPressed, this, [this] { find(findText_->text()); });
 
   pluginMenu_ = menuBar()->addMenu(tr("&Plugins"));
   pluginMenu_->setObjectName(QStringLiteral("pluginMenu"));
@@ -171,6 +349,9 @@ void MainWindow::updateActions() {
   saveAsAction_->setEnabled(idle && alignment_ != nullptr);
   quitAction_->setEnabled(idle);
   undoAction_->setEnabled(idle && canUndo());
+  redoAction_->setEnabled(idle && undoStack_->canRedo());
+  exportAction_->setEnabled(idle && alignment_ != nullptr);
+  for (QAction* action : editActions_) action->setEnabled(idle && alignment_ != nullptr);
   runLogAction_->setEnabled(!lastLogPath_.isEmpty());
   recentMenu_->setEnabled(idle && !recentFiles().isEmpty());
   pluginMenu_->setEnabled(idle);
@@ -192,7 +373,12 @@ void MainWindow::updateStatus() {
     sizeLabel_->clear();
     return;
   }
-  selectionLabel_->setText(QString::fromStdString(selectionText(view_->selection())));
+  QString selected = QString::fromStdString(selectionText(view_->selection()));
+  const RowRange rows = view_->selectedRows();
+  if (rows.first < rows.second && rows.second - rows.first < alignment_->sequenceCount()) {
+    selected = tr("rows %1\u2013%2, ").arg(rows.first + 1).arg(rows.second) + selected;
+  }
+  selectionLabel_->setText(selected);
   sizeLabel_->setText(
       tr("%1 sequences \u00d7 %2 columns").arg(alignment_->sequenceCount()).arg(alignment_->columnCount()));
 }
@@ -234,9 +420,11 @@ bool MainWindow::openFile(const QString& path) {
     }
     return false;
   }
+  setGuideTree({});
   filePath_ = absolute;
-  undo_ = {};
   showAlignment(std::move(loaded), false);
+  undoStack_->clear();
+  undoStack_->setClean();
   setWindowModified(false);
   rememberRecent(absolute);
   return true;
@@ -247,8 +435,8 @@ bool MainWindow::saveFile(const QString& path) {
   const QString absolute = QFileInfo(path).absoluteFilePath();
   const auto format = KARVO::formatFromName(absolute.toStdString());
   if (!format) {
-    report(tr("Cannot save"),
-           tr("%1: choose a name ending in .fa, .aln or .msf (FASTA, Clustal or MSF).").arg(fileName(absolute)));
+    report(tr("Cannot save"), tr("%1: choose a name with one of the extensions of %2.")
+                                  .arg(fileName(absolute), QString::fromStdString(KARVO::formatChoices())));
     return false;
   }
   try {
@@ -258,6 +446,7 @@ bool MainWindow::saveFile(const QString& path) {
     return false;
   }
   filePath_ = absolute;
+  undoStack_->setClean();
   setWindowModified(false);
   updateTitle();
   rememberRecent(absolute);
@@ -282,7 +471,7 @@ void MainWindow::openWithDialog() {
 
 bool MainWindow::save() {
   if (alignment_ == nullptr || running_) return false;
-  // Files of a format that cannot be written (Stockholm) go through Save As.
+  // Files whose name says no format that can be written go through Save As.
   if (filePath_.isEmpty() || !KARVO::formatFromName(filePath_.toStdString())) return saveAsWithDialog();
   return saveFile(filePath_);
 }
@@ -322,6 +511,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     return;
   }
   if (logWindow_ != nullptr) logWindow_->close();
+  if (treeWindow_ != nullptr) treeWindow_->close();
   event->accept();
 }
 
@@ -365,7 +555,6 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
     report(name, tr("There is not enough memory to keep a copy of the alignment, so %1 was not started.").arg(name));
     return RunOutcome::Refused;
   }
-  const bool modifiedBefore = isWindowModified();
 
   setRunning(true);
   const std::string tmpDir = Config::GetPersonalTmpDir();
@@ -376,26 +565,20 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
     // The copy in memory still protects the alignment against a failing run.
     qWarning("karvo: no recovery file: %s", error.what());
   }
-  const DirectorySnapshot logsBefore = snapshotDirectory(tmpDir);
 
   bool changed = false;
   QString failure;
-  {
-    LogNameWatcher logName;
-    try {
-      changed = execute(*alignment_);
-    } catch (const std::bad_alloc&) {
-      failure = tr("it ran out of memory");
-    } catch (const std::exception& error) {
-      failure = QString::fromLocal8Bit(error.what());
-    } catch (...) {
-      failure = tr("an unknown error");
-    }
-    removeRecovery(recovery);
-    if (const auto log = findRunLog(tmpDir, logsBefore, logName.name().toStdString())) {
-      lastLogPath_ = QString::fromStdString(*log);
-    }
+  try {
+    changed = execute(*alignment_);
+  } catch (const std::bad_alloc&) {
+    failure = tr("it ran out of memory");
+  } catch (const std::exception& error) {
+    failure = QString::fromLocal8Bit(error.what());
+  } catch (...) {
+    failure = tr("an unknown error");
   }
+  removeRecovery(recovery);
+  if (const std::string log = reportedRunLog(*loaded_[index]); !log.empty()) lastLogPath_ = QString::fromStdString(log);
 
   if (!failure.isEmpty()) {
     showAlignment(std::move(before), true);
@@ -404,10 +587,12 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
            tr("%1 stopped with an error: %2.\nThe alignment is as it was before the run.").arg(name, failure));
     return RunOutcome::Failed;
   }
-  if (changed) {
-    undo_ = {std::move(before), modifiedBefore};
-    setWindowModified(true);
+  // The report of the run, from plug-ins that keep one.
+  if (const auto last = reinterpret_cast<LastRunReportFn>(loaded_[index]->symbol("LastRunReport"))) {
+    if (const ZemtraRunReport* runReport = last(); runReport != nullptr && changed)
+      setGuideTree(guideTreeOfRun(*runReport, *alignment_));
   }
+  if (changed) undoStack_->push(new RunCommand(*this, std::move(before), tr("Run %1").arg(name)));
   view_->reloadAlignment();
   setRunning(false);
   updateStatus();
@@ -415,13 +600,253 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
   return changed ? RunOutcome::Changed : RunOutcome::Unchanged;
 }
 
+void MainWindow::setGuideTree(RunGuideTree tree) {
+  guideTree_ = std::move(tree);
+  guideTreeAction_->setEnabled(!guideTree_.tree.empty());
+  if (treeView_ != nullptr) treeView_->setTree(guideTree_.tree);
+}
+
+void MainWindow::showGuideTree() {
+  if (treeWindow_ == nullptr) {
+    treeWindow_ = new QDialog(this);
+    treeWindow_->setWindowTitle(tr("Guide Tree"));
+    treeWindow_->resize(720, 520);
+    auto* layout = new QVBoxLayout(treeWindow_);
+    layout->setContentsMargins(0, 0, 0, 0);
+    treeView_ = new TreeView(treeWindow_);
+    layout->addWidget(treeView_);
+    connect(treeView_, &TreeView::leafClicked, this, [this](int node) {
+      const long row = treeView_->tree().nodes[static_cast<std::size_t>(node)].row;
+      if (row >= 0 && static_cast<std::size_t>(row) < guideTree_.alignmentRows.size())
+        view_->setCurrentRow(static_cast<long>(guideTree_.alignmentRows[static_cast<std::size_t>(row)]));
+    });
+    treeView_->setTree(guideTree_.tree);
+  }
+  treeWindow_->show();
+  treeWindow_->raise();
+}
+
+bool MainWindow::canUndo() const { return undoStack_->canUndo(); }
+
 void MainWindow::undo() {
   if (running_ || !canUndo()) return;
-  UndoState state = std::move(undo_);
-  undo_ = {};
-  showAlignment(std::move(state.alignment), true);
-  setWindowModified(state.modified);
-  statusBar()->showMessage(tr("The alignment is as it was before the last plug-in run"), 4000);
+  const QString what = undoStack_->undoText();
+  undoStack_->undo();
+  statusBar()->showMessage(tr("Undone: %1").arg(what), 4000);
+}
+
+void MainWindow::redo() {
+  if (running_ || !undoStack_->canRedo()) return;
+  undoStack_->redo();
+}
+
+void MainWindow::afterChange() {
+  view_->reloadAlignment();
+  updateStatus();
+  updateActions();
+}
+
+bool MainWindow::edit(const Edit& change, int mergeKey, bool quiet) {
+  if (running_ || alignment_ == nullptr) return false;
+  Edit inverse;
+  try {
+    inverse = applyEdit(*alignment_, change);
+  } catch (const EditRefused& refused) {
+    if (!quiet) statusBar()->showMessage(tr("Not changed: %1").arg(QString::fromStdString(refused.what())), 5000);
+    return false;
+  }
+  undoStack_->push(new EditCommand(*this, change, std::move(inverse), mergeKey));
+  afterChange();
+  return true;
+}
+
+namespace {
+bool refuseWithout(QStatusBar* bar, bool condition, const QString& text) {
+  if (!condition) bar->showMessage(text, 5000);
+  return !condition;
+}
+}  // namespace
+
+bool MainWindow::insertGaps() {
+  const RowRange rows = view_->selectedRows();
+  const KARVO::ColumnRange columns = view_->selection();
+  if (refuseWithout(statusBar(), rows.first < rows.second, tr("Select the cells to move right first"))) return false;
+  if (!edit(InsertGaps{rows, columns.first, 1})) return false;
+  view_->setBlock(rows, {columns.first + 1, columns.second + 1});
+  return true;
+}
+
+bool MainWindow::deleteGaps() {
+  const RowRange rows = view_->selectedRows();
+  if (refuseWithout(statusBar(), rows.first < rows.second, tr("Select the cells whose gaps go first"))) return false;
+  return edit(DeleteGaps{rows, view_->selection()});
+}
+
+bool MainWindow::slideBlock(long offset) {
+  const RowRange rows = view_->selectedRows();
+  const KARVO::ColumnRange columns = view_->selection();
+  if (refuseWithout(statusBar(), rows.first < rows.second, tr("Select the block to slide first"))) return false;
+  if (!edit(SlideBlock{rows, columns, offset})) return false;
+  view_->setBlock(
+      rows, {columns.first + static_cast<unsigned long>(offset), columns.second + static_cast<unsigned long>(offset)});
+  return true;
+}
+
+bool MainWindow::moveSelectedRows(long offset) {
+  const RowRange rows = view_->selectedRows();
+  const unsigned long count = alignment_ == nullptr ? 0 : alignment_->sequenceCount();
+  if (refuseWithout(statusBar(), rows.first < rows.second && rows.second - rows.first < count,
+                    tr("Select the rows to move by their names first"))) {
+    return false;
+  }
+  const long shift = std::clamp(offset, -static_cast<long>(rows.first), static_cast<long>(count - rows.second));
+  if (shift == 0 || !edit(moveRows(count, rows, shift))) return false;
+  const KARVO::ColumnRange columns = view_->selection();
+  view_->setBlock({rows.first + static_cast<unsigned long>(shift), rows.second + static_cast<unsigned long>(shift)},
+                  columns);
+  return true;
+}
+
+bool MainWindow::deleteSelectedSequences() {
+  const RowRange rows = view_->selectedRows();
+  if (refuseWithout(statusBar(), rows.first < rows.second, tr("Select the sequences by their names first"))) {
+    return false;
+  }
+  if (!edit(RemoveSequences{rows})) return false;
+  view_->setSelection({0, 0});
+  return true;
+}
+
+bool MainWindow::renameSequence(unsigned long row, const QString& name) {
+  return edit(RenameSequence{row, name.toStdString()});
+}
+
+void MainWindow::renameWithDialog(unsigned long row) {
+  if (alignment_ == nullptr || running_ || row >= alignment_->sequenceCount()) return;
+  bool accepted = false;
+  const QString name = QInputDialog::getText(this, tr("Rename sequence"), tr("New name:"), QLineEdit::Normal,
+                                             QString::fromStdString(alignment_->GetSeqName(row)), &accepted);
+  if (accepted) renameSequence(row, name.trimmed());
+}
+
+bool MainWindow::sortRowsByName() { return alignment_ != nullptr && edit(sortByName(*alignment_)); }
+
+bool MainWindow::sortRowsByIdentity() {
+  const RowRange rows = view_->selectedRows();
+  if (alignment_ == nullptr ||
+      refuseWithout(statusBar(), rows.first < rows.second, tr("Select the row to compare with by its name first"))) {
+    return false;
+  }
+  return edit(sortByIdentity(*alignment_, rows.first));
+}
+
+bool MainWindow::orderRowsByNames(const std::vector<std::string>& names) {
+  return alignment_ != nullptr && edit(orderByNames(*alignment_, names));
+}
+
+void MainWindow::selectRows(const RowRange& rows) {
+  if (alignment_ != nullptr) view_->setBlock(rows, {0, alignment_->columnCount()});
+}
+
+QDockWidget* MainWindow::dockBesideNames(QWidget* panel, const QString& title) {
+  auto* dock = new QDockWidget(title, this);
+  dock->setObjectName(title);
+  dock->setWidget(panel);
+  dock->setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
+  addDockWidget(Qt::LeftDockWidgetArea, dock);
+  return dock;
+}
+
+void MainWindow::setColourScheme(ColourScheme scheme) {
+  view_->setColourScheme(scheme);
+  for (QAction* action : colourActions_) {
+    action->setChecked(action->objectName() ==
+                       QStringLiteral("colour_") + QString::fromStdString(colourSchemeName(scheme)));
+  }
+}
+
+int MainWindow::find(const QString& motif) {
+  if (findText_->text() != motif) findText_->setText(motif);
+  const std::string problem = motifProblem(motif.toStdString());
+  if (!motif.isEmpty() && !problem.empty()) {
+    view_->setFindMotif({});
+    statusBar()->showMessage(tr("Cannot find: %1").arg(QString::fromStdString(problem)), 5000);
+    return -1;
+  }
+  const int count = view_->setFindMotif(motif.toStdString());
+  if (!motif.isEmpty()) {
+    statusBar()->showMessage(count == 0 ? tr("%1 not found").arg(motif) : tr("%1: %n match(es)", "", count).arg(motif),
+                             5000);
+  }
+  return count;
+}
+
+void MainWindow::findFromBar(bool backwards) {
+  if (view_->matches().empty() && !findText_->text().isEmpty()) {
+    find(findText_->text());
+    if (!backwards) return;
+  }
+  const int current = view_->findNext(backwards);
+  if (current >= 0) {
+    statusBar()->showMessage(
+        tr("Match %1 of %2").arg(current + 1).arg(static_cast<qulonglong>(view_->matches().size())), 4000);
+  }
+}
+
+bool MainWindow::exportImage(const QString& path) {
+  if (alignment_ == nullptr) return false;
+  const QString suffix = QFileInfo(path).suffix().toLower();
+  const RowRange rows = view_->selectedRows();
+  const RowRange figureRows = rows.second - rows.first == alignment_->sequenceCount() ? RowRange{0, 0} : rows;
+  const KARVO::ColumnRange columns = view_->selection();
+  std::string bytes;
+  if (suffix == QStringLiteral("svg")) {
+    bytes = view_->figureSvg(figureRows, columns);
+  } else if (suffix == QStringLiteral("png")) {
+    const QSize size = view_->figureSize(figureRows, columns);
+    // The image formats' own limit.
+    constexpr int kLargest = 32767;
+    if (size.width() > kLargest || size.height() > kLargest) {
+      report(tr("Cannot export"), tr("A picture of %1 \u00d7 %2 pixels is too large; select fewer columns or rows, "
+                                     "zoom out, or export SVG.")
+                                      .arg(size.width())
+                                      .arg(size.height()));
+      return false;
+    }
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    if (!view_->figureImage(figureRows, columns).save(&buffer, "PNG")) {
+      report(tr("Cannot export"), tr("%1: the picture could not be made.").arg(fileName(path)));
+      return false;
+    }
+    bytes.assign(png.constData(), static_cast<std::size_t>(png.size()));
+  } else {
+    report(tr("Cannot export"), tr("%1: choose a name ending in .png or .svg.").arg(fileName(path)));
+    return false;
+  }
+  try {
+    KARVO::writeFileAtomically(QFileInfo(path).absoluteFilePath().toStdString(), bytes);
+  } catch (const std::exception& error) {
+    report(tr("Cannot export"), QString::fromStdString(error.what()));
+    return false;
+  }
+  statusBar()->showMessage(tr("Exported %1").arg(path), 4000);
+  return true;
+}
+
+void MainWindow::exportImageWithDialog() {
+  if (alignment_ == nullptr || running_) return;
+  QString chosen;
+  const QString start = filePath_.isEmpty() ? QDir::currentPath() : QFileInfo(filePath_).absolutePath();
+  QString path = QFileDialog::getSaveFileName(this, tr("Export image"), start,
+                                              tr("PNG image (*.png);;SVG drawing (*.svg)"), &chosen);
+  if (path.isEmpty()) return;
+  const QString suffix = QFileInfo(path).suffix().toLower();
+  if (suffix != QStringLiteral("png") && suffix != QStringLiteral("svg")) {
+    path += chosen.contains(QStringLiteral("svg")) ? QStringLiteral(".svg") : QStringLiteral(".png");
+  }
+  exportImage(path);
 }
 
 bool MainWindow::offerRecovery() {
@@ -452,9 +877,10 @@ bool MainWindow::restoreRecovery(const PendingRecovery& pending) {
     return false;
   }
   filePath_ = QString::fromStdString(pending.origin.originalPath);
-  undo_ = {};
   showAlignment(std::move(restored), false);
+  undoStack_->clear();
   // Not yet saved where it belongs.
+  undoStack_->resetClean();
   setWindowModified(true);
   removeRecovery(pending.files);
   statusBar()->showMessage(tr("Recovered the alignment from before the interrupted run"), 6000);
@@ -476,8 +902,10 @@ void MainWindow::showRunLog() {
     layout->addWidget(logText_);
   }
   QFile file(lastLogPath_);
-  const QString text = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())
-                                                      : tr("The run log %1 cannot be read.").arg(lastLogPath_);
+  const QString text = file.open(QIODevice::ReadOnly)
+                           ? QString::fromUtf8(file.readAll())
+                           : tr("The run log %1 cannot be read; the latest text kept in memory:\n\n%2")
+                                 .arg(lastLogPath_, QString::fromStdString(hostLogText()));
   logText_->setPlainText(text);
   logWindow_->setWindowTitle(tr("Run log \u2014 %1").arg(fileName(lastLogPath_)));
   logWindow_->show();

@@ -12,7 +12,10 @@
 #include <string>
 #include <vector>
 
+#include "app/gui/alignment_edit.h"
 #include "app/gui/recovery.h"
+#include "app/gui/residue_colors.h"
+#include "app/gui/tree_view.h"
 #include "app/gui/view_geometry.h"
 #include "app/plugin_loader.h"
 #include "host/alignment.h"
@@ -22,6 +25,9 @@ class QLabel;
 class QMenu;
 class QPlainTextEdit;
 class QDialog;
+class QDockWidget;
+class QLineEdit;
+class QUndoStack;
 
 namespace karvo_gui {
 
@@ -65,8 +71,43 @@ class MainWindow : public QMainWindow {
   RunOutcome runPlugin(int index);
   bool isRunning() const { return running_; }
 
-  bool canUndo() const { return undo_.alignment != nullptr; }
+  // One undo stack for manual edits and plug-in runs.
+  bool canUndo() const;
   void undo();
+  void redo();
+  QUndoStack* undoStack() const { return undoStack_; }
+
+  // Applies a manual edit to the open alignment as one step of the undo
+  // stack; false (with the reason in the status bar) when it does not fit.
+  // Edits with the same non-zero mergeKey in a row undo as one step.
+  bool edit(const Edit& edit, int mergeKey = 0, bool quiet = false);
+  // The edits of the Edit menu on the selected block.
+  bool insertGaps();
+  bool deleteGaps();
+  bool slideBlock(long offset);
+  bool moveSelectedRows(long offset);
+  bool deleteSelectedSequences();
+  bool renameSequence(unsigned long row, const QString& name);
+  bool sortRowsByName();
+  // By identity to the first selected row.
+  bool sortRowsByIdentity();
+  // Rows in the order of these names (a guide tree's leaves, top to bottom).
+  bool orderRowsByNames(const std::vector<std::string>& names);
+
+  // Selects whole rows (a guide tree's clade, in leaf order).
+  void selectRows(const RowRange& rows);
+  // Docks a panel (the guide tree) on the left of the names; the panel
+  // follows the rows through AlignmentView::rowsMoved.
+  QDockWidget* dockBesideNames(QWidget* panel, const QString& title);
+
+  void setColourScheme(ColourScheme scheme);
+  // Finds the motif; returns the number of matches (-1 for a motif that is
+  // not letters).
+  int find(const QString& motif);
+
+  // The view as a picture: .png or .svg by the name's extension, the
+  // selected columns (all when none) of all rows. false after a report.
+  bool exportImage(const QString& path);
 
   // Asks, for recovery files left by an earlier process, whether to restore
   // them; the first one accepted is opened, and the result is true.
@@ -80,14 +121,18 @@ class MainWindow : public QMainWindow {
   QStringList recentFiles() const;
   void showRunLog();
 
+  // The guide tree of the last run (View > Guide Tree); clicking a leaf
+  // makes its row the view's current row.
+  void setGuideTree(RunGuideTree tree);
+  void showGuideTree();
+  TreeView* treeView() const { return treeView_; }
+
  protected:
   void closeEvent(QCloseEvent* event) override;
 
  private:
-  struct UndoState {
-    std::unique_ptr<KARVO::Alignment> alignment;
-    bool modified = false;
-  };
+  friend class EditCommand;
+  friend class RunCommand;
 
   void createMenus();
   void rebuildPluginMenu();
@@ -103,13 +148,20 @@ class MainWindow : public QMainWindow {
   bool save();
   bool saveAsWithDialog();
   void about();
+  void exportImageWithDialog();
+  void renameWithDialog(unsigned long row);
+  void findFromBar(bool backwards);
+  void afterChange();
   void report(const QString& title, const QString& text);
 
   std::vector<karvo_app::PluginInfo> plugins_;
   std::map<int, std::unique_ptr<karvo_app::LoadedPlugin>> loaded_;
 
   std::unique_ptr<KARVO::Alignment> alignment_;
-  UndoState undo_;
+  QUndoStack* undoStack_ = nullptr;
+  int nextMergeKey_ = 1;
+  int slideMergeKey_ = 0;
+  int lastSlideDrag_ = 0;
   QString filePath_;
   QString lastLogPath_;
   bool running_ = false;
@@ -124,7 +176,16 @@ class MainWindow : public QMainWindow {
   QAction* saveAsAction_ = nullptr;
   QAction* quitAction_ = nullptr;
   QAction* undoAction_ = nullptr;
+  QAction* redoAction_ = nullptr;
+  QAction* exportAction_ = nullptr;
+  std::vector<QAction*> editActions_;
+  std::vector<QAction*> colourActions_;
+  QLineEdit* findText_ = nullptr;
   QAction* runLogAction_ = nullptr;
+  QAction* guideTreeAction_ = nullptr;
+  RunGuideTree guideTree_;
+  QDialog* treeWindow_ = nullptr;
+  TreeView* treeView_ = nullptr;
   QMenu* recentMenu_ = nullptr;
   QMenu* pluginMenu_ = nullptr;
   QDialog* logWindow_ = nullptr;

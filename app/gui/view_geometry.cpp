@@ -30,7 +30,7 @@ unsigned long columnAtPixel(long pixel, unsigned long offset, long cellPixels, u
   return std::min(offset + static_cast<unsigned long>(pixel / cellPixels), last);
 }
 
-bool rulerNumberAt(unsigned long column) { return (column + 1) % 10 == 0; }
+bool rulerNumberAt(unsigned long column, unsigned long step) { return (column + 1) % step == 0; }
 
 std::optional<KARVO::ColumnRange> spanToRange(const ColumnSpan& span, unsigned long columnCount) {
   if (span.first == 0 || span.first > span.last || span.last > columnCount) return std::nullopt;
@@ -41,6 +41,11 @@ std::string selectionText(const KARVO::ColumnRange& range) {
   if (range.first >= range.second) return "no columns selected";
   if (range.second - range.first == 1) return "column " + std::to_string(range.first + 1) + " selected";
   return "columns " + std::to_string(range.first + 1) + "\u2013" + std::to_string(range.second) + " selected";
+}
+
+const std::vector<std::string>& colourSchemeNames() {
+  static const std::vector<std::string> names{"class", "conservation", "identity", "hydrophobicity", "none"};
+  return names;
 }
 
 std::string pluginDisplayName(std::string_view fileName) {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "app/align_options.h"
 #include "host/alignment.h"
@@ -44,8 +45,9 @@ KARVO::ColumnRange rangeBetween(unsigned long anchor, unsigned long column);
 // column. total must not be 0.
 unsigned long columnAtPixel(long pixel, unsigned long offset, long cellPixels, unsigned long total);
 
-// Columns are numbered from 1 on the ruler; every tenth gets its number.
-bool rulerNumberAt(unsigned long column);
+// Columns are numbered from 1 on the ruler; every step-th (tenth unless
+// zoomed out) gets its number.
+bool rulerNumberAt(unsigned long column, unsigned long step = 10);
 
 // A 1-based inclusive column range as given on the command line, FIRST:LAST
 // (read by karvo_app::parseColumnRange).
@@ -58,6 +60,10 @@ std::optional<KARVO::ColumnRange> spanToRange(const ColumnSpan& span, unsigned l
 // The status bar's text for a selected range: "columns 12–140 selected",
 // "column 7 selected", "no columns selected" (UTF-8).
 std::string selectionText(const KARVO::ColumnRange& range);
+
+// The colour schemes of the window by their command-line names: "class",
+// "conservation", "identity", "hydrophobicity", "none".
+const std::vector<std::string>& colourSchemeNames();
 
 // The menu entry of a plug-in library: "libZemtra.so.0" -> "Zemtra".
 std::string pluginDisplayName(std::string_view fileName);

@@ -6,7 +6,6 @@
 #include <fstream>
 #include <iterator>
 
-#include "app/log_placement.h"
 #include "app/plugin_loader.h"
 #include "host/file_io.h"
 #include "scratch_dir.h"
@@ -47,12 +46,6 @@ TEST(AtomicFile, FailureNamesThePathAndLeavesNothing) {
     EXPECT_NE(std::string(error.what()).find(path), std::string::npos);
   }
   EXPECT_EQ(entriesIn(dir.path()), 0);
-}
-
-TEST(AtomicFile, FolderOfABareNameIsTheCurrentFolder) {
-  EXPECT_EQ(folderOf("out.fa"), ".");
-  EXPECT_EQ(folderOf("/out.fa"), "/");
-  EXPECT_EQ(folderOf("a/b/out.fa"), "a/b");
 }
 
 TEST(PluginSearch, ExplicitFolderIsTheOnlyPlace) {

@@ -90,16 +90,22 @@ TEST_F(ViewTest, ShiftClickExtendsFromTheFirstClickOrASelectionMadeElsewhere) {
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{5, 16}));
 }
 
-TEST_F(ViewTest, OnlyClicksOnAnInteractiveRulerChangeTheSelection) {
+TEST_F(ViewTest, CellsAndNamesSelectBlocksAndOnlyAnInteractiveViewChangesTheSelection) {
   view.setSelection({5, 9});
-  const QPoint inGrid = view.rulerPointOfColumn(20) + QPoint(0, view.rulerHeight() * 2);
-  QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, inGrid);
-  const QPoint onNames(view.namesWidth() / 2, view.rulerHeight() / 2);
-  QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, onNames);
+  const QPoint corner(view.namesWidth() / 2, view.rulerHeight() / 2);
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, corner);
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{5, 9}));
+  EXPECT_EQ(view.selectedRows(), (RowRange{0, kRows}));
+  QTest::mousePress(view.viewport(), Qt::LeftButton, Qt::NoModifier, view.pointOfCell(2, 20));
+  QTest::mouseRelease(view.viewport(), Qt::LeftButton, Qt::NoModifier, view.pointOfCell(4, 23));
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{20, 24}));
+  EXPECT_EQ(view.selectedRows(), (RowRange{2, 5}));
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, view.pointOfName(6));
+  EXPECT_EQ(view.selectedRows(), (RowRange{6, 7}));
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{0, kColumns}));
   view.setInteractive(false);
   dragOnRuler(view, 20, 30);
-  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{5, 9}));
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{0, kColumns}));
 }
 
 TEST_F(ViewTest, DraggingPastTheRightEdgeScrollsAndKeepsSelecting) {
@@ -137,7 +143,7 @@ TEST_F(ViewTest, ArrowAndPageKeysScroll) {
 
 TEST_F(ViewTest, ScrollingStopsWhenTheLastColumnAndRowAreWhollyVisible) {
   const int gridWidth = view.viewport()->width() - view.namesWidth();
-  const int gridHeight = view.viewport()->height() - view.rulerHeight();
+  const int gridHeight = view.viewport()->height() - view.rulerHeight() - view.annotationHeight();
   EXPECT_EQ(view.horizontalScrollBar()->maximum(), static_cast<int>(kColumns) - gridWidth / view.cellWidth());
   EXPECT_EQ(view.verticalScrollBar()->maximum(), static_cast<int>(kRows) - gridHeight / view.cellHeight());
 }
@@ -190,6 +196,17 @@ TEST(EmptyView, PaintsWithoutAnAlignmentOrColumns) {
   EXPECT_FALSE(view.viewport()->grab().isNull());
   dragOnRuler(view, 0, 3);
   EXPECT_EQ(view.selection(), (KARVO::ColumnRange{0, 0}));
+}
+
+TEST(ViewNames, LongNamesAreElidedInTheMiddleSoTheirEndsStayApart) {
+  const std::string stem(40, 'A');
+  auto alignment = KARVO::Alignment::fromRows({{stem + "_end1", ""}, {stem + "_end2", ""}}, {"MK", "MK"});
+  AlignmentView view;
+  view.setAlignment(alignment.get());
+  const std::string svg = view.figureSvg({}, {});
+  EXPECT_NE(svg.find("_end1</text>"), std::string::npos);
+  EXPECT_NE(svg.find("_end2</text>"), std::string::npos);
+  EXPECT_EQ(svg.find(stem), std::string::npos);
 }
 
 }  // namespace

@@ -65,7 +65,9 @@ TEST_F(ZemtraRunTest, TheRunRealignsAsTheWindowlessEntryPointWithTheSameParamete
   const auto plugin = karvo_app::LoadedPlugin::open(ZEMTRA_PLUGIN_PATH);
   HeadlessRunInteraction quiet;
   quiet.answerOverwrite = [](const std::string&) { return true; };
-  ASSERT_TRUE(plugin->executeWithParameters()(*reference, {0, 40, 0, "reference.log"}, quiet, nullptr));
+  ZemtraParameters parameters;
+  parameters.logName = "reference.log";
+  ASSERT_TRUE(plugin->executeWithParameters()(*reference, parameters, quiet, nullptr));
 
   ModalAutoAnswer accept;
   EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
@@ -89,6 +91,34 @@ TEST_F(ZemtraRunTest, CtrlZBringsBackTheAlignmentExactly) {
   EXPECT_EQ(window().view()->alignment(), window().alignment());
   EXPECT_FALSE(window().isWindowModified());
   EXPECT_FALSE(window().canUndo());
+}
+
+TEST_F(ZemtraRunTest, EditsAndRunsShareOneUndoStackThatUndoesAndRedoesInOrder) {
+  const auto before = rowsOf(*window().alignment());
+  window().view()->setBlock({1, 3}, {10, 20});
+  ASSERT_TRUE(window().insertGaps());
+  EXPECT_EQ(window().view()->selection(), (KARVO::ColumnRange{11, 21}));  // the block moved with its cells
+  const auto edited = rowsOf(*window().alignment());
+  window().selectColumns({1, 120});
+  {
+    ModalAutoAnswer accept;
+    ASSERT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
+  }
+  const auto run = rowsOf(*window().alignment());
+  ASSERT_TRUE(window().renameSequence(0, QStringLiteral("renamed")));
+  EXPECT_FALSE(window().renameSequence(0, QStringLiteral("two words")));
+  EXPECT_TRUE(window().isWindowModified());
+  for (const auto* expected : {&run, &edited, &before}) {
+    window().undo();
+    EXPECT_EQ(rowsOf(*window().alignment()), *expected);
+  }
+  EXPECT_EQ(window().alignment()->GetSeqName(0), "HBA_HUMAN");
+  EXPECT_FALSE(window().isWindowModified());
+  EXPECT_FALSE(window().canUndo());
+  for (int i = 0; i < 3; ++i) window().redo();
+  EXPECT_EQ(window().alignment()->GetSeqName(0), "renamed");
+  EXPECT_EQ(rowsOf(*window().alignment()), run);
+  EXPECT_EQ(window().view()->alignment(), window().alignment());
 }
 
 TEST_F(ZemtraRunTest, WhileTheDialogIsOpenTheWindowRefusesAnotherRunAndKeepsARecoveryCopy) {

@@ -9,12 +9,17 @@
 #include <QFile>
 #include <QImage>
 #include <QPixmap>
+#include <QTest>
 #include <filesystem>
+#include <functional>
 
 #include "app/gui/alignment_view.h"
 #include "app/gui/gui_main.h"
 #include "app/gui/modal_auto_answer.h"
+#include "app/gui/tree_view.h"
+#include "app/plugin_loader.h"
 #include "gui_fixture.h"
+#include "run/headless_run_interaction.h"
 
 namespace karvo_gui {
 namespace {
@@ -64,6 +69,39 @@ TEST_F(ScreenshotTest, TheParameterDialogIsPictured) {
   EXPECT_GE(image.width(), 300);
 }
 
+// The window's guide tree of a real run of the globins; a click on a leaf's
+// name makes its alignment row the current one.
+TEST_F(ScreenshotTest, GuideTreeShowsTheRunsPhylogramAndALeafClickPicksItsRow) {
+  MainWindow& window = windowWith("globins.fa", {testing::zemtraPluginDir()});
+  QAction* show = testing::action(window, "guideTreeAction");
+  EXPECT_FALSE(show->isEnabled());
+  const auto run = window.alignment()->clone();
+  run->selection = {0, run->columnCount()};
+  const auto plugin = karvo_app::LoadedPlugin::open(ZEMTRA_PLUGIN_PATH);
+  HeadlessRunInteraction quiet;
+  ZemtraRunReport report;
+  ZemtraParameters parameters;
+  parameters.writeLogFile = false;
+  ASSERT_TRUE(plugin->executeWithParameters()(*run, parameters, quiet, &report));
+  window.setGuideTree(guideTreeOfRun(report, *run));
+  ASSERT_TRUE(show->isEnabled());
+  show->trigger();
+
+  TreeView& view = *window.treeView();
+  view.window()->resize(640, 260);
+  QCoreApplication::processEvents();
+  const std::vector<int> leaves = KARVO::leafOrder(view.tree());
+  ASSERT_EQ(leaves.size(), 7u);
+  const int hbd = leaves[1];  // HBB and HBD join first, so they lead the leaf order
+  ASSERT_EQ(view.tree().nodes[static_cast<std::size_t>(hbd)].name, "HBD_HUMAN");
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.leafPoint(hbd));
+  EXPECT_EQ(view.currentLeaf(), hbd);
+  EXPECT_EQ(window.view()->currentRow(), 3);
+  ASSERT_TRUE(view.window()->grab().save(screenshotPath("guide_tree.png"), "PNG"));
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, QPoint(2, 2));
+  EXPECT_EQ(window.view()->currentRow(), 3) << "a click beside the tree picks nothing";
+}
+
 TEST_F(ScreenshotTest, UnattendedModePicturesTheSelectionAndExits) {
   const std::string path = screenshotPath("unattended_selection.png").toStdString();
   GuiOptions options;
@@ -77,18 +115,31 @@ TEST_F(ScreenshotTest, UnattendedModePicturesTheSelectionAndExits) {
   EXPECT_GE(residueColoursIn(image), 3);
 }
 
-TEST_F(ScreenshotTest, UnattendedModeRunsThePluginWithItsDefaultsFirst) {
+QStringList debugLines;
+void keepDebugLine(QtMsgType type, const QMessageLogContext&, const QString& text) {
+  if (type == QtDebugMsg) debugLines << text;
+}
+
+// Without --select the run takes every column, as align does; the
+// plug-in's diagnostic texts only show with --verbose.
+TEST_F(ScreenshotTest, UnattendedModeRunsThePluginOnAllColumnsWithItsDefaultsFirst) {
   const QString path = screenshotPath("after_run.png");
-  QFile::remove(path);
-  GuiOptions options;
-  options.file = examplePath("globins.fa");
-  options.select = ColumnSpan{1, 154};
-  options.screenshot = path.toStdString();
-  options.run = true;
-  options.pluginDir = testing::zemtraPluginDir();
-  EXPECT_EQ(runGui(options), 0);
-  EXPECT_FALSE(QImage(path).isNull());
-  EXPECT_TRUE(fs::exists(tmpDir() + "/zemtra.log"));
+  for (const bool verbose : {false, true}) {
+    QFile::remove(path);
+    GuiOptions options;
+    options.file = examplePath("globins.fa");
+    options.screenshot = path.toStdString();
+    options.run = true;
+    options.verbose = verbose;
+    options.pluginDir = testing::zemtraPluginDir();
+    debugLines.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(keepDebugLine);
+    EXPECT_EQ(runGui(options), 0);
+    qInstallMessageHandler(previous);
+    EXPECT_FALSE(QImage(path).isNull());
+    EXPECT_EQ(debugLines.contains(QStringLiteral("Prepare data for ZEMTRA.")), verbose);
+    EXPECT_TRUE(fs::remove(tmpDir() + "/zemtra.log"));
+  }
 }
 
 TEST_F(ScreenshotTest, UnattendedModeFailsOnASpanBeyondTheAlignmentOrAFileThatCannotBeRead) {
@@ -103,6 +154,121 @@ TEST_F(ScreenshotTest, UnattendedModeFailsOnASpanBeyondTheAlignmentOrAFileThatCa
     EXPECT_EQ(runGui(options), 1) << file;
     EXPECT_FALSE(fs::exists(path));
   }
+}
+
+// One picture per look of the view, each checked against the plain view of
+// the same alignment; the edit's "before" is that plain view.
+struct ViewLook {
+  const char* name;
+  std::function<void(MainWindow&)> apply;
+  std::function<void(MainWindow&, const QImage&)> check;
+};
+
+class ViewLookTest : public WindowTest, public ::testing::WithParamInterface<ViewLook> {};
+
+TEST_P(ViewLookTest, IsPicturedAndDiffersFromThePlainView) {
+  MainWindow& window = windowWith("kinases.fa");
+  window.resize(980, 520);
+  QCoreApplication::processEvents();
+  const QImage plain = window.view()->viewport()->grab().toImage();
+  const std::string name = GetParam().name;
+  if (name.starts_with("edit")) {
+    ASSERT_TRUE(window.grab().save(screenshotPath((name + "_before.png").c_str()), "PNG"));
+  }
+  GetParam().apply(window);
+  QCoreApplication::processEvents();
+  const QImage picture = window.grab().toImage();
+  ASSERT_TRUE(picture.save(screenshotPath((name + ".png").c_str()), "PNG"));
+  EXPECT_NE(window.view()->viewport()->grab().toImage(), plain);
+  if (GetParam().check) GetParam().check(window, picture);
+}
+
+const auto scheme = [](ColourScheme chosen) {
+  return [chosen](MainWindow& window) { window.setColourScheme(chosen); };
+};
+
+const ViewLook kLooks[] = {
+    ViewLook{"colour_conservation", scheme(ColourScheme::Conservation), nullptr},
+    ViewLook{"colour_identity", scheme(ColourScheme::Identity), nullptr},
+    ViewLook{"colour_hydrophobicity", scheme(ColourScheme::Hydrophobicity), nullptr},
+    ViewLook{"colour_none", scheme(ColourScheme::None),
+             [](MainWindow& window, const QImage&) {
+               const QImage cells = window.view()->viewport()->grab().toImage();
+               const AlignmentView& view = *window.view();
+               const QPoint corner =
+                   view.pointOfCell(0, 0) - QPoint(view.cellWidth() / 2 - 1, view.cellHeight() / 2 - 1);
+               EXPECT_EQ(cells.pixelColor(corner), view.palette().color(QPalette::Base));
+             }},
+    ViewLook{"annotations_scrolled", [](MainWindow& window) { window.view()->scrollToCell(0, 280); },
+             [](MainWindow& window, const QImage&) { EXPECT_GT(window.view()->annotationHeight(), 0); }},
+    ViewLook{"find_motif", [](MainWindow& window) { EXPECT_GT(window.find(QStringLiteral("GxGxxG")), 0); },
+             [](MainWindow& window, const QImage&) {
+               const int before = window.view()->currentMatch();
+               QTest::keyClick(window.view(), Qt::Key_F3);
+               EXPECT_NE(window.view()->currentMatch(), before);
+               EXPECT_EQ(window.find(QStringLiteral("G-G")), -1);
+             }},
+    ViewLook{"edit_after",
+             [](MainWindow& window) {
+               window.view()->setBlock({2, 5}, {20, 30});
+               for (int i = 0; i < 3; ++i) ASSERT_TRUE(window.insertGaps());
+               ASSERT_TRUE(window.slideBlock(-1));
+             },
+             [](MainWindow& window, const QImage&) {
+               EXPECT_EQ(window.view()->selection(), (KARVO::ColumnRange{22, 32}));
+               // Dragging inside the block slides it over the gaps left of it, as one undo step.
+               const auto before = testing::rowsOf(*window.alignment());
+               AlignmentView& view = *window.view();
+               QTest::mousePress(view.viewport(), Qt::LeftButton, Qt::NoModifier, view.pointOfCell(3, 25));
+               QTest::mouseMove(view.viewport(), view.pointOfCell(3, 24));
+               QTest::mouseRelease(view.viewport(), Qt::LeftButton, Qt::NoModifier, view.pointOfCell(3, 20));
+               EXPECT_EQ(view.selection(), (KARVO::ColumnRange{20, 30}));
+               window.undo();
+               EXPECT_EQ(testing::rowsOf(*window.alignment()), before);
+               window.redo();
+             }},
+    ViewLook{"zoom_out", [](MainWindow& window) { window.view()->setZoom(0); },
+             [](MainWindow& window, const QImage&) { EXPECT_EQ(window.view()->cellWidth(), 1); }},
+    ViewLook{
+        "zoom_in",
+        [](MainWindow& window) {
+          QTest::keyClick(window.view(), Qt::Key_Plus, Qt::ControlModifier);
+          QTest::keyClick(window.view(), Qt::Key_Plus, Qt::ControlModifier);
+        },
+        [](MainWindow& window, const QImage&) { EXPECT_EQ(window.view()->zoom(), AlignmentView::defaultZoom() + 2); }}};
+
+INSTANTIATE_TEST_SUITE_P(Window, ViewLookTest, ::testing::ValuesIn(kLooks),
+                         [](const ::testing::TestParamInfo<ViewLook>& info) { return std::string(info.param.name); });
+
+TEST_F(ScreenshotTest, UnattendedExportDrawsTheSelectedColumnsAsSvgOrPngWithTheChosenColours) {
+  for (const char* name : {"export.svg", "export.png"}) {
+    const QString path = screenshotPath(name);
+    QFile::remove(path);
+    GuiOptions options;
+    options.file = examplePath("globins.fa");
+    options.select = ColumnSpan{1, 60};
+    options.exportImage = path.toStdString();
+    options.colour = "conservation";
+    options.pluginDir = tmpDir();
+    ASSERT_EQ(runGui(options), 0) << name;
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+    const QByteArray bytes = file.readAll();
+    if (path.endsWith(QStringLiteral(".svg"))) {
+      EXPECT_TRUE(bytes.startsWith("<?xml")) << name;
+      EXPECT_TRUE(bytes.contains(">HBA_HUMAN<"));
+      EXPECT_TRUE(bytes.contains("fill=\"#80a0f0\""));  // conserved hydrophobic columns
+      EXPECT_TRUE(bytes.trimmed().endsWith("</svg>"));
+    } else {
+      EXPECT_FALSE(QImage::fromData(bytes).isNull());
+    }
+  }
+  GuiOptions wrong;
+  wrong.file = examplePath("globins.fa");
+  wrong.exportImage = tmpDir() + "/x.gif";
+  wrong.pluginDir = tmpDir();
+  EXPECT_EQ(runGui(wrong), 1);
+  EXPECT_FALSE(fs::exists(tmpDir() + "/x.gif"));
 }
 
 }  // namespace

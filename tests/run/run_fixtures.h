@@ -58,7 +58,6 @@ class PersonalTmpDir : public ztest::ScratchDir {
   ~PersonalTmpDir() { ::unsetenv("KARVO_TMPDIR"); }
 
   static void use(const std::string& path) { ::setenv("KARVO_TMPDIR", path.c_str(), 1); }
-  std::string loggerText() const { return readFile(file("karvo.log")); }
 };
 
 }  // namespace run_test
