@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/diagnostics.h"
+#include "pairwise/pair_kv.h"
 #include "pairwise/simd/row_pass.h"
 #include "pairwise/simd/workspace.h"
 
@@ -13,12 +14,6 @@ namespace {
 
 using simd::EndValues;
 using simd::TraceResult;
-
-// pair_kv's average of a summed cell over the member pairs.
-inline int averagedScore(int sum, int pairs) {
-  const float quotient = static_cast<float>(sum) / static_cast<float>(pairs);
-  return static_cast<int>(static_cast<double>(quotient) + 0.5);
-}
 
 using RowPassFn = void (*)(const simd::RowPass&);
 
@@ -39,6 +34,10 @@ RowPassFn rowPassFor(SimdLevel level) {
 // depend only on the row above, so they are computed in one vectorised
 // pass; horz is a running maximum along the row and gets a second, serial
 // pass.
+// Buffer sizes of the scalar routines, in elements.
+unsigned long stateRowCells(unsigned long m) { return 6 * (m + 1); }
+unsigned long traceCells(unsigned long n, unsigned long m) { return n * m; }
+
 template <class RowScores>
 EndValues fillRows(unsigned long n, unsigned long m, int gap, const RowScores& rowScores, RowPassFn rowPass,
                    DpWorkspace::Buffers& b) {
@@ -46,15 +45,15 @@ EndValues fillRows(unsigned long n, unsigned long m, int gap, const RowScores& r
   if (n == 0 || m == 0) return end;
   // Six rows of m + 1 values: diag, vert, horz of the row above and of the
   // current row; column 0 stays 0.
-  int* rows = simd::ensure(b.row, 6 * (m + 1));
-  std::fill(rows, rows + 6 * (m + 1), 0);
+  int* rows = simd::ensure(b.row, stateRowCells(m));
+  std::fill(rows, rows + stateRowCells(m), 0);
   int* upD = rows;
   int* upV = upD + (m + 1);
   int* upH = upV + (m + 1);
   int* curD = upH + (m + 1);
   int* curV = curD + (m + 1);
   int* curH = curV + (m + 1);
-  std::uint8_t* trace = simd::ensure(b.trace, n * m);
+  std::uint8_t* trace = simd::ensure(b.trace, traceCells(n, m));
 
   for (unsigned long i = 1; i <= n; ++i) {
     std::uint8_t* codes = trace + (i - 1) * m;
@@ -85,6 +84,15 @@ TraceResult traceScalar(unsigned long n, unsigned long m, const EndValues& end, 
 }
 
 }  // namespace
+
+std::uint64_t scalarWorkspaceBytes(unsigned long n, unsigned long m) {
+  using KARVO::bytesPlus;
+  using KARVO::bytesTimes;
+  std::uint64_t bytes = bytesTimes(stateRowCells(m), sizeof(int));
+  bytes = bytesPlus(bytes, bytesTimes(traceCells(n, m), sizeof(std::uint8_t)));
+  bytes = bytesPlus(bytes, bytesTimes(m, sizeof(int)));  // pairFast's averaged row
+  return bytesPlus(bytes, simd::traceEntryBytes(simd::traceEntries(n, m)));
+}
 
 DpWorkspace::DpWorkspace() : buffers_(std::make_unique<Buffers>()) {}
 DpWorkspace::~DpWorkspace() = default;

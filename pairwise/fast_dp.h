@@ -43,6 +43,14 @@ inline constexpr unsigned long long kBatchTraceBudget = 64ull << 20;
 // result.
 SimdLevel batchLevelFor(SimdLevel requested, unsigned long rows, unsigned long columns);
 
+// Bytes a workspace holds at most once fredmanFast or pairFast aligned
+// sequences of up to n and m positions.
+std::uint64_t scalarWorkspaceBytes(unsigned long n, unsigned long m);
+
+// Bytes a workspace holds at most once alignRowPairs at that level aligned
+// rows of up to n positions against rows of up to m positions.
+std::uint64_t rowPairsWorkspaceBytes(SimdLevel level, unsigned long n, unsigned long m);
+
 // Storage of the fast routines, owned by the caller and lent to every call.
 // Buffers only grow: once they fit the largest alignment of a run, no call
 // allocates. One workspace serves one thread.

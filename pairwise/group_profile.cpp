@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/memory_size.h"
 #include "pairwise/comp_kv.h"
 #include "scoring/scomat.h"
 
@@ -16,6 +17,8 @@ bool sameLengths(const unsigned long* members, int count, const unsigned long* l
     if (len[members[g]] != len[members[0]]) return false;
   return true;
 }
+
+unsigned long columnScoreCells(unsigned long columns) { return kIndices * columns; }
 
 }  // namespace
 
@@ -40,7 +43,7 @@ void GroupProfile::compare(const GroupComparison& groups, KARVO::Matrix<int>& cm
   // columnScores_[r * lenK + q - 1] = sum over the second group's residues
   // b at column q of the score of (r, b): r picks the matrix row, as the
   // first group's letter does in comp_kv.
-  if (columnScores_.size() < kIndices * lenK) columnScores_.resize(kIndices * lenK);
+  if (columnScores_.size() < columnScoreCells(lenK)) columnScores_.resize(columnScoreCells(lenK));
   if (counts_.size() < kIndices) counts_.resize(kIndices);
   int* columnScores = columnScores_.data();
   int* counts = counts_.data();
@@ -74,6 +77,11 @@ void GroupProfile::compare(const GroupComparison& groups, KARVO::Matrix<int>& cm
   }
   *lenj = lenJ;
   *lenk = lenK;
+}
+
+std::uint64_t GroupProfile::bytesFor(unsigned long columns) {
+  // A vector may hold up to twice what it was last asked for.
+  return KARVO::bytesTimes(2 * sizeof(int), KARVO::bytesPlus(columnScoreCells(columns), kIndices));
 }
 
 }  // namespace zemtra

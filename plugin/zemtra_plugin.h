@@ -3,6 +3,7 @@
 // that have none, has all but Execute1 and loads no toolkit.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -81,4 +82,12 @@ using ExecuteWithParametersFn = bool (*)(KARVO::Alignment&, const ZemtraParamete
 using DebugOutputFn = void (*)(const char* text);
 DebugOutputFn SetDebugOutput(DebugOutputFn output);
 using SetDebugOutputFn = DebugOutputFn (*)(DebugOutputFn);
+
+// Bytes a run of that many sequences over a range of width columns holds at
+// its peak, worked out from the sizes the run allocates: the engine and
+// thread count it will use (threads 0: as the run chooses them, from
+// ZEMTRA_REFERENCE_ENGINE and ZEMTRA_THREADS or one per core). Saturates
+// instead of overflowing.
+std::uint64_t EstimateRunMemory(unsigned long sequences, unsigned long width, unsigned threads);
+using EstimateRunMemoryFn = std::uint64_t (*)(unsigned long, unsigned long, unsigned);
 }

@@ -100,15 +100,13 @@ bool readAt(int fd, char* data, std::size_t size, off_t offset) {
   return true;
 }
 
-constexpr std::size_t kBufferSize = 64 * 1024;
-
 }  // namespace
 
 // Collects text in a fixed buffer and hands it to the file, or to memory
 // once the file is out of the picture.
 class RunLogFile::Buffer : public std::streambuf {
  public:
-  Buffer(const std::string& dir, const std::string& logName) : data_(kBufferSize) {
+  Buffer(const std::string& dir, const std::string& logName) : data_(kBufferBytes) {
     setp(data_.data(), data_.data() + data_.size());
     if (auto target = targetPath(dir, logName)) {
       target_ = std::move(*target);
@@ -145,7 +143,7 @@ class RunLogFile::Buffer : public std::streambuf {
       return;
     }
     for (off_t offset = 0; offset < written_;) {
-      const std::size_t size = static_cast<std::size_t>(std::min<off_t>(written_ - offset, kBufferSize));
+      const std::size_t size = static_cast<std::size_t>(std::min<off_t>(written_ - offset, kBufferBytes));
       if (!readAt(fd_, data_.data(), size, offset)) return;
       consume(std::string_view(data_.data(), size));
       offset += static_cast<off_t>(size);

@@ -20,6 +20,9 @@
 // on destruction and when the process exits.
 class RunLogFile {
  public:
+  // The text passes through a buffer of this size on its way to the file.
+  static constexpr std::size_t kBufferBytes = 64 * 1024;
+
   RunLogFile(const std::string& dir, const std::string& logName);
   ~RunLogFile();
   RunLogFile(const RunLogFile&) = delete;

@@ -423,6 +423,19 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char
   if (history != nullptr) recordFamilies(family, nfam, *history);
 }
 
+std::uint64_t treePhaseBytes(unsigned long ns, unsigned long columns, const zemtra::EngineOptions& engine) {
+  using KARVO::bytesPlus;
+  // The two member lists of Counters, then the engine's cluster distances
+  // and its largest group alignment: no row grows past columns - 1.
+  std::uint64_t bytes = KARVO::bytesTimes(2 * sizeof(unsigned long), std::uint64_t{ns} + 1);
+  const unsigned long longest = columns > 0 ? columns - 1 : 0;
+  const std::uint64_t rescan = bytesPlus(Matrix<float>::bytesFor(ns + 1, ns + 1), pairKvBytes(longest, longest));
+  if (engine.reference) return bytesPlus(bytes, rescan);
+  std::uint64_t fast = bytesPlus(ClusterTracker::bytesFor(ns), zemtra::GroupProfile::bytesFor(longest));
+  fast = bytesPlus(fast, zemtra::scalarWorkspaceBytes(longest, longest));
+  return bytesPlus(bytes, fast);
+}
+
 void FamFind(int& nfam, unsigned long First, unsigned long Other, Matrix<unsigned long>& family, Matrix<int>& cmp,
              Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path, Matrix<float>& pro,
              Counters& counters) {

@@ -2,6 +2,7 @@
 // the joined groups.
 #pragma once
 
+#include <cstdint>
 #include <ostream>
 
 #include "core/matrix.h"
@@ -43,6 +44,11 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matr
              const KARVO::Matrix<float>& fscore, KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp,
              KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, unsigned int fixed,
              JoinHistory* history, const zemtra::EngineOptions& engine);
+
+// Bytes tree_kv allocates at most for ns sequences in a working alignment of
+// columns columns (seqs.cols()), with that engine, for distances that
+// ClusterTracker::applies to (as a run's capped ones are).
+std::uint64_t treePhaseBytes(unsigned long ns, unsigned long columns, const zemtra::EngineOptions& engine);
 
 void FamFind(int& nfam, unsigned long First, unsigned long Other, KARVO::Matrix<unsigned long>& family,
              KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len, const KARVO::Matrix<char>& names,
