@@ -27,12 +27,9 @@ struct Counters {
   std::ostream* log;
 };
 
-void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matrix<char>& names,
-             const KARVO::Matrix<float>& fscore, KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp,
-             KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, unsigned int fixed);
-
-// The same, also recording the joins and the family table into history when
-// it is not null. The log and every result are identical.
+// The tree phase: the guide tree with its progressive merges, recording the
+// joins and the family table into history when it is not null (the log and
+// every result are the same either way).
 void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matrix<char>& names,
              const KARVO::Matrix<float>& fscore, KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp,
              KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, unsigned int fixed,
@@ -50,6 +47,8 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matr
 // ClusterTracker::applies to (as a run's capped ones are).
 std::uint64_t treePhaseBytes(unsigned long ns, unsigned long columns, const zemtra::EngineOptions& engine);
 
+// The join routines on the reference engine, whose joined marks go into pro.
+// The tree phase itself passes its engine to the same routines.
 void FamFind(int& nfam, unsigned long First, unsigned long Other, KARVO::Matrix<unsigned long>& family,
              KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len, const KARVO::Matrix<char>& names,
              KARVO::Matrix<long>& path, KARVO::Matrix<float>& pro, Counters& counters);

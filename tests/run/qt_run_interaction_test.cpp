@@ -9,7 +9,7 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include "run/qt_zemtra_kv.h"
+#include "run/zemtra_kv.h"
 #include "run_fixtures.h"
 
 using run_test::PersonalTmpDir;
@@ -120,7 +120,8 @@ TEST(QtRunTest, CancelButtonStopsTheRunAtTheNextRow) {
   });
 
   bool ok = true;
-  zemtra_kv(&ok, QStringLiteral("zemtra.log"), in.len.data(), in.nres.data(), in.names, in.seqs, 0, 0, 40);
+  QtRunInteraction interaction;
+  zemtra_kv(interaction, &ok, "zemtra.log", in.len.data(), in.nres.data(), in.names, in.seqs, 0, 0, 40, nullptr);
 
   ASSERT_TRUE(pressed);
   EXPECT_FALSE(ok);
