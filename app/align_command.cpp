@@ -189,7 +189,8 @@ void checkRunEnded(const ZemtraRunReport& report, const RunSummary& run) {
     case RunOutcome::FewerThanTwoSequences:
       throw Failure(kExitRunRefused, "nothing to align: fewer than two sequences have residues in " + columns);
     case RunOutcome::DirectoryFailed:
-      throw Failure(kExitRunRefused, "cannot create the log folder " + folderOf(run.logPath) + "; nothing was aligned");
+      throw Failure(kExitRunRefused,
+                    "cannot create the log folder " + KARVO::folderOf(run.logPath) + "; nothing was aligned");
     case RunOutcome::OverwriteRefused:
       refuseOverwrite(run.overwrite, run.logPath);
     case RunOutcome::Cancelled:

@@ -24,19 +24,12 @@ constexpr const char* kHostLogName = "karvo.log";
 
 }  // namespace
 
-std::string folderOf(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return ".";
-  if (slash == 0) return "/";
-  return path.substr(0, slash);
-}
-
 LogPlacement::LogPlacement(const LogTarget& target) : target_(target) {
   if (target_.kind != LogKind::Path) return;
   // The host log must keep going to the user's own directory, so find it
   // while KARVO_TMPDIR still says where that is.
   personalDir_ = Config::GetPersonalTmpDir();
-  std::string pattern = folderOf(target_.value) + "/.karvo-log-XXXXXX";
+  std::string pattern = KARVO::folderOf(target_.value) + "/.karvo-log-XXXXXX";
   std::vector<char> name(pattern.begin(), pattern.end());
   name.push_back('\0');
   if (::mkdtemp(name.data()) == nullptr) {

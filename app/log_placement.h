@@ -12,10 +12,6 @@
 
 namespace karvo_app {
 
-// The folder part of a path ("." for a bare name), for placing temporary
-// files next to their final name.
-std::string folderOf(const std::string& path);
-
 class LogPlacement {
  public:
   // For a path target: makes the private folder and points KARVO_TMPDIR at

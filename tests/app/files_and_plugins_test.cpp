@@ -50,9 +50,9 @@ TEST(AtomicFile, FailureNamesThePathAndLeavesNothing) {
 }
 
 TEST(AtomicFile, FolderOfABareNameIsTheCurrentFolder) {
-  EXPECT_EQ(folderOf("out.fa"), ".");
-  EXPECT_EQ(folderOf("/out.fa"), "/");
-  EXPECT_EQ(folderOf("a/b/out.fa"), "a/b");
+  EXPECT_EQ(KARVO::folderOf("out.fa"), ".");
+  EXPECT_EQ(KARVO::folderOf("/out.fa"), "/");
+  EXPECT_EQ(KARVO::folderOf("a/b/out.fa"), "a/b");
 }
 
 TEST(PluginSearch, ExplicitFolderIsTheOnlyPlace) {
