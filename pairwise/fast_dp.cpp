@@ -5,7 +5,7 @@
 
 #include "core/diagnostics.h"
 #include "pairwise/pair_kv.h"
-#include "pairwise/simd/row_pass.h"
+#include "pairwise/simd/dispatch.h"
 #include "pairwise/simd/workspace.h"
 
 namespace zemtra {
@@ -14,19 +14,6 @@ namespace {
 
 using simd::EndValues;
 using simd::TraceResult;
-
-using RowPassFn = void (*)(const simd::RowPass&);
-
-// The row pass for a level: AVX2 and AVX-512 have native 32-bit maxima, the
-// baseline copy covers the rest.
-RowPassFn rowPassFor(SimdLevel level) {
-  ZEMTRA_ASSERT(simdLevelSupported(level));
-#if defined(ZEMTRA_X86_KERNELS)
-  if (level == SimdLevel::kAvx512) return simd::rowPassAvx512;
-  if (level == SimdLevel::kAvx2) return simd::rowPassAvx2;
-#endif
-  return simd::rowPassBaseline;
-}
 
 // Fills the three state matrices row by row, keeping only two rows and one
 // code byte per cell. rowScores(i) gives the m scores of position i of A
@@ -39,7 +26,7 @@ unsigned long stateRowCells(unsigned long m) { return 6 * (m + 1); }
 unsigned long traceCells(unsigned long n, unsigned long m) { return n * m; }
 
 template <class RowScores>
-EndValues fillRows(unsigned long n, unsigned long m, int gap, const RowScores& rowScores, RowPassFn rowPass,
+EndValues fillRows(unsigned long n, unsigned long m, int gap, const RowScores& rowScores, simd::RowPassFn rowPass,
                    DpWorkspace::Buffers& b) {
   EndValues end;
   if (n == 0 || m == 0) return end;
@@ -119,7 +106,7 @@ int fredmanFast(int gap, const KARVO::Matrix<int>& S, Alignment& aln, DpWorkspac
   const unsigned long n = S.rows();
   const unsigned long m = S.cols();
   const EndValues end = fillRows(
-      n, m, gap, [&S](unsigned long i) { return S[i - 1]; }, rowPassFor(level), b);
+      n, m, gap, [&S](unsigned long i) { return S[i - 1]; }, simd::rowPassFor(level), b);
   const TraceResult r = traceScalar(n, m, end, aln.capacity, b);
   for (unsigned long o = 0; o < r.count; ++o) {
     aln.posA[o] = b.entryA[r.count - 1 - o] - 1;
@@ -144,64 +131,11 @@ int pairFast(unsigned long lenJ, unsigned long lenK, int gap, int* alen, int pai
     for (unsigned long q = 1; q <= m; ++q) scores[q - 1] = averagedScore(sums[q], pairs);
     return static_cast<const int*>(scores);
   };
-  const EndValues end = fillRows(n, m, gap, averagedRow, rowPassFor(level), b);
+  const EndValues end = fillRows(n, m, gap, averagedRow, simd::rowPassFor(level), b);
   const TraceResult r = traceScalar(n, m, end, lenJ + lenK, b);
   simd::writePath(r, b.entryA.data(), b.entryB.data(), path);
   *alen = static_cast<int>(r.count);
   return bestOf(end);
-}
-
-bool simdLevelSupported(SimdLevel level) {
-  switch (level) {
-    case SimdLevel::kPortable:
-      return true;
-#if defined(ZEMTRA_X86_KERNELS)
-    case SimdLevel::kSse2:
-      __builtin_cpu_init();
-      return __builtin_cpu_supports("sse2");
-    case SimdLevel::kAvx2:
-      __builtin_cpu_init();
-      return __builtin_cpu_supports("avx2");
-    case SimdLevel::kAvx512:
-      __builtin_cpu_init();
-      return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw");
-#endif
-    default:
-      return false;
-  }
-}
-
-SimdLevel bestSimdLevel() {
-  static const SimdLevel best = [] {
-    for (SimdLevel level : {SimdLevel::kAvx512, SimdLevel::kAvx2, SimdLevel::kSse2})
-      if (simdLevelSupported(level)) return level;
-    return SimdLevel::kPortable;
-  }();
-  return best;
-}
-
-SimdLevel batchLevelFor(SimdLevel requested, unsigned long rows, unsigned long columns) {
-  if (requested == SimdLevel::kPortable) return requested;
-  const unsigned long long cells = static_cast<unsigned long long>(rows) * columns;
-  for (SimdLevel level : {SimdLevel::kAvx512, SimdLevel::kAvx2}) {
-    if (level > requested || !simdLevelSupported(level)) continue;
-    if (cells * batchLanes(level, LaneWidth::kAuto) <= kBatchTraceBudget) return level;
-  }
-  return SimdLevel::kSse2;
-}
-
-unsigned batchLanes(SimdLevel level, LaneWidth width) {
-  const bool wide = width == LaneWidth::kWide;
-  switch (level) {
-    case SimdLevel::kSse2:
-      return wide ? simd::kSse2Lanes32 : simd::kSse2Lanes16;
-    case SimdLevel::kAvx2:
-      return wide ? simd::kAvx2Lanes32 : simd::kAvx2Lanes16;
-    case SimdLevel::kAvx512:
-      return wide ? simd::kAvx512Lanes32 : simd::kAvx512Lanes16;
-    default:
-      return wide ? simd::kPortableLanes32 : simd::kPortableLanes16;
-  }
 }
 
 }  // namespace zemtra

@@ -181,12 +181,7 @@ class PairsAhead {
   }
 
   void compute(const Chunk& chunk, ThreadState& state) {
-    // A short chunk wastes fewer lanes in a narrower kernel; every kernel
-    // gives the same alignments.
-    zemtra::SimdLevel level = zemtra::bestSimdLevel();
-    if (chunk.count <= zemtra::batchLanes(zemtra::SimdLevel::kAvx2, zemtra::LaneWidth::kAuto) &&
-        zemtra::simdLevelSupported(zemtra::SimdLevel::kAvx2))
-      level = zemtra::SimdLevel::kAvx2;
+    const zemtra::SimdLevel level = zemtra::chunkLevel(chunk.count);
     zemtra::RowPairs request{input_.seqs,  input_.len, chunk.j, ks_.data() + chunk.firstK, chunk.count,
                              input_.matNo, input_.gap, level,   zemtra::LaneWidth::kAuto};
     request.reportPairless = true;

@@ -9,6 +9,7 @@
 #include "core/diagnostics.h"
 #include "pairwise/fast_dp.h"
 #include "pairwise/pair_kv.h"
+#include "pairwise/simd/dispatch.h"
 #include "pairwise/simd/workspace.h"
 #include "scoring/scomat.h"
 
@@ -69,27 +70,6 @@ struct BatchSizes {
   std::size_t entries() const { return lanes * simd::traceEntries(n, width); }
 };
 
-struct Kernel {
-  void (*fill)(const simd::BatchFill&, int);
-  void (*profile)(const simd::ProfileFill&, int);  // null: the portable one
-  SimdLevel level;
-};
-
-Kernel kernelFor(SimdLevel level) {
-  switch (level) {
-#if defined(ZEMTRA_X86_KERNELS)
-    case SimdLevel::kSse2:
-      return {simd::fillSse2, nullptr, level};
-    case SimdLevel::kAvx2:
-      return {simd::fillAvx2, simd::profileAvx2, level};
-    case SimdLevel::kAvx512:
-      return {simd::fillAvx512, simd::profileAvx512, level};
-#endif
-    default:
-      return {simd::fillPortable, nullptr, SimdLevel::kPortable};
-  }
-}
-
 class RowAligner {
  public:
   RowAligner(const RowPairs& request, KARVO::Matrix<long>& path, DpWorkspace::Buffers& b,
@@ -109,7 +89,7 @@ class RowAligner {
   void run() {
     unsigned long widest = 0;
     for (unsigned long p = 0; p < req_.count; ++p) widest = std::max(widest, req_.len[req_.ks[p]]);
-    const Kernel kernel = kernelFor(batchLevelFor(req_.level, n_, widest));
+    const simd::Kernel kernel = simd::kernelFor(batchLevelFor(req_.level, n_, widest));
     const unsigned long narrowLanes = batchLanes(kernel.level, LaneWidth::kAuto);
     const unsigned long wideLanes = batchLanes(kernel.level, LaneWidth::kWide);
     unsigned long done = 0;
@@ -152,7 +132,7 @@ class RowAligner {
   }
 
   template <typename Elem>
-  void runChunk(const Kernel& kernel, unsigned long first, unsigned long used, unsigned long lanes) {
+  void runChunk(const simd::Kernel& kernel, unsigned long first, unsigned long used, unsigned long lanes) {
     unsigned long width = 0;
     for (unsigned long p = 0; p < used; ++p) width = std::max(width, req_.len[req_.ks[first + p]]);
     const bool empty = n_ == 0 || width == 0;
@@ -221,7 +201,8 @@ class RowAligner {
   // Scores of every code present in A against every position of each lane's
   // B; lanes without a pair and columns past a B's end score 0.
   template <typename Elem>
-  const Elem* buildProfile(const Kernel& kernel, unsigned long first, unsigned long used, const BatchSizes& sizes) {
+  const Elem* buildProfile(const simd::Kernel& kernel, unsigned long first, unsigned long used,
+                           const BatchSizes& sizes) {
     const unsigned long lanes = sizes.lanes;
     const unsigned long width = sizes.width;
     std::uint8_t* laneCodes = simd::ensure(b_.laneCodes, sizes.laneCodes());
@@ -268,7 +249,7 @@ class RowAligner {
 std::uint64_t rowPairsWorkspaceBytes(SimdLevel level, unsigned long n, unsigned long m) {
   // Buffers only grow: each ends at the larger of what the narrow and the
   // wide lanes of the level a row of that size gets ask for.
-  const SimdLevel used = kernelFor(batchLevelFor(level, n, m)).level;
+  const SimdLevel used = simd::kernelFor(batchLevelFor(level, n, m)).level;
   const BatchSizes narrow{n, m, batchLanes(used, LaneWidth::kAuto), sizeof(std::int16_t)};
   const BatchSizes wide{n, m, batchLanes(used, LaneWidth::kWide), sizeof(std::int32_t)};
   using KARVO::bytesPlus;
