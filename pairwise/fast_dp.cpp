@@ -15,15 +15,16 @@ namespace {
 using simd::EndValues;
 using simd::TraceResult;
 
+// Buffer sizes of the scalar routines, in elements.
+unsigned long stateRowCells(unsigned long m) { return 6 * (m + 1); }
+unsigned long traceCells(unsigned long n, unsigned long m) { return n * m; }
+
 // Fills the three state matrices row by row, keeping only two rows and one
 // code byte per cell. rowScores(i) gives the m scores of position i of A
 // against positions 1..m of B (0-based array). diag and vert of a row
 // depend only on the row above, so they are computed in one vectorised
 // pass; horz is a running maximum along the row and gets a second, serial
 // pass.
-// Buffer sizes of the scalar routines, in elements.
-unsigned long stateRowCells(unsigned long m) { return 6 * (m + 1); }
-unsigned long traceCells(unsigned long n, unsigned long m) { return n * m; }
 
 template <class RowScores>
 EndValues fillRows(unsigned long n, unsigned long m, int gap, const RowScores& rowScores, simd::RowPassFn rowPass,
