@@ -56,7 +56,7 @@ void GroupProfile::compare(const GroupComparison& groups, KARVO::Matrix<int>& cm
     for (int r = 0; r < kIndices; ++r) {
       int sum = 0;
       for (int b = 0; b < kIndices; ++b) sum += counts[b] * mat[r * kIndices + b];
-      columnScores[r * lenK + q - 1] = sum;
+      columnScores[static_cast<unsigned long>(r) * lenK + q - 1] = sum;
     }
   }
 
@@ -71,7 +71,7 @@ void GroupProfile::compare(const GroupComparison& groups, KARVO::Matrix<int>& cm
     for (int r = 0; r < kIndices; ++r) {
       const int weight = counts[r];
       if (weight == 0) continue;
-      const int* in = columnScores + r * lenK;
+      const int* in = columnScores + static_cast<unsigned long>(r) * lenK;
       for (unsigned long q = 0; q < lenK; ++q) out[q] += weight * in[q];
     }
   }

@@ -52,7 +52,7 @@ int selfSum(unsigned long row, int side, int alen, int matNo, int mode, const KA
     if (mode == 0) {
       c = chars[s];
     } else {
-      const long p = path[side][s];
+      const long p = path[static_cast<unsigned long>(side)][static_cast<unsigned long>(s)];
       if (p == kGapMark) continue;
       c = chars[p];
     }

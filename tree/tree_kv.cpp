@@ -162,7 +162,8 @@ void recordFamilies(const Matrix<unsigned long>& family, int nfam, JoinHistory& 
   history.families.clear();
   for (int row = 0; row < nfam; ++row) {
     const unsigned long members = rowLength(family, static_cast<unsigned long>(row), family.cols());
-    history.families.emplace_back(family[row], family[row] + members);
+    const unsigned long* cells = family[static_cast<unsigned long>(row)];
+    history.families.emplace_back(cells, cells + members);
   }
 }
 

@@ -225,7 +225,7 @@ class RowAligner {
     for (int r = 0; r < kCodes; ++r) {
       if (!present_[r]) continue;
       const int* scores = table_.score[r];
-      Elem* out = profile + r * width * lanes;
+      Elem* out = profile + static_cast<unsigned long>(r) * width * lanes;
       for (unsigned long e = 0; e < width * lanes; ++e) out[e] = static_cast<Elem>(scores[laneCodes[e]]);
     }
     return profile;

@@ -100,9 +100,9 @@ namespace zemtra::simd {
 struct Tracer {
   enum State { kDiag = 0, kVert = 1, kHorz = 2 };
 
-  Tracer(unsigned long n, unsigned long m, const EndValues& end, unsigned long capacity, long* a, long* b,
-         unsigned char* paired, bool reportFull)
-      : i(n), c(m), capacity(capacity), entryA(a), entryB(b), entryPaired(paired), reportFull(reportFull) {
+  Tracer(unsigned long n, unsigned long m, const EndValues& end, unsigned long entries, long* a, long* b,
+         unsigned char* paired, bool reportWhenFull)
+      : i(n), c(m), capacity(entries), entryA(a), entryB(b), entryPaired(paired), reportFull(reportWhenFull) {
     const int best = std::max(end.diag, std::max(end.vert, end.horz));
     state = end.diag == best ? kDiag : (end.vert == best ? kVert : kHorz);
   }
