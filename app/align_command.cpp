@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -12,15 +11,16 @@
 #include "app/align_options.h"
 #include "app/engine_exit.h"
 #include "app/exit_status.h"
-#include "app/log_placement.h"
+#include "app/output_paths.h"
 #include "app/plugin_loader.h"
 #include "app/run_memory.h"
 #include "app/terminal_interaction.h"
-#include "app/tree_export.h"
 #include "host/alignment.h"
 #include "host/alignment_io.h"
 #include "host/config.h"
 #include "host/file_io.h"
+#include "host/input_notes.h"
+#include "host/phylo_tree.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/matrix_names.h"
 
@@ -58,12 +58,17 @@ struct RunSummary {
 
 bool verboseMessages = false;
 
-// The plug-in's own diagnostic texts (those written just before the engine
-// ends the process among them): at a terminal they are noise unless asked
-// for, but the last one names such an ending.
+// The plug-in's own diagnostic texts: at a terminal they are noise unless
+// asked for.
 void filterDebugOutput(const char* text) {
-  noteDebugMessage(text);
   if (verboseMessages) std::cerr << text << '\n' << std::flush;
+}
+
+// The engine's own ends of a run become failures like any other: the
+// exception unwinds the run, nothing is written and the status is the one
+// the engine would have ended the process with.
+[[noreturn]] void failOnEngineExit(int status, const char* reason) {
+  throw Failure(status, engineExitMessage(status, reason));
 }
 
 Settings checkOptions(const AlignOptions& options) {
@@ -71,8 +76,8 @@ Settings checkOptions(const AlignOptions& options) {
   const auto matNo = ScoMat::findMatrix(options.matrix);
   if (!matNo) throw Failure(kExitUsage, ScoMat::unknownMatrixMessage(options.matrix));
   settings.matNo = *matNo;
-  if (options.gap < 0 || options.gap > 100) {
-    throw Failure(kExitUsage, "--gap must be from 0 to 100, not " + std::to_string(options.gap));
+  if (const std::string problem = gapPenaltyProblem(std::to_string(options.gap)); !problem.empty()) {
+    throw Failure(kExitUsage, "--gap: " + problem);
   }
   if (options.prealigned < 0) {
     throw Failure(kExitUsage, "--prealigned must be 0 or more, not " + std::to_string(options.prealigned));
@@ -84,33 +89,36 @@ Settings checkOptions(const AlignOptions& options) {
   const auto log = logTargetFor(options.log);
   if (!log) throw Failure(kExitUsage, "--log " + options.log + " does not name a file");
   settings.log = *log;
-  if (!options.format.empty()) {
-    settings.format = *KARVO::formatFromName(options.format);
-  } else if (!options.output.empty()) {
-    settings.format = KARVO::formatFromName(options.output).value_or(KARVO::AlignmentFormat::Fasta);
-  }
+  const OutputFormat format = outputFormatFor(options.output, options.format);
+  if (!format.format) throw Failure(kExitUsage, format.problem);
+  settings.format = *format.format;
   return settings;
 }
 
-// Nothing the command writes may replace the file it reads.
-void checkInputKeptApart(const AlignOptions& options, const Settings& settings) {
-  std::vector<std::string> outputs{options.output, options.treeNewick, options.treeSvg};
-  if (settings.log.kind == LogKind::Path) outputs.push_back(settings.log.value);
-  for (const std::string& output : outputs) {
-    std::error_code error;
-    if (!output.empty() && fs::equivalent(output, options.input, error)) {
-      throw Failure(kExitUsage, output + " is the input file, which karvo never overwrites");
+// Every output file's folder is checked before the run, so that a typo in a
+// path does not cost a whole run.
+void checkOutputPaths(const AlignOptions& options) {
+  const std::pair<const char*, const std::string*> outputs[] = {{"-o", &options.output},
+                                                                {"--tree-newick", &options.treeNewick},
+                                                                {"--tree-svg", &options.treeSvg},
+                                                                {"--distances", &options.distances}};
+  for (const auto& [option, path] : outputs) {
+    if (const std::string problem = outputPathProblem(option, *path); !problem.empty()) {
+      throw Failure(kExitUsage, problem);
     }
   }
 }
 
-int cancelStepFromEnvironment() {
-  const char* text = std::getenv("KARVO_TEST_CANCEL_AT_STEP");
-  if (text == nullptr) return -1;
-  int step = -1;
-  const std::string_view view(text);
-  const auto [end, error] = std::from_chars(view.data(), view.data() + view.size(), step);
-  return error == std::errc() && end == view.data() + view.size() && step >= 0 ? step : -1;
+// Nothing the command writes may replace the file it reads.
+void checkInputKeptApart(const AlignOptions& options, const Settings& settings) {
+  std::vector<std::string> outputs{options.output, options.treeNewick, options.treeSvg, options.distances,
+                                   settings.log.given};
+  for (const std::string& output : outputs) {
+    std::error_code error;
+    if (!output.empty() && !isStandardStream(output) && fs::equivalent(output, options.input, error)) {
+      throw Failure(kExitUsage, output + " is the input file, which karvo never overwrites");
+    }
+  }
 }
 
 [[noreturn]] void reportCancelled() { throw Failure(kExitCancelled, "cancelled; the alignment was not changed"); }
@@ -122,15 +130,20 @@ int cancelStepFromEnvironment() {
   throw Failure(kExitRunRefused, "the run log " + path + " exists; use --force to overwrite it");
 }
 
-// A log outside the personal directory is asked about before anything runs,
-// since the run itself only ever sees its private stand-in folder.
+// A log named with --log is checked and, when it exists, asked about before
+// anything is read or run; the run then replaces it without asking again.
+// The default scratch log is replaced without asking.
 void confirmLogPath(const LogTarget& log, TerminalInteraction& interaction) {
-  if (log.kind != LogKind::Path) return;
+  if (log.given.empty()) return;
   std::error_code error;
-  if (fs::is_directory(log.value, error)) throw Failure(kExitUsage, "--log " + log.value + " is a directory");
-  if (!fs::exists(fs::symlink_status(log.value, error))) return;
-  if (!interaction.confirmOverwrite(log.value)) {
-    refuseOverwrite(interaction.overwriteDecision(), log.value);
+  if (!fs::is_directory(log.folder, error)) {
+    throw Failure(kExitUsage, "cannot write the run log " + log.given + ": " +
+                                  std::make_error_code(std::errc::no_such_file_or_directory).message());
+  }
+  if (fs::is_directory(log.given, error)) throw Failure(kExitUsage, "--log " + log.given + " is a directory");
+  if (!fs::exists(fs::symlink_status(log.given, error))) return;
+  if (!interaction.confirmOverwrite(log.given)) {
+    refuseOverwrite(interaction.overwriteDecision(), log.given);
   }
 }
 
@@ -189,8 +202,7 @@ void checkRunEnded(const ZemtraRunReport& report, const RunSummary& run) {
     case RunOutcome::FewerThanTwoSequences:
       throw Failure(kExitRunRefused, "nothing to align: fewer than two sequences have residues in " + columns);
     case RunOutcome::DirectoryFailed:
-      throw Failure(kExitRunRefused,
-                    "cannot create the log folder " + KARVO::folderOf(run.logPath) + "; nothing was aligned");
+      throw Failure(kExitRunRefused, report.run.logProblem + "; nothing was aligned");
     case RunOutcome::OverwriteRefused:
       refuseOverwrite(run.overwrite, run.logPath);
     case RunOutcome::Cancelled:
@@ -207,26 +219,70 @@ std::vector<std::string> runRowNames(const KARVO::Alignment& alignment, const Ze
   return names;
 }
 
-void writeTrees(const AlignOptions& options, const KARVO::Alignment& alignment, const ZemtraRunReport& report) {
-  if (options.treeNewick.empty() && options.treeSvg.empty()) return;
-  const std::vector<std::string> names = runRowNames(alignment, report);
-  const NamedTree tree{report.tree, report.treeRoot, names};
-  const auto write = [&](const std::string& path, std::string (*render)(const NamedTree&)) {
-    if (path.empty()) return;
-    try {
-      KARVO::writeFileAtomically(path, render(tree));
-    } catch (const std::invalid_argument& error) {
-      throw Failure(kExitOutputFailed, "cannot write " + path + ": " + error.what());
-    } catch (const std::exception& error) {
-      throw Failure(kExitOutputFailed, error.what());
-    }
-  };
-  write(options.treeNewick, newickText);
-  write(options.treeSvg, svgText);
+void writeOutputFile(const std::string& path, const std::string& text) {
+  try {
+    KARVO::writeFileAtomically(path, text);
+  } catch (const std::exception& error) {
+    throw Failure(kExitOutputFailed, error.what());
+  }
+}
+
+// The run's rows as the outputs list them: input order, or the guide tree's
+// leaf order.
+struct RunOutputs {
+  std::vector<std::string> names;  // per run row
+  KARVO::PhyloTree tree;           // built when an output needs it
+  std::vector<std::size_t> order;  // run rows in output order
+};
+
+RunOutputs runOutputs(const AlignOptions& options, const KARVO::Alignment& alignment, const ZemtraRunReport& report) {
+  RunOutputs out{runRowNames(alignment, report), {}, {}};
+  const bool treeOrder = options.order == "tree";
+  if (options.treeNewick.empty() && options.treeSvg.empty() && !treeOrder) return out;
+  const JoinHistory& history = report.run.history;
+  try {
+    out.tree = KARVO::runTree(history.joins, history.distances, report.run.distance, out.names);
+  } catch (const std::invalid_argument& error) {
+    throw Failure(kExitOutputFailed, std::string("no guide tree: ") + error.what());
+  }
+  if (treeOrder) {
+    for (const int leaf : KARVO::leafOrder(out.tree))
+      out.order.push_back(static_cast<std::size_t>(out.tree.nodes[static_cast<std::size_t>(leaf)].row));
+  }
+  return out;
+}
+
+void writeTreeAndTables(const AlignOptions& options, const ZemtraRunReport& report, const RunOutputs& outputs) {
+  if (!options.treeNewick.empty()) writeOutputFile(options.treeNewick, KARVO::toNewick(outputs.tree));
+  if (!options.treeSvg.empty()) writeOutputFile(options.treeSvg, KARVO::toSvg(outputs.tree));
+  if (!options.distances.empty()) {
+    const KARVO::PairwiseTables tables{outputs.names, report.run.identity, report.run.distance, outputs.order};
+    writeOutputFile(options.distances,
+                    KARVO::wantsPhylip(options.distances) ? KARVO::distancePhylip(tables) : KARVO::distanceTsv(tables));
+  }
+}
+
+// The alignment with the run's rows in the given order, followed by the rows
+// that took no part in the run, in input order.
+std::unique_ptr<KARVO::Alignment> reordered(const KARVO::Alignment& alignment, const ZemtraRunReport& report,
+                                            const std::vector<std::size_t>& order) {
+  std::vector<unsigned long> rows;
+  for (const std::size_t r : order) rows.push_back(report.sentRows[r]);
+  std::vector<bool> taken(alignment.sequenceCount(), false);
+  for (const unsigned long row : rows) taken[row] = true;
+  for (unsigned long row = 0; row < alignment.sequenceCount(); ++row)
+    if (!taken[row]) rows.push_back(row);
+  std::vector<KARVO::SequenceInfo> sequences;
+  std::vector<std::string> texts;
+  for (const unsigned long row : rows) {
+    sequences.push_back(alignment.sequence(row));
+    texts.push_back(alignment.rowText(row));
+  }
+  return KARVO::Alignment::fromRows(sequences, texts);
 }
 
 void writeResult(const AlignOptions& options, const Settings& settings, const KARVO::Alignment& alignment) {
-  if (options.output.empty()) {
+  if (options.output.empty() || isStandardStream(options.output)) {
     KARVO::writeAlignment(std::cout, alignment, settings.format);
     std::cout.flush();
     if (!std::cout) throw Failure(kExitOutputFailed, "cannot write the alignment to standard output");
@@ -241,6 +297,8 @@ void writeResult(const AlignOptions& options, const Settings& settings, const KA
 
 std::unique_ptr<KARVO::Alignment> readSelected(const AlignOptions& options, const Settings& settings) {
   std::unique_ptr<KARVO::Alignment> alignment = readInput(options.input);
+  for (const std::string& warning : KARVO::inputWarnings(*alignment))
+    std::cerr << "karvo: warning: " << warning << '\n';
   alignment->selection = selectRange(*alignment, settings.span);
   if (static_cast<unsigned long>(options.prealigned) > alignment->sequenceCount()) {
     throw Failure(kExitUsage, "--prealigned " + std::to_string(options.prealigned) + " is more than the " +
@@ -252,9 +310,6 @@ std::unique_ptr<KARVO::Alignment> readSelected(const AlignOptions& options, cons
 // The run allocates its tables up front; one that cannot fit is refused
 // before it starts. A plug-in that cannot be loaded is reported by the run.
 void checkMemory(const KARVO::Alignment& alignment, const std::string& pluginDir) {
-  // For tests of what happens when an allocation fails inside the run.
-  if (const char* skip = std::getenv("KARVO_TEST_SKIP_MEMORY_CHECK"); skip != nullptr && std::string(skip) == "1")
-    return;
   const KARVO::ColumnRange range = alignment.selection;
   const unsigned long width = range.second - range.first;
   std::unique_ptr<LoadedPlugin> plugin;
@@ -286,25 +341,34 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
                      TerminalInteraction& interaction, ZemtraRunReport& report) {
   const std::unique_ptr<LoadedPlugin> plugin = loadZemtra(options.pluginDir);
   ExecuteWithParametersFn execute = nullptr;
-  std::optional<LogPlacement> placement;
+  SetExitHandlerFn setExitHandler = nullptr;
   try {
     execute = plugin->executeWithParameters();
     if (auto setOutput = reinterpret_cast<SetDebugOutputFn>(plugin->symbol("SetDebugOutput"))) {
       setOutput(filterDebugOutput);
     }
-    placement.emplace(settings.log);
+    setExitHandler = reinterpret_cast<SetExitHandlerFn>(plugin->symbol("SetExitHandler"));
   } catch (const std::runtime_error& error) {
     throw Failure(kExitUsage, error.what());
   }
+  if (setExitHandler == nullptr) throw Failure(kExitUsage, plugin->path() + " does not export SetExitHandler");
+  setExitHandler(failOnEngineExit);
   RunSummary run{alignment.selection, options.prealigned};
-  const ZemtraParameters parameters{settings.matNo, options.gap, options.prealigned, placement->logName()};
-  {
-    const EngineExitWatch watch;
+  ZemtraParameters parameters;
+  parameters.matNo = settings.matNo;
+  parameters.gap = options.gap;
+  parameters.prealigned = options.prealigned;
+  parameters.logName = settings.log.name;
+  parameters.logFolder = settings.log.folder;
+  try {
     execute(alignment, parameters, interaction, &report);
+  } catch (...) {
+    interaction.progressEnd();
+    throw;
   }
   interaction.progressEnd();
-  run.logWritten = placement->finish(report.run.logWritten) && report.run.logWritten;
-  run.logPath = placement->shownPath(report.run.logPath);
+  run.logWritten = report.run.logWritten;
+  run.logPath = settings.log.given.empty() ? report.run.logPath : settings.log.given;
   run.overwrite = interaction.overwriteDecision();
   return run;
 }
@@ -312,29 +376,40 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
 int align(const AlignOptions& options) {
   const Settings settings = checkOptions(options);
   checkInputKeptApart(options, settings);
+  checkOutputPaths(options);
 
   verboseMessages = options.verbose;
   const bool stderrIsTerminal = ::isatty(STDERR_FILENO) != 0;
   TerminalInteraction interaction(TerminalSettings{
       .showProgress = stderrIsTerminal && !options.quiet,
-      .canAsk = stderrIsTerminal && ::isatty(STDIN_FILENO) != 0,
-      .force = options.force,
+      // Standard input holding the alignment cannot answer a question.
+      .canAsk = stderrIsTerminal && ::isatty(STDIN_FILENO) != 0 && !isStandardStream(options.input),
+      // The default scratch log is replaced without asking; a log named
+      // with --log was asked about already.
+      .force = true,
       .verbose = options.verbose,
-      .cancelAtStep = cancelStepFromEnvironment(),
   });
-  confirmLogPath(settings.log, interaction);
+  TerminalInteraction logQuestion(TerminalSettings{
+      .canAsk = stderrIsTerminal && ::isatty(STDIN_FILENO) != 0 && !isStandardStream(options.input),
+      .force = options.force,
+  });
+  confirmLogPath(settings.log, logQuestion);
 
   const std::unique_ptr<KARVO::Alignment> alignment = readSelected(options, settings);
   checkMemory(*alignment, options.pluginDir);
-  checkPersonalDir();
+  if (settings.log.given.empty()) checkPersonalDir();
   ZemtraRunReport report;
-  report.wantTree = !options.treeNewick.empty() || !options.treeSvg.empty();
+  report.wantTree = false;
   const RunSummary run = runPlugin(options, settings, *alignment, interaction, report);
   checkRunEnded(report, run);
 
   if (!run.logWritten) std::cerr << "karvo: warning: the run log could not be written to " << run.logPath << '\n';
-  writeResult(options, settings, *alignment);
-  writeTrees(options, *alignment, report);
+  const RunOutputs outputs = runOutputs(options, *alignment, report);
+  if (outputs.order.empty())
+    writeResult(options, settings, *alignment);
+  else
+    writeResult(options, settings, *reordered(*alignment, report, outputs.order));
+  writeTreeAndTables(options, report, outputs);
   if (!options.quiet && run.logWritten) {
     std::cerr << "karvo: aligned " << report.sentRows.size() << " sequences in " << columnsText(run.range)
               << "; run log: " << run.logPath << '\n';
@@ -342,32 +417,68 @@ int align(const AlignOptions& options) {
   return run.logWritten ? kExitOk : kExitLogNotWritten;
 }
 
+CLI::Validator gapPenaltyCheck() {
+  return CLI::Validator([](const std::string& text) { return gapPenaltyProblem(text); }, "");
+}
+
 }  // namespace
 
 CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
   CLI::App* command = parent.add_subcommand("align", "Re-align a column range of an alignment file");
-  command->add_option("input", options.input, "Alignment file (FASTA, Clustal, MSF or Stockholm)")->required();
+  command
+      ->add_option("input", options.input,
+                   "Alignment file (FASTA, Clustal, MSF or Stockholm, also gzip-compressed); - for standard input")
+      ->required();
   command->add_option("--range", options.range, "Columns to re-align, FIRST:LAST, 1-based and inclusive")
       ->type_name("FIRST:LAST");
-  command->add_option("--matrix", options.matrix, "Substitution matrix: name (any case) or number 0-14")
+  command
+      ->add_option("--matrix", options.matrix,
+                   "Substitution matrix: name or published name such as BLOSUM62 (any case), or number 0-14")
       ->type_name("NAME|NUMBER")
       ->capture_default_str();
-  command->add_option("--gap", options.gap, "Gap penalty, 0 to 100")->type_name("N")->capture_default_str();
+  command->add_option("--gap", options.gap, "Gap penalty, a whole number from 0 to 100")
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(gapPenaltyCheck());
   command->add_option("--prealigned", options.prealigned, "Leading sequences already aligned to each other")
       ->type_name("N")
       ->capture_default_str();
   command
       ->add_option("--log", options.log,
-                   "Run log: a name in the personal temporary directory (default zemtra.log), or a path")
-      ->type_name("NAME|PATH");
-  command->add_flag("--force", options.force, "Overwrite an existing run log without asking");
-  command->add_option("-o,--output", options.output, "Output file (default: standard output)")->type_name("OUTPUT");
-  command->add_option("--format", options.format, "Output format (default: from the output name, else fasta)")
+                   "Run log file, relative to the current folder (default: zemtra.log in the personal temporary "
+                   "directory: $KARVO_TMPDIR, else $XDG_RUNTIME_DIR/karvo, else ~/.cache/karvo; replaced by each "
+                   "run)")
+      ->type_name("PATH");
+  command->add_flag("--force", options.force, "Overwrite an existing --log file without asking");
+  command
+      ->add_option("-o,--output", options.output,
+                   "Output file; a name ending in .gz is written gzip-compressed; - or none: standard output")
+      ->type_name("OUTPUT");
+  command
+      ->add_option("--format", options.format,
+                   "Output format (default: from the output name; fasta on standard output): " + KARVO::formatChoices())
       ->type_name("FORMAT")
-      ->check(CLI::IsMember({"fasta", "clustal", "msf"}, CLI::ignore_case));
-  command->add_option("--tree-newick", options.treeNewick, "Write the guide tree in Newick format")->type_name("FILE");
-  command->add_option("--tree-svg", options.treeSvg, "Draw the guide tree as SVG")->type_name("FILE");
-  command->add_option("--plugin-dir", options.pluginDir, "Folder holding libZemtra.so.0")->type_name("DIR");
+      ->check(CLI::IsMember(KARVO::formatNames(), CLI::ignore_case));
+  command
+      ->add_option("--tree-newick", options.treeNewick,
+                   "Write the guide tree in Newick format, branch lengths in the run's distance units")
+      ->type_name("FILE");
+  command->add_option("--tree-svg", options.treeSvg, "Draw the guide tree as an SVG phylogram")->type_name("FILE");
+  command
+      ->add_option("--distances", options.distances,
+                   "Write the pairwise percent identities and distances: TSV, or PHYLIP for names ending .phy or .dist")
+      ->type_name("FILE");
+  command
+      ->add_option("--order", options.order,
+                   "Row order of the alignment and the distance tables: input, or tree (the guide tree's leaf order)")
+      ->type_name("input|tree")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"input", "tree"}));
+  command
+      ->add_option("--plugin-dir", options.pluginDir,
+                   "Folder holding the plug-in: libZemtraBatch.so.0 (the window-less build, preferred) or "
+                   "libZemtra.so.0")
+      ->type_name("DIR");
   command->add_flag("-q,--quiet", options.quiet, "No progress bar and no summary line");
   command->add_flag("--verbose", options.verbose, "Show the plug-in's diagnostic messages");
   command->footer(kExitStatusHelp);

@@ -22,6 +22,8 @@ struct AlignOptions {
   std::string format;  // empty: from the output name, else FASTA
   std::string treeNewick;
   std::string treeSvg;
+  std::string distances;        // pairwise tables: TSV, or PHYLIP for .phy and .dist
+  std::string order = "input";  // rows of the outputs: "input" or "tree" (the guide tree's leaf order)
   std::string pluginDir;
   bool quiet = false;
   bool verbose = false;

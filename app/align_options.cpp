@@ -1,5 +1,6 @@
 #include "app/align_options.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace karvo_app {
@@ -36,13 +37,56 @@ std::string columnRangeProblem(std::string_view text) {
   return "invalid range " + quoted;
 }
 
+std::string gapPenaltyProblem(std::string_view text) {
+  const auto value = parseWhole(text);
+  if (value && *value <= 100) return "";
+  return "the gap penalty is a whole number from 0 to 100, not '" + std::string(text) + "'";
+}
+
+namespace {
+
+// Levenshtein distance: insertions, deletions and substitutions.
+std::size_t editDistance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    std::size_t diagonal = row[0];
+    row[0] = i;
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const std::size_t above = row[j];
+      row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
+      diagonal = above;
+    }
+  }
+  return row[b.size()];
+}
+
+}  // namespace
+
+std::string unknownCommandMessage(std::string_view word, const std::vector<std::string_view>& commands) {
+  const std::string text = "unknown command '" + std::string(word) + "'";
+  std::string_view best;
+  std::size_t bestDistance = 3;
+  for (const std::string_view command : commands) {
+    const std::size_t distance = editDistance(word, command);
+    if (distance < bestDistance) {
+      bestDistance = distance;
+      best = command;
+    }
+  }
+  if (!best.empty()) return text + "; did you mean '" + std::string(best) + "'?";
+  std::string list;
+  for (const std::string_view command : commands) list += (list.empty() ? "" : ", ") + std::string(command);
+  return text + " (commands: " + list + "; see karvo --help)";
+}
+
 std::optional<LogTarget> logTargetFor(const std::string& argument) {
-  if (argument.empty()) return LogTarget{LogKind::InPersonalDir, kDefaultLogName};
+  if (argument.empty()) return LogTarget{"", kDefaultLogName, ""};
   const std::size_t slash = argument.rfind('/');
   const std::string base = slash == std::string::npos ? argument : argument.substr(slash + 1);
   if (base.empty() || base == "." || base == "..") return std::nullopt;
-  if (slash == std::string::npos) return LogTarget{LogKind::InPersonalDir, argument};
-  return LogTarget{LogKind::Path, argument};
+  const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : argument.substr(0, slash);
+  return LogTarget{folder, base, argument};
 }
 
 }  // namespace karvo_app

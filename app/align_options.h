@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace karvo_app {
 
@@ -19,17 +20,25 @@ std::optional<ColumnSpan> parseColumnRange(std::string_view text);
 // Why parseColumnRange refuses text, as a one-line message.
 std::string columnRangeProblem(std::string_view text);
 
-// Where the run log goes. A plain name stays in the personal temporary
-// directory as the plug-in has it; anything with a '/' is a path of its own.
-enum class LogKind { InPersonalDir, Path };
+// Why text is not a gap penalty (a whole number from 0 to 100), as a
+// one-line message; empty when it is one.
+std::string gapPenaltyProblem(std::string_view text);
 
+// "unknown command 'aling'; did you mean 'align'?" when one of commands is
+// at most two edits away, else the message lists the commands.
+std::string unknownCommandMessage(std::string_view word, const std::vector<std::string_view>& commands);
+
+// Where the run log goes. Without --log it is the default scratch log in the
+// personal temporary directory; a --log argument is a path like any other,
+// relative to the current folder.
 struct LogTarget {
-  LogKind kind = LogKind::InPersonalDir;
-  std::string value;  // the log name, or the path
+  std::string folder;  // empty: the personal temporary directory
+  std::string name;    // the file name in folder
+  std::string given;   // the --log argument; empty for the default log
 };
 
-// The target for a --log argument (empty: the plug-in's default name);
-// nullopt when the argument cannot name a file (ends with '/', "." or "..").
+// The target for a --log argument (empty: the default log); nullopt when
+// the argument cannot name a file (ends with '/', "." or "..").
 std::optional<LogTarget> logTargetFor(const std::string& argument);
 
 inline constexpr const char* kDefaultLogName = "zemtra.log";

@@ -1,7 +1,10 @@
 // karvo: the command-line host of the Zemtra plug-in. Each subcommand lives
 // in its own file; main only dispatches.
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <string>
 
@@ -13,19 +16,24 @@
 
 namespace {
 
-bool hasDisplay() {
-  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY"}) {
-    const char* value = std::getenv(name);
-    if (value != nullptr && *value != '\0') return true;
-  }
-  return false;
+constexpr std::array<std::string_view, 3> kCommands{"align", "matrices", "gui"};
+
+bool isCommand(std::string_view word) { return std::find(kCommands.begin(), kCommands.end(), word) != kCommands.end(); }
+
+// `karvo FILE` opens FILE in the window.
+bool isBareFile(int argc, char** argv) {
+  if (argc != 2) return false;
+  const std::string arg = argv[1];
+  std::error_code error;
+  return !arg.empty() && arg[0] != '-' && !isCommand(arg) && std::filesystem::is_regular_file(arg, error);
 }
 
-// `karvo FILE` opens the window when there is a display to show it on.
-bool isBareFile(int argc, char** argv) {
-  if (argc != 2 || !hasDisplay()) return false;
-  const std::string arg = argv[1];
-  return !arg.empty() && arg[0] != '-' && arg != "align" && arg != "matrices" && arg != "gui";
+// The first word when it is neither an option nor a command.
+std::optional<std::string> unknownCommand(int argc, char** argv) {
+  if (argc < 2) return std::nullopt;
+  const std::string word = argv[1];
+  if (word.empty() || word[0] == '-' || isCommand(word)) return std::nullopt;
+  return word;
 }
 
 }  // namespace
@@ -36,6 +44,10 @@ int main(int argc, char** argv) {
     karvo_gui::GuiOptions options;
     options.file = argv[1];
     return karvo_gui::launchGui(options);
+  }
+  if (const auto word = unknownCommand(argc, argv)) {
+    std::cerr << "karvo: " << unknownCommandMessage(*word, {kCommands.begin(), kCommands.end()}) << '\n';
+    return kExitUsage;
   }
   CLI::App app("Re-aligns protein sequences with the Zemtra plug-in.", "karvo");
   app.set_version_flag("--version", "karvo " KARVO_VERSION);
@@ -55,8 +67,10 @@ int main(int argc, char** argv) {
       ->check(
           [](const std::string& text) { return parseColumnRange(text) ? std::string() : columnRangeProblem(text); });
   gui->add_option("--screenshot", guiScreenshot, "Write a PNG picture of the window and exit");
-  gui->add_flag("--run", guiOptions.run, "Run the plug-in on the selection first, with the dialog's defaults");
+  gui->add_flag("--run", guiOptions.run,
+                "Run the plug-in first with the dialog's defaults, on the selection or else on all columns");
   gui->add_option("--plugin-dir", guiOptions.pluginDir, "Look for plug-ins only in this folder");
+  gui->add_flag("--verbose", guiOptions.verbose, "Show the plug-in's diagnostic messages");
 
   try {
     app.parse(argc, argv);

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstring>
 #include <iostream>
 
 #include "app/align_options.h"
@@ -21,9 +22,24 @@ std::string rightAligned(const std::string& text, std::size_t width) {
 }  // namespace
 
 std::string matrixListText() {
+  std::size_t nameWidth = 0;
+  for (int k = 0; k < ScoMat::kMatrixCount; ++k) nameWidth = std::max(nameWidth, std::strlen(ScoMat::m_names[k]));
   std::string text;
   for (int k = 0; k < ScoMat::kMatrixCount; ++k) {
-    text += rightAligned(std::to_string(k), 2) + "  " + ScoMat::m_names[k] + "\n";
+    int low = ScoMat::pairScore(k, 'A', 'A');
+    int high = low;
+    for (const char a : kResidues) {
+      for (const char b : kResidues) {
+        low = std::min(low, ScoMat::pairScore(k, a, b));
+        high = std::max(high, ScoMat::pairScore(k, a, b));
+      }
+    }
+    const std::string name = ScoMat::m_names[k];
+    text += rightAligned(std::to_string(k), 2) + "  " + name + std::string(nameWidth - name.size(), ' ') + "  " +
+            rightAligned(std::to_string(low), 3) + " to " + rightAligned(std::to_string(high), 3) + "  " +
+            std::string(ScoMat::matrixDescription(k));
+    for (const std::string_view alias : ScoMat::matrixAliases(k)) text += "; also " + std::string(alias);
+    text += '\n';
   }
   return text;
 }

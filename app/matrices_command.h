@@ -16,8 +16,8 @@ struct MatricesOptions {
 CLI::App* addMatricesCommand(CLI::App& parent, MatricesOptions& options);
 int runMatrices(const MatricesOptions& options);
 
-// One line per matrix: its number, right-aligned in two places, two blanks
-// and its name.
+// One line per matrix: its number, right-aligned in two places, its name,
+// the range of its scores, its source and scale, and its aliases.
 std::string matrixListText();
 
 // The matrix as a table over the twenty residues A C D E F G H I K L M N P Q

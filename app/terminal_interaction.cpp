@@ -64,16 +64,17 @@ bool TerminalInteraction::confirmOverwrite(const std::string& logPath) {
 void TerminalInteraction::progressStart(int totalSteps) {
   total_ = std::max(totalSteps - 1, 0);
   value_ = 0;
-  draw();
+  draw(true);
 }
 
 void TerminalInteraction::progressSet(int value) {
-  if (settings_.cancelAtStep >= 0 && value >= settings_.cancelAtStep) simulatedCancel_ = true;
+  // The last pair is always shown, however soon after the one before.
+  const bool finished = value >= total_ && drawnValue_ < total_;
   value_ = value;
-  draw();
+  draw(finished);
 }
 
-bool TerminalInteraction::progressCanceled() { return simulatedCancel_ || interruptRequested(); }
+bool TerminalInteraction::progressCanceled() { return interruptRequested(); }
 
 void TerminalInteraction::progressEnd() { clear(); }
 
@@ -83,10 +84,15 @@ void TerminalInteraction::debugMessage(const std::string& text) {
   std::cerr << text << '\n' << std::flush;
 }
 
-void TerminalInteraction::draw() {
+void TerminalInteraction::draw(bool force) {
   if (!settings_.showProgress) return;
+  const auto now = std::chrono::steady_clock::now();
+  if (!force && drawn_ && now - lastDraw_ < kRedrawInterval) return;
   std::cerr << '\r' << progressLine(value_, total_, kBarWidth) << std::flush;
   drawn_ = true;
+  drawnValue_ = value_;
+  lastDraw_ = now;
+  ++draws_;
 }
 
 void TerminalInteraction::clear() {

@@ -3,6 +3,7 @@
 // cancel button.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "run/run_interaction.h"
@@ -14,7 +15,6 @@ struct TerminalSettings {
   bool canAsk = false;        // standard input and error are terminals
   bool force = false;         // --force: overwrite without asking
   bool verbose = false;       // pass the run's diagnostic texts on
-  int cancelAtStep = -1;      // cancel once progress reaches this step (tests)
 };
 
 // How the last overwrite question was settled.
@@ -35,15 +35,24 @@ class TerminalInteraction final : public RunInteraction {
   OverwriteDecision overwriteDecision() const { return decision_; }
 
  private:
-  void draw();
+  // Draws the bar, at most every kRedrawInterval unless forced: the run
+  // reports every pair, which is far more often than a terminal can show.
+  void draw(bool force = false);
   void clear();
 
   TerminalSettings settings_;
   OverwriteDecision decision_ = OverwriteDecision::NotAsked;
-  bool simulatedCancel_ = false;
   bool drawn_ = false;
   int total_ = 0;
   int value_ = 0;
+  std::chrono::steady_clock::time_point lastDraw_{};
+  int drawnValue_ = -1;
+  unsigned long draws_ = 0;
+
+ public:
+  static constexpr std::chrono::milliseconds kRedrawInterval{100};
+  // How often the bar was drawn, for tests.
+  unsigned long drawCount() const { return draws_; }
 };
 
 // Makes the first Ctrl-C a cancel request; a second one ends the process the

@@ -11,6 +11,7 @@ namespace {
 void writeToStandardError(const char* text) { std::fprintf(stderr, "%s\n", text); }
 
 std::atomic<DebugOutput> installedOutput{nullptr};
+std::atomic<ExitHandler> installedExit{nullptr};
 
 }  // namespace
 
@@ -21,8 +22,11 @@ void debugMessage(const char* text) {
   (output != nullptr ? output : writeToStandardError)(text);
 }
 
-void fatalExit(const char* text, int status) {
+ExitHandler setExitHandler(ExitHandler handler) { return installedExit.exchange(handler); }
+
+void fatalExit(const char* text, int status, const char* reason) {
   if (text != nullptr) debugMessage(text);
+  if (const ExitHandler handler = installedExit.load()) handler(status, reason);
   std::exit(status);
 }
 

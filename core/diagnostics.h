@@ -11,13 +11,29 @@ namespace zemtra {
 using DebugOutput = void (*)(const char* text);
 
 // Installs output (null restores the default) and returns the previous one.
+// Process-wide; safe to call while runs are active on other threads.
 DebugOutput setDebugOutput(DebugOutput output);
 
 // Writes one fixed text to the debug output, exactly as given.
 void debugMessage(const char* text);
 
-// Writes the text to the debug output and ends the process with the status.
-[[noreturn]] void fatalExit(const char* text, int status);
+// Called instead of ending the process when the engine meets a condition it
+// cannot continue from: status is the process exit status it would end with,
+// reason one short fixed text ("gap0 B", "gap A", "gap B", "rows do not fit",
+// "out of memory in the tree builder"). The handler may end the process
+// itself or throw; when it returns, the process ends with status as before.
+using ExitHandler = void (*)(int status, const char* reason);
+
+// Installs handler (null restores the default: end the process) and returns
+// the previous one. Process-wide, like the debug output.
+ExitHandler setExitHandler(ExitHandler handler);
+
+// Writes the text (if any) to the debug output, then hands status and reason
+// to the exit handler and, unless it throws, ends the process with status.
+[[noreturn]] void fatalExit(const char* text, int status, const char* reason);
+
+// The same where the debug text is the reason itself.
+[[noreturn]] inline void fatalExit(const char* text, int status) { fatalExit(text, status, text); }
 
 }  // namespace zemtra
 

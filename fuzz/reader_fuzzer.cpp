@@ -96,6 +96,7 @@ void checkAlignment(const Alignment& alignment) {
   if (plain) {
     roundTrip(alignment, AlignmentFormat::Clustal, "Clustal");
     roundTrip(alignment, AlignmentFormat::Msf, "MSF");
+    roundTrip(alignment, AlignmentFormat::Stockholm, "Stockholm");
   }
 }
 

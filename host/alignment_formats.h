@@ -115,6 +115,14 @@ std::unique_ptr<Alignment> readStockholm(const TextFile& file);
 void writeFasta(std::ostream& out, const Alignment& alignment);
 void writeClustal(std::ostream& out, const Alignment& alignment);
 void writeMsf(std::ostream& out, const Alignment& alignment);
+void writeStockholm(std::ostream& out, const Alignment& alignment);
+void writePhylip(std::ostream& out, const Alignment& alignment);
+
+// The Clustal conservation mark of one column given as its characters, one
+// per sequence: '*' one residue throughout, ':' all residues in one of the
+// strong groups, '.' in one of the weak groups, ' ' otherwise (and for any
+// column with a gap).
+char conservationMark(std::string_view column);
 
 // The GCG checksum of one row as written.
 int gcgChecksum(std::string_view row);

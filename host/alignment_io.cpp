@@ -18,6 +18,7 @@
 
 #include "host/alignment_formats.h"
 #include "host/file_io.h"
+#include "host/gzip.h"
 
 namespace KARVO {
 
@@ -68,7 +69,17 @@ namespace {
 
 bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 
-std::unique_ptr<Alignment> parse(const std::string& content, const std::string& displayName) {
+// The text of a file's bytes: gzip data uncompressed, a UTF-8 byte-order
+// mark dropped (editors on some systems put one at the start).
+std::unique_ptr<Alignment> parse(std::string content, const std::string& displayName) {
+  if (isGzip(content)) {
+    try {
+      content = gunzip(content);
+    } catch (const std::runtime_error& error) {
+      throw AlignmentReadError(displayName, 0, 0, error.what());
+    }
+  }
+  if (content.starts_with("\xEF\xBB\xBF")) content.erase(0, 3);
   const formats::TextFile file = formats::splitLines(content, displayName);
   const auto first = std::find_if(file.lines.begin(), file.lines.end(),
                                   [](const std::string& line) { return !formats::isBlank(line); });
@@ -93,6 +104,21 @@ std::unique_ptr<Alignment> parse(const std::string& content, const std::string& 
   formats::fail(file, 0, 0, "unknown format (neither FASTA, Clustal, MSF nor Stockholm)");
 }
 
+struct FormatName {
+  AlignmentFormat format;
+  std::string_view name;
+  std::vector<std::string_view> extensions;
+  std::size_t shown;  // how many of the extensions messages list
+};
+
+const std::vector<FormatName> kFormatNames{
+    {AlignmentFormat::Fasta, "fasta", {"fa", "fasta", "fas", "afa", "faa"}, 4},
+    {AlignmentFormat::Clustal, "clustal", {"aln", "clw", "clustal"}, 2},
+    {AlignmentFormat::Msf, "msf", {"msf"}, 1},
+    {AlignmentFormat::Stockholm, "stockholm", {"sto", "stk"}, 2},
+    {AlignmentFormat::Phylip, "phylip", {"phy", "phylip"}, 2},
+};
+
 }  // namespace
 
 AlignmentReadError::AlignmentReadError(const std::string& file, unsigned long line, unsigned long column,
@@ -104,7 +130,9 @@ AlignmentReadError::AlignmentReadError(const std::string& file, unsigned long li
       problem_(problem) {}
 
 std::unique_ptr<Alignment> readAlignmentFile(const std::string& path) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const bool standardInput = path == "-";
+  const std::string name = standardInput ? kStandardInputName : path;
+  const int fd = standardInput ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) throw AlignmentReadError(path, 0, 0, std::strerror(errno));
   std::string content;
   char buffer[65536];
@@ -113,20 +141,20 @@ std::unique_ptr<Alignment> readAlignmentFile(const std::string& path) {
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) {
       const int error = errno;
-      ::close(fd);
-      throw AlignmentReadError(path, 0, 0, std::strerror(error));
+      if (!standardInput) ::close(fd);
+      throw AlignmentReadError(name, 0, 0, std::strerror(error));
     }
     if (got == 0) break;
     content.append(buffer, static_cast<std::size_t>(got));
   }
-  ::close(fd);
-  return parse(content, path);
+  if (!standardInput) ::close(fd);
+  return parse(std::move(content), name);
 }
 
 std::unique_ptr<Alignment> readAlignment(std::istream& in, const std::string& displayName) {
   std::string content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   if (in.bad()) throw AlignmentReadError(displayName, 0, 0, "read error");
-  return parse(content, displayName);
+  return parse(std::move(content), displayName);
 }
 
 void writeAlignment(std::ostream& out, const Alignment& alignment, AlignmentFormat format) {
@@ -141,34 +169,54 @@ void writeAlignment(std::ostream& out, const Alignment& alignment, AlignmentForm
       formats::writeMsf(out, alignment);
       return;
     case AlignmentFormat::Stockholm:
-      break;
+      formats::writeStockholm(out, alignment);
+      return;
+    case AlignmentFormat::Phylip:
+      formats::writePhylip(out, alignment);
+      return;
   }
-  throw std::invalid_argument("writing Stockholm files is not supported");
 }
 
 void writeAlignmentFile(const std::string& path, const Alignment& alignment, AlignmentFormat format) {
   std::ostringstream text;
   writeAlignment(text, alignment, format);
-  writeFileAtomically(path, text.str());
+  writeFileAtomically(path, hasGzipExtension(path) ? gzip(text.str()) : text.str());
+}
+
+std::vector<std::string> formatNames() {
+  std::vector<std::string> names;
+  for (const FormatName& known : kFormatNames) names.emplace_back(known.name);
+  return names;
 }
 
 std::optional<AlignmentFormat> formatFromName(const std::string& nameOrPath) {
-  std::string lower = nameOrPath;
+  std::string lower(withoutGzipExtension(nameOrPath));
   std::transform(lower.begin(), lower.end(), lower.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  if (lower == "fasta") return AlignmentFormat::Fasta;
-  if (lower == "clustal") return AlignmentFormat::Clustal;
-  if (lower == "msf") return AlignmentFormat::Msf;
   const std::size_t slash = lower.rfind('/');
   const std::size_t dot = lower.rfind('.');
-  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return std::nullopt;
-  const std::string extension = lower.substr(dot + 1);
-  if (extension == "fa" || extension == "fasta" || extension == "fas" || extension == "faa") {
-    return AlignmentFormat::Fasta;
+  const bool hasExtension = dot != std::string::npos && (slash == std::string::npos || dot > slash);
+  const std::string extension = hasExtension ? lower.substr(dot + 1) : std::string();
+  for (const FormatName& known : kFormatNames) {
+    if (lower == known.name) return known.format;
+    if (!hasExtension) continue;
+    if (std::find(known.extensions.begin(), known.extensions.end(), extension) != known.extensions.end()) {
+      return known.format;
+    }
   }
-  if (extension == "aln" || extension == "clustal") return AlignmentFormat::Clustal;
-  if (extension == "msf") return AlignmentFormat::Msf;
   return std::nullopt;
+}
+
+std::string formatChoices() {
+  std::string text;
+  for (const FormatName& known : kFormatNames) {
+    if (!text.empty()) text += ", ";
+    text += std::string(known.name) + " (";
+    // The first extensions are the usual ones; the rest are accepted quietly.
+    for (std::size_t e = 0; e < known.shown; ++e) text += (e > 0 ? " ." : ".") + std::string(known.extensions[e]);
+    text += ")";
+  }
+  return text;
 }
 
 }  // namespace KARVO

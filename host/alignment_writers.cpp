@@ -1,6 +1,7 @@
-// The three writers. Each writes the whole alignment; all rows have the
+// The writers. Each writes the whole alignment; all rows have the
 // alignment's width, gaps included.
 #include <algorithm>
+#include <array>
 #include <cctype>
 
 #include "host/alignment_formats.h"
@@ -26,7 +27,41 @@ std::string padded(const std::string& text, std::size_t width) {
   return text.size() >= width ? text : text + std::string(width - text.size(), ' ');
 }
 
+std::vector<std::string> rowTexts(const Alignment& alignment) {
+  std::vector<std::string> rows;
+  rows.reserve(alignment.sequenceCount());
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) rows.push_back(alignment.rowText(r));
+  return rows;
+}
+
+// The residue groups of the Clustal conservation line.
+constexpr std::array<std::string_view, 9> kStrongGroups{"STA",  "NEQK", "NHQK", "NDEQ", "QHRK",
+                                                        "MILV", "MILF", "HY",   "FYW"};
+constexpr std::array<std::string_view, 11> kWeakGroups{"CSA",    "ATV",    "SAG",    "STNK",  "STPA", "SGND",
+                                                       "SNDEQK", "NDEQHK", "NEQHRK", "FVLIM", "HFY"};
+
+template <std::size_t N>
+bool withinOneGroup(std::string_view residues, const std::array<std::string_view, N>& groups) {
+  return std::any_of(groups.begin(), groups.end(), [residues](std::string_view group) {
+    return std::all_of(residues.begin(), residues.end(),
+                       [group](char c) { return group.find(c) != std::string_view::npos; });
+  });
+}
+
 }  // namespace
+
+char conservationMark(std::string_view column) {
+  std::string residues;
+  for (const char c : column) {
+    if (c == '-' || c == '.') return ' ';
+    residues += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  }
+  if (residues.empty()) return ' ';
+  if (std::all_of(residues.begin(), residues.end(), [&](char c) { return c == residues.front(); })) return '*';
+  if (withinOneGroup(residues, kStrongGroups)) return ':';
+  if (withinOneGroup(residues, kWeakGroups)) return '.';
+  return ' ';
+}
 
 int gcgChecksum(std::string_view row) {
   long check = 0;
@@ -50,13 +85,21 @@ void writeFasta(std::ostream& out, const Alignment& alignment) {
 void writeClustal(std::ostream& out, const Alignment& alignment) {
   out << "CLUSTAL multiple sequence alignment by karvo\n\n";
   const std::size_t nameWidth = longestName(alignment) + 4;
-  std::vector<std::string> rows;
-  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) rows.push_back(alignment.rowText(r));
+  const std::vector<std::string> rows = rowTexts(alignment);
+  std::string marks(alignment.columnCount(), ' ');
+  std::string column(rows.size(), ' ');
+  for (std::size_t c = 0; c < marks.size(); ++c) {
+    for (std::size_t r = 0; r < rows.size(); ++r) column[r] = rows[r][c];
+    marks[c] = conservationMark(column);
+  }
   for (std::size_t start = 0; start < alignment.columnCount(); start += kClustalBlock) {
     out << '\n';
     for (unsigned long r = 0; r < rows.size(); ++r) {
       out << padded(alignment.sequence(r).name, nameWidth) << rows[r].substr(start, kClustalBlock) << '\n';
     }
+    // The marks line stands under the residues; trailing blanks are kept, as
+    // readers expect the line to be as long as the block.
+    out << std::string(nameWidth, ' ') << marks.substr(start, kClustalBlock) << '\n';
   }
 }
 
@@ -90,6 +133,34 @@ void writeMsf(std::ostream& out, const Alignment& alignment) {
       }
       out << '\n';
     }
+  }
+}
+
+// One block with every row on one line; descriptions as "#=GS name DE".
+void writeStockholm(std::ostream& out, const Alignment& alignment) {
+  out << "# STOCKHOLM 1.0\n";
+  const std::size_t nameWidth = longestName(alignment);
+  bool anyDescription = false;
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) {
+    const SequenceInfo& info = alignment.sequence(r);
+    if (info.description.empty()) continue;
+    out << "#=GS " << padded(info.name, nameWidth) << " DE " << info.description << '\n';
+    anyDescription = true;
+  }
+  if (anyDescription) out << '\n';
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) {
+    out << padded(alignment.sequence(r).name, nameWidth + 2) << alignment.rowText(r) << '\n';
+  }
+  out << "//\n";
+}
+
+// Relaxed PHYLIP, sequential: the counts, then each full name and its whole
+// row on one line (no room for descriptions).
+void writePhylip(std::ostream& out, const Alignment& alignment) {
+  out << ' ' << alignment.sequenceCount() << ' ' << alignment.columnCount() << '\n';
+  const std::size_t nameWidth = longestName(alignment);
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) {
+    out << padded(alignment.sequence(r).name, nameWidth + 2) << alignment.rowText(r) << '\n';
   }
 }
 

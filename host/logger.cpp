@@ -1,15 +1,12 @@
 #include "host/logger.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
-#include "host/config.h"
 #include "host/file_io.h"
 
 namespace Logger {
@@ -24,23 +21,37 @@ bool verbose() {
   return env != nullptr && std::strcmp(env, "1") == 0;
 }
 
+std::mutex& entryMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+Sink& installedSink() {
+  static Sink sink;
+  return sink;
+}
+
 }  // namespace
 
-Entry::Entry() : verbose_(verbose()) {
-  const std::string path = Config::GetPersonalTmpDir() + "/karvo.log";
-  fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600);
+void SetSink(Sink sink) {
+  const std::lock_guard<std::mutex> lock(entryMutex());
+  installedSink() = std::move(sink);
 }
+
+Entry::Entry() : lock_(entryMutex()), verbose_(verbose()) {}
 
 Entry::~Entry() {
   if (empty_ || last_ != '\n') append("\n");
-  if (fd_ >= 0) ::close(fd_);
 }
 
 void Entry::append(std::string_view piece) {
   if (piece.empty()) return;
-  // Best effort: a short or failed write is dropped, the logger never stops
+  // Best effort: a failing sink or write is dropped, the logger never stops
   // the caller.
-  if (fd_ >= 0) KARVO::writeAll(fd_, piece);
+  try {
+    if (const Sink& sink = installedSink()) sink(piece);
+  } catch (...) {
+  }
   if (verbose_) KARVO::writeAll(STDERR_FILENO, piece);
   last_ = piece.back();
   empty_ = false;
@@ -49,6 +60,16 @@ void Entry::append(std::string_view piece) {
 void Write(std::string_view text) {
   Entry entry;
   entry.append(text);
+}
+
+void BoundedText::append(std::string_view piece) {
+  if (piece.size() >= limit_) {
+    text_.assign(piece.substr(piece.size() - limit_));
+    return;
+  }
+  const std::size_t keep = limit_ - piece.size();
+  if (text_.size() > keep) text_.erase(0, text_.size() - keep);
+  text_.append(piece);
 }
 
 void SetVerbose(bool verbose) { verboseSet.store(verbose); }

@@ -1,18 +1,30 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
+#include <mutex>
+#include <string>
 #include <string_view>
 
 namespace Logger {
 
-// Appends text, followed by a newline unless it ends with one, to the host's
-// own log (karvo.log in the personal temporary directory, made with mode
-// 0600, never through a symbolic link) and, in verbose mode, to standard
-// error. The text is written as the bytes it is. Failures are silent:
-// logging never stops a run.
+// Receives the host log's text in pieces, in order; entries end with a
+// newline. Called with the logger's lock held: a sink must not log itself.
+using Sink = std::function<void(std::string_view piece)>;
+
+// Decides where the host log's text goes. Empty (the default) keeps no copy:
+// a host that wants the text installs a sink. Returns nothing; the previous
+// sink is dropped.
+void SetSink(Sink sink);
+
+// Appends text, followed by a newline unless it ends with one, to the sink
+// and, in verbose mode, to standard error. The text is passed on as the
+// bytes it is. Logging never stops a run.
 void Write(std::string_view text);
 
 // One entry handed over in pieces, for texts too large to hold twice; the
 // entry ends (with the newline rule of Write) when the object is destroyed.
+// Entries of different threads do not interleave.
 class Entry {
  public:
   Entry();
@@ -23,10 +35,23 @@ class Entry {
   void append(std::string_view piece);
 
  private:
-  int fd_;
+  std::unique_lock<std::mutex> lock_;
   bool verbose_;
   char last_ = '\n';
   bool empty_ = true;
+};
+
+// The last limit bytes of everything appended: a bounded in-memory host log
+// for a sink.
+class BoundedText {
+ public:
+  explicit BoundedText(std::size_t limit) : limit_(limit) {}
+  void append(std::string_view piece);
+  const std::string& text() const { return text_; }
+
+ private:
+  std::size_t limit_;
+  std::string text_;
 };
 
 // Verbose mode is on after SetVerbose(true) or when KARVO_VERBOSE is "1".

@@ -15,6 +15,8 @@ class GivenParameters : public ParameterSource {
   int matNo() const override { return parameters_.matNo; }
   int gapPenalty() const override { return parameters_.gap; }
   std::string logName() const override { return parameters_.logName; }
+  std::string logFolder() const override { return parameters_.logFolder; }
+  bool writeLogFile() const override { return parameters_.writeLogFile; }
 
  private:
   const ZemtraParameters& parameters_;
@@ -34,6 +36,8 @@ bool ExecuteWithParameters(KARVO::Alignment& alignment, const ZemtraParameters& 
 }
 
 DebugOutputFn SetDebugOutput(DebugOutputFn output) { return zemtra::setDebugOutput(output); }
+
+ExitHandlerFn SetExitHandler(ExitHandlerFn handler) { return zemtra::setExitHandler(handler); }
 
 std::uint64_t EstimateRunMemory(unsigned long sequences, unsigned long width, unsigned threads) {
   zemtra::EngineOptions engine = zemtra::defaultEngineOptions();

@@ -138,13 +138,17 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
 
   const int matNo = parameters.matNo();
   const int gap = parameters.gapPenalty();
-  const std::string logName = parameters.logName();
+  RunLogOptions log;
+  log.folder = parameters.logFolder();
+  log.name = parameters.logName();
+  log.writeFile = parameters.writeLogFile();
+  if (out.wantLogText) log.text = &out.logText;
   interaction.debugMessage("Do the real thing");
 
   bool ok = false;
   RunDetails details;
-  zemtra_kv(interaction, &ok, logName, inputs.len.data(), inputs.nres.data(), inputs.names, inputs.seqs, sent.fixed,
-            matNo, gap, &details);
+  zemtra_kv(interaction, &ok, log, inputs.len.data(), inputs.nres.data(), inputs.names, inputs.seqs, sent.fixed, matNo,
+            gap, &details, zemtra::defaultEngineOptions());
 
   interaction.debugMessage("Re-alignment by Zemtra done, returning results");
   const unsigned long length = inputs.len[0];

@@ -25,6 +25,11 @@ class ParameterSource {
   virtual int gapPenalty() const = 0;
   // The log file name in the file system's encoding.
   virtual std::string logName() const = 0;
+  // The folder the log is written in; empty for the personal temporary
+  // directory.
+  virtual std::string logFolder() const { return {}; }
+  // False: no log file, only the text.
+  virtual bool writeLogFile() const { return true; }
 };
 
 // The number of sequences as the plug-in counts them: the entries of the

@@ -38,13 +38,25 @@ const bool qtDebugInstalled = (zemtra::setDebugOutput(toQtDebug), true);
 
 }  // namespace
 
+namespace {
+
+// The report of each thread's last Execute1 call.
+thread_local std::unique_ptr<ZemtraRunReport> lastReport;
+
+}  // namespace
+
 bool doZemtra(KARVO::Alignment& alignment) {
   DialogParameters parameters;
   QtRunInteraction interaction;
-  return exchangeAlignment(alignment, parameters, interaction, nullptr);
+  // A fresh report for every call; the previous one stays valid until here.
+  lastReport = std::make_unique<ZemtraRunReport>();
+  lastReport->wantTree = false;
+  return exchangeAlignment(alignment, parameters, interaction, lastReport.get());
 }
 
 extern "C" {
+
+const ZemtraRunReport* LastRunReport() { return lastReport.get(); }
 
 bool Execute1(KARVO::Alignment& alignment) {
   qDebug("Calculating Zemtra.");

@@ -1,6 +1,27 @@
 // Entry points of the plug-in, looked up by name. libZemtra.so.0 has them
 // all; libZemtraBatch.so.0, the same plug-in without its window for hosts
-// that have none, has all but Execute1 and loads no toolkit.
+// that have none, has all but Execute1 and LastRunReport and loads no
+// toolkit.
+//
+// The contract with a host:
+// - Everything a host learns about a call comes back in a ZemtraRunReport:
+//   from ExecuteWithParameters through its report argument, from Execute1
+//   through LastRunReport(). How the call ended (exchange, run.outcome),
+//   where the run log went (run.logPath, run.logWritten, run.logProblem),
+//   the join history (run.history), the guide tree when asked for, the
+//   timings (run.timings) and, when asked for, the log text itself.
+// - The run log goes to ZemtraParameters::logFolder (the personal temporary
+//   directory when empty) under logName; Execute1 always uses the personal
+//   temporary directory and the dialog's name. The name is refused, and the
+//   log kept only in memory, when it is absolute, has a ".." component,
+//   passes through a symbolic link or names a folder. An existing log is
+//   replaced only after RunInteraction::confirmOverwrite said yes. With
+//   writeLogFile false no file is made and nothing is asked.
+// - A few conditions end the process (see SetExitHandler); a host that must
+//   not end installs a handler that throws.
+// - The engine's debug texts go to the output set with SetDebugOutput.
+// Debug output and exit handler are process-wide; runs on different threads
+// at the same time do not otherwise share anything.
 #pragma once
 
 #include <cstdint>
@@ -14,12 +35,16 @@ namespace KARVO {
 class Alignment;
 }
 
-// The four run parameters that the dialog otherwise asks for.
+// The run parameters that the dialog otherwise asks for, and where the log
+// goes.
 struct ZemtraParameters {
   int matNo = 0;
   int gap = 40;
   int prealigned = 0;
-  std::string logName = "zemtra.log";  // in the file system's encoding
+  std::string logName = "zemtra.log";  // in the file system's encoding, below logFolder
+  std::string logFolder;               // an existing folder; empty = personal temporary directory
+  bool writeLogFile = true;            // false: no log file is made, no overwrite question; the text is
+                                       // only handed back (logText when wantLogText)
 };
 
 // A node of the guide tree as the tree builder places it; left and right
@@ -55,6 +80,9 @@ struct ZemtraRunReport {
   unsigned int fixed = 0;
   std::vector<GuideTreeNode> tree;  // empty unless the tree phase ran
   int treeRoot = -1;
+  // Set by the caller: keep the complete run log text in logText.
+  bool wantLogText = false;
+  std::string logText;  // byte for byte the log file's content (also when no file is written)
 };
 
 extern "C" {
@@ -64,6 +92,12 @@ extern "C" {
 // (std::invalid_argument from rearrange for strings that do not fit, which
 // the plug-in never builds) and std::bad_alloc pass to the caller.
 bool Execute1(KARVO::Alignment& alignment);
+
+// The report of this thread's last Execute1 call (libZemtra.so.0 only), or
+// null before the first. Valid until the thread's next Execute1 call. The
+// guide tree is not built for Execute1 and the log text is not kept.
+const ZemtraRunReport* LastRunReport();
+using LastRunReportFn = const ZemtraRunReport* (*)();
 
 // Nothing to release: the plug-in keeps no state between calls.
 void Cleanup();
@@ -82,6 +116,28 @@ using ExecuteWithParametersFn = bool (*)(KARVO::Alignment&, const ZemtraParamete
 using DebugOutputFn = void (*)(const char* text);
 DebugOutputFn SetDebugOutput(DebugOutputFn output);
 using SetDebugOutputFn = DebugOutputFn (*)(DebugOutputFn);
+
+// The engine meets a few conditions it cannot continue from. By default it
+// writes its debug text (if any) and ends the process:
+//   status 1, reason "gap0 B", "gap A" or "gap B" (debug text the same):
+//     an alignment of two sequences or groups paired no position;
+//   status 666, reason "rows do not fit" (no debug text): the re-aligned
+//     rows would not fit in twice the range width;
+//   status 1, reason "out of memory in the tree builder" (debug text
+//     "\n\nOut of memory CreateTree2() at pos N.\n\n"): only when the guide
+//     tree is asked for.
+// An installed handler is called after the debug text with the status and
+// the reason (a fixed text). It may end the process itself, or throw a C++
+// exception: the engine then unwinds, releasing everything, and the
+// exception reaches the caller of Execute1 or ExecuteWithParameters; the
+// host's alignment may be partly rearranged (rows packed) and should be
+// discarded. Conditions met on the pairwise phase's worker threads reach the
+// handler on the calling thread, at the point where the run would have
+// ended. If the handler returns, the process ends as by default.
+// Null restores the default; returns the previous handler. Process-wide.
+using ExitHandlerFn = void (*)(int status, const char* reason);
+ExitHandlerFn SetExitHandler(ExitHandlerFn handler);
+using SetExitHandlerFn = ExitHandlerFn (*)(ExitHandlerFn);
 
 // Bytes a run of that many sequences over a range of width columns holds at
 // its peak, worked out from the sizes the run allocates: the engine and

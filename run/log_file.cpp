@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <optional>
 #include <random>
@@ -54,12 +56,20 @@ std::optional<std::string> targetPath(const std::string& dir, const std::string&
   return target;
 }
 
+std::string folderPart(const std::string& path) { return path.substr(0, path.rfind('/')); }
+
 std::string temporaryName(const std::string& target) {
+  static std::mutex randomMutex;
   static std::mt19937_64 random{std::random_device{}()};
+  std::uint64_t suffix = 0;
+  {
+    const std::lock_guard<std::mutex> lock(randomMutex);
+    suffix = random();
+  }
   const auto slash = target.rfind('/');
   std::ostringstream name;
   name.exceptions(std::ios::badbit);
-  name << target.substr(0, slash + 1) << "." << target.substr(slash + 1) << "." << std::hex << random() << ".tmp";
+  name << target.substr(0, slash + 1) << "." << target.substr(slash + 1) << "." << std::hex << suffix << ".tmp";
   return name.str();
 }
 
@@ -106,15 +116,25 @@ bool readAt(int fd, char* data, std::size_t size, off_t offset) {
 // once the file is out of the picture.
 class RunLogFile::Buffer : public std::streambuf {
  public:
-  Buffer(const std::string& dir, const std::string& logName) : data_(kBufferBytes) {
+  Buffer(const std::string& dir, const std::string& logName, bool toFile) : data_(kBufferBytes) {
     setp(data_.data(), data_.data() + data_.size());
-    if (auto target = targetPath(dir, logName)) {
+    if (!toFile) {
+      problem_ = "no log file was asked for";
+    } else if (auto target = targetPath(dir, logName)) {
       target_ = std::move(*target);
       temporary_ = temporaryName(target_);
       fd_ = ::open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-      if (fd_ >= 0) registerPending(temporary_);
+      if (fd_ >= 0)
+        registerPending(temporary_);
+      else
+        problem_ = "cannot create a file in " + folderPart(target_) + ": " + std::strerror(errno);
+    } else {
+      problem_ = "the log name '" + logName + "' is refused: it must stay inside " + dir +
+                 " (no absolute name, no '..', no symbolic link, not a folder)";
     }
   }
+
+  const std::string& problem() const { return problem_; }
 
   ~Buffer() override {
     if (fd_ >= 0) ::close(fd_);
@@ -128,6 +148,7 @@ class RunLogFile::Buffer : public std::streambuf {
     drain();
     if (fd_ < 0) return false;
     if (::fsync(fd_) != 0 || ::rename(temporary_.c_str(), target_.c_str()) != 0) {
+      problem_ = "cannot put the log in place as " + target_ + ": " + std::strerror(errno);
       moveToMemory();
       return false;
     }
@@ -171,7 +192,10 @@ class RunLogFile::Buffer : public std::streambuf {
     const std::size_t size = static_cast<std::size_t>(pptr() - pbase());
     if (size == 0) return;
     const std::string_view pending(pbase(), size);
-    if (fd_ >= 0 && !KARVO::writeAll(fd_, pending)) moveToMemory();
+    if (fd_ >= 0 && !KARVO::writeAll(fd_, pending)) {
+      problem_ = "cannot write " + temporary_ + ": " + std::strerror(errno);
+      moveToMemory();
+    }
     if (fd_ >= 0) {
       written_ += static_cast<off_t>(size);
     } else {
@@ -197,11 +221,14 @@ class RunLogFile::Buffer : public std::streambuf {
   int fd_ = -1;
   off_t written_ = 0;
   std::string memory_;
+  std::string problem_;
   bool committed_ = false;
 };
 
-RunLogFile::RunLogFile(const std::string& dir, const std::string& logName)
-    : buffer_(std::make_unique<Buffer>(dir, logName)), stream_(buffer_.get()) {}
+RunLogFile::RunLogFile(const std::string& dir, const std::string& logName, bool toFile)
+    : buffer_(std::make_unique<Buffer>(dir, logName, toFile)), stream_(buffer_.get()) {}
+
+const std::string& RunLogFile::problem() const { return buffer_->problem(); }
 
 RunLogFile::~RunLogFile() = default;
 

@@ -17,13 +17,14 @@
 // below dir. When the name is refused, no temporary file can be made, or a
 // write to it fails, the text is kept in memory instead and
 // the log counts as not written. An uncommitted temporary file is removed
-// on destruction and when the process exits.
+// on destruction and when the process exits. With toFile false no file is
+// made at all and the text is only kept in memory.
 class RunLogFile {
  public:
   // The text passes through a buffer of this size on its way to the file.
   static constexpr std::size_t kBufferBytes = 64 * 1024;
 
-  RunLogFile(const std::string& dir, const std::string& logName);
+  RunLogFile(const std::string& dir, const std::string& logName, bool toFile = true);
   ~RunLogFile();
   RunLogFile(const RunLogFile&) = delete;
   RunLogFile& operator=(const RunLogFile&) = delete;
@@ -34,6 +35,9 @@ class RunLogFile {
 
   // Puts the finished text in place. False when it is only in memory.
   bool commit();
+
+  // Why the log is only in memory, one line; empty when it is in a file.
+  const std::string& problem() const;
 
   // Hands the complete text written so far to consume, in pieces, in order.
   void readBack(const std::function<void(std::string_view piece)>& consume);

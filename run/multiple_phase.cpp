@@ -42,6 +42,11 @@ void capDistances(Matrix<float>& distances) {
   }
 }
 
+void treeDistances(Matrix<float>& nas) {
+  dist_kv(nas);
+  capDistances(nas);
+}
+
 float measureFinalAlignment(const RunInput& input, RunStorage& storage) {
   const unsigned long ns = input.seqs.rows();
   const int alen = storage.alen;
@@ -109,8 +114,7 @@ float measureFinalAlignmentFast(const RunInput& input, RunStorage& storage, unsi
 
 void multipleAlignmentPhase(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress,
                             JoinHistory* history, const zemtra::EngineOptions& engine) {
-  dist_kv(storage.fscore);
-  capDistances(storage.fscore);
+  treeDistances(storage.fscore);
   tree_kv(log, input.matNo, input.gap, &storage.alen, input.names, storage.fscore, storage.family, storage.cmp,
           input.seqs, input.len, storage.path, input.fixed, history, engine);
   progress.interaction.progressSet(progress.step);

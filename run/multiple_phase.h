@@ -53,6 +53,10 @@ struct RunProgress {
 // 0, a negative NAS) becomes kJoinedThreshold, the most distant a pair can be.
 void capDistances(KARVO::Matrix<float>& distances);
 
+// The pairwise NAS (diagonal 100) turned in place into the distances the tree
+// phase clusters: -100 ln(NAS/100), capped as above.
+void treeDistances(KARVO::Matrix<float>& nas);
+
 // Measures every pair in columns 1 .. storage.alen of the finished alignment
 // into pid, dif, alilen, sco and fscore; returns the sum of the scores of all
 // pairs j < k.

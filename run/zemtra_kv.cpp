@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <chrono>
 #include <iomanip>
 #include <string>
 
@@ -47,18 +49,39 @@ void writePairwiseTables(std::ostream& log, const RunInput& input, const RunStor
 }
 
 // Puts the log file in place and hands the text to the host's logger, which
-// also receives it when the file cannot be written. Returns whether the file
-// was written.
-bool finishLog(RunLogFile& log, const std::string& logPath) {
+// also receives it when the file cannot be written, and to text when asked.
+// Returns whether the file was written.
+bool finishLog(RunLogFile& log, const std::string& logPath, bool fileAsked, std::string* text) {
   const bool written = log.commit();
+  if (text != nullptr) {
+    text->clear();
+    log.readBack([text](std::string_view piece) { text->append(piece); });
+  }
   Logger::Entry entry;
   log.readBack([&entry](std::string_view piece) { entry.append(piece); });
-  if (!written) {
+  if (!written && fileAsked) {
     entry.append("\nCould not open ");
     entry.append(logPath);
     entry.append("! ZEMTRA::PROCESS no log file");
   }
   return written;
+}
+
+// The pairwise phase's tables as the host receives them.
+void keepPairwiseTables(const RunStorage& storage, unsigned long ns, RunDetails& result) {
+  KARVO::Matrix<float> distance(ns, ns);
+  for (unsigned long r = 0; r < ns; ++r) std::copy(storage.fscore[r], storage.fscore[r] + ns, distance[r]);
+  treeDistances(distance);
+  result.identity.resize(ns * ns);
+  result.distance.resize(ns * ns);
+  for (unsigned long r = 0; r < ns; ++r) {
+    std::copy(storage.pid[r], storage.pid[r] + ns, result.identity.begin() + static_cast<long>(r * ns));
+    std::copy(distance[r], distance[r] + ns, result.distance.begin() + static_cast<long>(r * ns));
+  }
+}
+
+double secondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 bool isDirectory(const std::string& path) {
@@ -83,6 +106,15 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName
 void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName, unsigned long* len,
                unsigned long* nres, const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed,
                int matNo, int gap, RunDetails* details, const zemtra::EngineOptions& engine) {
+  RunLogOptions log;
+  log.name = logName;
+  zemtra_kv(interaction, ok, log, len, nres, names, seqs, fixed, matNo, gap, details, engine);
+}
+
+void zemtra_kv(RunInteraction& interaction, bool* ok, const RunLogOptions& logOptions, unsigned long* len,
+               unsigned long* nres, const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed,
+               int matNo, int gap, RunDetails* details, const zemtra::EngineOptions& engine) {
+  const auto started = std::chrono::steady_clock::now();
   RunDetails unreported;
   RunDetails& result = details != nullptr ? *details : unreported;
   result = RunDetails{};
@@ -98,24 +130,31 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName
   RunStorage storage(ns, seqs.cols());
   const RunInput input{len, nres, names, seqs, fixed, matNo, gap};
 
-  const std::string dir = Config::GetPersonalTmpDir();
-  const std::string logPath = dir + "/" + logName;
+  // Without a file the personal directory is not even looked for.
+  const bool personal = logOptions.folder.empty();
+  const std::string dir = !logOptions.writeFile ? std::string()
+                          : personal            ? Config::GetPersonalTmpDir()
+                                                : logOptions.folder;
+  const std::string& logName = logOptions.name;
+  const std::string logPath = logOptions.writeFile ? dir + "/" + logName : std::string();
   result.logPath = logPath;
-  if (!isDirectory(dir) && ::mkdir(dir.c_str(), 0700) != 0) {
+  if (logOptions.writeFile && !isDirectory(dir) && (!personal || ::mkdir(dir.c_str(), 0700) != 0)) {
     interaction.debugMessage("zemtra::Can not create dir : " + dir);
     interaction.debugMessage("        multiple alignment process interrupted. ");
     *ok = false;
     result.outcome = RunOutcome::DirectoryFailed;
+    result.logProblem = (personal ? "cannot create the log folder " : "the log folder is not a folder: ") + dir;
     return;
   }
-  if (exists(logPath) && !interaction.confirmOverwrite(logPath)) {
+  if (logOptions.writeFile && exists(logPath) && !interaction.confirmOverwrite(logPath)) {
     interaction.debugMessage("Cancel");
     *ok = false;
     result.outcome = RunOutcome::OverwriteRefused;
+    result.logProblem = "the existing log " + logPath + " was kept";
     return;
   }
 
-  RunLogFile logFile(dir, logName);
+  RunLogFile logFile(dir, logName, logOptions.writeFile);
   std::ostream& log = logFile.stream();
   // An allocation failure must reach the host, not end in a cut-off log.
   log.exceptions(std::ios::badbit);
@@ -128,6 +167,7 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName
   interaction.progressStart(progress.totalSteps);
 
   const bool completed = pairwisePhase(log, input, storage, progress, engine);
+  result.timings.pairwise = secondsSince(started);
   if (!completed) {
     log << "\nzemtra:: Process was cancelled ";
     *ok = false;
@@ -140,6 +180,7 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName
 
   if (completed) {
     writePairwiseTables(log, input, storage);
+    if (details != nullptr) keepPairwiseTables(storage, ns, result);
     if (ns == 2) {
       log << "\n\n";
       *ok = true;
@@ -149,11 +190,15 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName
       const unsigned long second[] = {1};
       copy_kv(first, 1, second, 1, storage.alen, seqs, storage.path, len);
     } else {
+      const auto treeStarted = std::chrono::steady_clock::now();
       multipleAlignmentPhase(log, input, storage, progress, details != nullptr ? &result.history : nullptr, engine);
+      result.timings.tree = secondsSince(treeStarted);
       *ok = true;
     }
   }
 
   result.outcome = completed ? RunOutcome::Completed : RunOutcome::Cancelled;
-  result.logWritten = finishLog(logFile, logPath);
+  result.logWritten = finishLog(logFile, logPath, logOptions.writeFile, logOptions.text);
+  if (!result.logWritten) result.logProblem = logFile.problem();
+  result.timings.total = secondsSince(started);
 }

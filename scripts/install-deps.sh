@@ -5,12 +5,16 @@ set -euo pipefail
 
 packages=(
   g++ cmake make pkg-config python3
+  python3-pytest python3-biopython
   qt6-base-dev
+  zlib1g-dev
   libgtest-dev libgmock-dev
   libbenchmark-dev
   libcli11-dev
   xvfb xauth fonts-dejavu-core
+  python3-pytest python3-biopython python3-numpy librsvg2-bin
   clang libclang-rt-14-dev llvm
+  python3-dev pybind11-dev python3-pytest python3-biopython python3-numpy python3-venv python3-pip
 )
 
 missing=()

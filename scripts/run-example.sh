@@ -11,10 +11,11 @@ out="$build/example"
 mkdir -p "$out"
 "$build/bin/karvo" align "$root/examples/globins.fa" --force \
   --log "$out/globins.log" -o "$out/globins.aln" \
-  --tree-newick "$out/globins.nwk" --tree-svg "$out/globins.svg"
+  --tree-newick "$out/globins.nwk" --tree-svg "$out/globins.svg" --distances "$out/globins.tsv"
 echo
 cat "$out/globins.aln"
 echo
 echo "Guide tree: $(cat "$out/globins.nwk")"
 echo "Run log:    $out/globins.log"
 echo "Tree:       $out/globins.svg"
+echo "Distances:  $out/globins.tsv"

@@ -18,6 +18,7 @@ void refreshClusterDistances(unsigned long ns, const KARVO::Matrix<float>& fscor
 struct ClosestPair {
   unsigned long first;  // sequence number, always below other
   unsigned long other;
+  float distance;  // their cluster distance
 };
 
 // The pair with the smallest cluster distance; ties go to the earliest pair in

@@ -48,7 +48,7 @@ ClosestPair ClusterTracker::closest() const {
     if (first == 0 || best_[i].value < best_[first].value) first = i;
   }
   ZEMTRA_ASSERT(first != 0);
-  return {first, best_[first].other};
+  return {first, best_[first].other, best_[first].value};
 }
 
 void ClusterTracker::rescan(unsigned long id) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 
 #include "core/diagnostics.h"
 #include "pairwise/comp_kv.h"
@@ -259,14 +260,10 @@ void refreshClusterDistances(unsigned long ns, const Matrix<float>& fscore, cons
 }
 
 ClosestPair findClosestPair(unsigned long ns, const Matrix<float>& pro) {
-  ClosestPair best{1, 2};
-  float bestDistance = pro[1][2];
+  ClosestPair best{1, 2, pro[1][2]};
   for (unsigned long i = 1; i < ns; ++i) {
     for (unsigned long j = i + 1; j <= ns; ++j) {
-      if (pro[i][j] < bestDistance) {
-        bestDistance = pro[i][j];
-        best = {i, j};
-      }
+      if (pro[i][j] < best.distance) best = {i, j, pro[i][j]};
     }
   }
   return best;
@@ -275,8 +272,10 @@ ClosestPair findClosestPair(unsigned long ns, const Matrix<float>& pro) {
 namespace {
 
 // The joins so far as the history lists them.
-void recordJoin(const Counters& counters, JoinHistory* history) {
-  if (history != nullptr) history->joins.emplace_back(counters.groupJ.data[0], counters.groupK.data[0]);
+void recordJoin(const Counters& counters, float distance, JoinHistory* history) {
+  if (history == nullptr) return;
+  history->joins.emplace_back(counters.groupJ.data[0], counters.groupK.data[0]);
+  history->distances.push_back(distance);
 }
 
 // Clustering by the reference's full refresh of pro before every search.
@@ -307,7 +306,7 @@ void clusterByRescan(std::ostream& log, const Matrix<char>& names, const Matrix<
     const ClosestPair pair = findClosestPair(ns, pro);
     log << "\n\n" << kStarLine << kBannerLine << kStarLine;
     AlignPair(engine, pair.first, pair.other, names, family, counters, cmp, seqs, len, path, nfam);
-    recordJoin(counters, history);
+    recordJoin(counters, pair.distance, history);
     joinsLeft = ns - 2;
   }
   nfam = 1;
@@ -316,7 +315,7 @@ void clusterByRescan(std::ostream& log, const Matrix<char>& names, const Matrix<
     refreshClusterDistances(ns, fscore, family, pro);
     const ClosestPair pair = findClosestPair(ns, pro);
     FamFind(engine, nfam, pair.first, pair.other, family, cmp, seqs, len, names, path, counters);
-    recordJoin(counters, history);
+    recordJoin(counters, pair.distance, history);
   }
 }
 
@@ -339,7 +338,7 @@ void clusterIncrementally(std::ostream& log, const Matrix<char>& names, const Ma
     log << "\n\n" << kStarLine << kBannerLine << kStarLine;
     AlignPair(engine, pair.first, pair.other, names, family, counters, cmp, seqs, len, path, nfam);
     tracker.rowGrew(family, 0, 0, 2, ClusterTracker::kSingle);
-    recordJoin(counters, history);
+    recordJoin(counters, pair.distance, history);
     joinsLeft = ns - 2;
   }
   nfam = 1;
@@ -361,7 +360,7 @@ void clusterIncrementally(std::ostream& log, const Matrix<char>& names, const Ma
       tracker.rowGrew(family, lower, members, members + 1, ClusterTracker::kSingle);
     else
       tracker.rowGrew(family, lower, members, members + rowLength(family, higher, ns), higher);
-    recordJoin(counters, history);
+    recordJoin(counters, pair.distance, history);
   }
 }
 
@@ -381,6 +380,7 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char
   Counters counters(ns + 1, gap, matNo, &log);
   if (history != nullptr) {
     history->joins.clear();
+    history->distances.clear();
     history->families.clear();
   }
 
@@ -400,7 +400,10 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char
     for (unsigned long m = 1; m <= block; ++m) family[0][m - 1] = m;
     counters.step = static_cast<int>(block) - 1;
     if (history != nullptr) {
-      for (unsigned long m = 1; m < block; ++m) history->joins.emplace_back(0UL, m);
+      for (unsigned long m = 1; m < block; ++m) {
+        history->joins.emplace_back(0UL, m);
+        history->distances.push_back(std::numeric_limits<float>::quiet_NaN());
+      }
     }
   }
 

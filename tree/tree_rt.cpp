@@ -17,10 +17,17 @@ void CreateTree2(TreeNode** root, unsigned long** joins, int nJoins, unsigned lo
   // Slot r holds the subtree built so far for the group whose first member is
   // row r; joins name their groups by those rows.
   std::vector<TreeNode*> slots(lastIndex, nullptr);
+  // The subtrees built so far are released before the process ends, so
+  // that a host whose exit handler throws gets everything back.
+  const auto outOfMemory = [&slots](const char* where) {
+    for (TreeNode* node : slots)
+      if (node != nullptr && node->parent == nullptr) freeTree(node);
+    memerror(where);
+  };
 
   for (unsigned long i = 0; i < lastIndex; ++i) {
     TreeNode* leaf = new (std::nothrow) TreeNode;
-    if (leaf == nullptr) memerror("CreateTree2() at pos 0");
+    if (leaf == nullptr) outOfMemory("CreateTree2() at pos 0");
     ZEMTRA_ASSERT(0 < family[0][i]);
     ZEMTRA_ASSERT(family[0][i] <= lastIndex);
     const unsigned long m = family[0][i];
@@ -38,7 +45,7 @@ void CreateTree2(TreeNode** root, unsigned long** joins, int nJoins, unsigned lo
   unsigned long rootSlot = 0;
   for (int t = 0; t < nJoins; ++t) {
     TreeNode* node = new (std::nothrow) TreeNode;
-    if (node == nullptr) memerror("CreateTree2() at pos 3");
+    if (node == nullptr) outOfMemory("CreateTree2() at pos 3");
     const unsigned long a = joins[t][0];
     const unsigned long b = joins[t][1];
     ZEMTRA_ASSERT(a < lastIndex);
@@ -64,7 +71,7 @@ void CreateTree2(TreeNode** root, unsigned long** joins, int nJoins, unsigned lo
 
 void memerror(const char* where) {
   const std::string text = std::string("\n\nOut of memory ") + where + ".\n\n";
-  zemtra::fatalExit(text.c_str(), 1);
+  zemtra::fatalExit(text.c_str(), 1, "out of memory in the tree builder");
 }
 
 void freeTree(TreeNode* root) {

@@ -39,6 +39,7 @@ AlignmentView::AlignmentView(QWidget* parent) : QAbstractScrollArea(parent) {
 
 void AlignmentView::setAlignment(KARVO::Alignment* alignment) {
   alignment_ = alignment;
+  currentRow_ = -1;
   dragging_ = false;
   hasAnchor_ = false;
   horizontalScrollBar()->setValue(0);
@@ -78,6 +79,17 @@ void AlignmentView::setSelection(const KARVO::ColumnRange& range) {
     const unsigned long shown = wholeCells(viewport()->width() - namesWidth_, cellWidth_);
     if (clamped.first < first || clamped.first >= first + shown) scrollToCell(firstVisibleRow(), clamped.first);
   }
+}
+
+void AlignmentView::setCurrentRow(long row) {
+  currentRow_ = row >= 0 && static_cast<unsigned long>(row) < rowCount() ? row : -1;
+  if (currentRow_ >= 0) {
+    const unsigned long first = firstVisibleRow();
+    const unsigned long shown = wholeCells(viewport()->height() - rulerHeight_, cellHeight_);
+    const auto wanted = static_cast<unsigned long>(currentRow_);
+    if (wanted < first || wanted >= first + shown) verticalScrollBar()->setValue(static_cast<int>(wanted));
+  }
+  viewport()->update();
 }
 
 void AlignmentView::scrollToCell(unsigned long row, unsigned long column) {
@@ -251,6 +263,9 @@ void AlignmentView::paintNames(QPainter& painter, unsigned long firstRow, unsign
   for (unsigned long r = 0; r < rows; ++r) {
     const QRect cell(kNamePadding, rulerHeight_ + static_cast<int>(r) * cellHeight_, namesWidth_ - 2 * kNamePadding,
                      cellHeight_);
+    const bool current = currentRow_ >= 0 && firstRow + r == static_cast<unsigned long>(currentRow_);
+    if (current) painter.fillRect(QRect(0, cell.top(), namesWidth_, cellHeight_), kSelectionBand);
+    painter.setPen(current ? Qt::white : Qt::black);
     painter.drawText(cell, Qt::AlignLeft | Qt::AlignVCenter,
                      metrics.elidedText(names_[firstRow + r], Qt::ElideRight, cell.width()));
   }

@@ -36,6 +36,11 @@ class AlignmentView : public QAbstractScrollArea {
   // While not interactive, ruler clicks do not change the selection.
   void setInteractive(bool interactive) { interactive_ = interactive; }
 
+  // The row picked out elsewhere (a leaf of the guide tree): its name is
+  // highlighted and scrolled into view; -1 for none.
+  void setCurrentRow(long row);
+  long currentRow() const { return currentRow_; }
+
   void scrollToCell(unsigned long row, unsigned long column);
   unsigned long firstVisibleRow() const;
   unsigned long firstVisibleColumn() const;
@@ -84,6 +89,7 @@ class AlignmentView : public QAbstractScrollArea {
   bool hasAnchor_ = false;
   bool dragging_ = false;
   bool interactive_ = true;
+  long currentRow_ = -1;
 
   int cellWidth_ = 1;
   int cellHeight_ = 1;

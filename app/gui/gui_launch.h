@@ -11,9 +11,15 @@ namespace karvo_gui {
 inline constexpr const char* kGuiEntryPoint = "karvoRunGui";
 using RunGuiFn = int (*)(const GuiOptions& options);
 
+// Why the window cannot be shown in this environment, as one line; empty
+// when it can. Looks at QT_QPA_PLATFORM, WAYLAND_DISPLAY and DISPLAY (a local
+// X display needs its socket), so that a missing display is reported before
+// the toolkit would abort the process.
+std::string displayProblem();
+
 // Loads libkarvo_gui.so from the executable's folder and runs the window;
-// returns its exit status, or 1 after a one-line message when the library
-// cannot be loaded.
+// returns its exit status, or 1 after a one-line message when there is no
+// display or the library cannot be loaded.
 int launchGui(const GuiOptions& options);
 
 }  // namespace karvo_gui

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QImage>
+#include <QLoggingCategory>
 #include <QMessageBox>
 #include <QPixmap>
 #include <QTimer>
@@ -50,6 +51,10 @@ int startUp(MainWindow& window, const GuiOptions& options) {
     }
     QMessageBox::warning(&window, QStringLiteral("karvo"), text);
   }
+  // Like align, a run without a selection re-aligns every column.
+  if (options.run && !options.select && window.alignment() != nullptr) {
+    window.selectColumns({1, window.alignment()->columnCount()});
+  }
   if (options.run) {
     const int plugin = chosenPlugin(window);
     if (plugin < 0) {
@@ -92,6 +97,9 @@ int runGui(const GuiOptions& options) {
     static char* argv[] = {name, nullptr};
     ownApplication = std::make_unique<QApplication>(argc, argv);
   }
+  // The plug-in's diagnostic texts ("Prepare data for ZEMTRA." and the
+  // like) go to the toolkit's debug output: shown only when asked for.
+  QLoggingCategory::setFilterRules(options.verbose ? QString() : QStringLiteral("default.debug=false"));
   QApplication::setApplicationName(QStringLiteral("karvo"));
   QApplication::setOrganizationName(QStringLiteral("karvo"));
 

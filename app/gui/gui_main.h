@@ -12,7 +12,8 @@ struct GuiOptions {
   std::optional<std::string> file;        // opened at start
   std::optional<ColumnSpan> select;       // 1-based inclusive, needs file
   std::optional<std::string> screenshot;  // PNG of the window, then exit
-  bool run = false;                       // run the plug-in on the selection at start
+  bool run = false;                       // run the plug-in at start: on --select, else on all columns
+  bool verbose = false;                   // show the plug-in's diagnostic messages
   std::string pluginDir;                  // empty: $KARVO_PLUGIN_PATH, then the executable's folder
 };
 

@@ -66,6 +66,7 @@ QStringList addRecentFile(QStringList list, const QString& path, int max) {
 
 MainWindow::MainWindow(const std::vector<std::string>& pluginDirs, QWidget* parent) : QMainWindow(parent) {
   reporter_ = [this](const QString& title, const QString& text) { QMessageBox::warning(this, title, text); };
+  hostLogText();  // the host log stays in memory, bounded
   plugins_ = karvo_app::listPlugins(pluginDirs);
 
   view_ = new AlignmentView(this);
@@ -117,6 +118,9 @@ void MainWindow::createMenus() {
   QMenu* viewMenu = menuBar()->addMenu(tr("&View"));
   runLogAction_ = viewMenu->addAction(tr("Run &Log"), this, &MainWindow::showRunLog);
   runLogAction_->setObjectName(QStringLiteral("runLogAction"));
+  guideTreeAction_ = viewMenu->addAction(tr("Guide &Tree"), this, &MainWindow::showGuideTree);
+  guideTreeAction_->setObjectName(QStringLiteral("guideTreeAction"));
+  guideTreeAction_->setEnabled(false);
 
   pluginMenu_ = menuBar()->addMenu(tr("&Plugins"));
   pluginMenu_->setObjectName(QStringLiteral("pluginMenu"));
@@ -234,6 +238,7 @@ bool MainWindow::openFile(const QString& path) {
     }
     return false;
   }
+  setGuideTree({});
   filePath_ = absolute;
   undo_ = {};
   showAlignment(std::move(loaded), false);
@@ -247,8 +252,8 @@ bool MainWindow::saveFile(const QString& path) {
   const QString absolute = QFileInfo(path).absoluteFilePath();
   const auto format = KARVO::formatFromName(absolute.toStdString());
   if (!format) {
-    report(tr("Cannot save"),
-           tr("%1: choose a name ending in .fa, .aln or .msf (FASTA, Clustal or MSF).").arg(fileName(absolute)));
+    report(tr("Cannot save"), tr("%1: choose a name with one of the extensions of %2.")
+                                  .arg(fileName(absolute), QString::fromStdString(KARVO::formatChoices())));
     return false;
   }
   try {
@@ -282,7 +287,7 @@ void MainWindow::openWithDialog() {
 
 bool MainWindow::save() {
   if (alignment_ == nullptr || running_) return false;
-  // Files of a format that cannot be written (Stockholm) go through Save As.
+  // Files whose name says no format that can be written go through Save As.
   if (filePath_.isEmpty() || !KARVO::formatFromName(filePath_.toStdString())) return saveAsWithDialog();
   return saveFile(filePath_);
 }
@@ -322,6 +327,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     return;
   }
   if (logWindow_ != nullptr) logWindow_->close();
+  if (treeWindow_ != nullptr) treeWindow_->close();
   event->accept();
 }
 
@@ -376,26 +382,20 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
     // The copy in memory still protects the alignment against a failing run.
     qWarning("karvo: no recovery file: %s", error.what());
   }
-  const DirectorySnapshot logsBefore = snapshotDirectory(tmpDir);
 
   bool changed = false;
   QString failure;
-  {
-    LogNameWatcher logName;
-    try {
-      changed = execute(*alignment_);
-    } catch (const std::bad_alloc&) {
-      failure = tr("it ran out of memory");
-    } catch (const std::exception& error) {
-      failure = QString::fromLocal8Bit(error.what());
-    } catch (...) {
-      failure = tr("an unknown error");
-    }
-    removeRecovery(recovery);
-    if (const auto log = findRunLog(tmpDir, logsBefore, logName.name().toStdString())) {
-      lastLogPath_ = QString::fromStdString(*log);
-    }
+  try {
+    changed = execute(*alignment_);
+  } catch (const std::bad_alloc&) {
+    failure = tr("it ran out of memory");
+  } catch (const std::exception& error) {
+    failure = QString::fromLocal8Bit(error.what());
+  } catch (...) {
+    failure = tr("an unknown error");
   }
+  removeRecovery(recovery);
+  if (const std::string log = reportedRunLog(*loaded_[index]); !log.empty()) lastLogPath_ = QString::fromStdString(log);
 
   if (!failure.isEmpty()) {
     showAlignment(std::move(before), true);
@@ -403,6 +403,12 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
     report(tr("%1 failed").arg(name),
            tr("%1 stopped with an error: %2.\nThe alignment is as it was before the run.").arg(name, failure));
     return RunOutcome::Failed;
+  }
+  // The report of the run, from plug-ins that keep one.
+  using LastRunReportFn = const ZemtraRunReport* (*)();
+  if (const auto last = reinterpret_cast<LastRunReportFn>(loaded_[index]->symbol("LastRunReport"))) {
+    if (const ZemtraRunReport* runReport = last(); runReport != nullptr && changed)
+      setGuideTree(guideTreeOfRun(*runReport, *alignment_));
   }
   if (changed) {
     undo_ = {std::move(before), modifiedBefore};
@@ -413,6 +419,32 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
   updateStatus();
   if (logWindow_ != nullptr && logWindow_->isVisible()) showRunLog();
   return changed ? RunOutcome::Changed : RunOutcome::Unchanged;
+}
+
+void MainWindow::setGuideTree(RunGuideTree tree) {
+  guideTree_ = std::move(tree);
+  guideTreeAction_->setEnabled(!guideTree_.tree.empty());
+  if (treeView_ != nullptr) treeView_->setTree(guideTree_.tree);
+}
+
+void MainWindow::showGuideTree() {
+  if (treeWindow_ == nullptr) {
+    treeWindow_ = new QDialog(this);
+    treeWindow_->setWindowTitle(tr("Guide Tree"));
+    treeWindow_->resize(720, 520);
+    auto* layout = new QVBoxLayout(treeWindow_);
+    layout->setContentsMargins(0, 0, 0, 0);
+    treeView_ = new TreeView(treeWindow_);
+    layout->addWidget(treeView_);
+    connect(treeView_, &TreeView::leafClicked, this, [this](int node) {
+      const long row = treeView_->tree().nodes[static_cast<std::size_t>(node)].row;
+      if (row >= 0 && static_cast<std::size_t>(row) < guideTree_.alignmentRows.size())
+        view_->setCurrentRow(static_cast<long>(guideTree_.alignmentRows[static_cast<std::size_t>(row)]));
+    });
+    treeView_->setTree(guideTree_.tree);
+  }
+  treeWindow_->show();
+  treeWindow_->raise();
 }
 
 void MainWindow::undo() {
@@ -476,8 +508,10 @@ void MainWindow::showRunLog() {
     layout->addWidget(logText_);
   }
   QFile file(lastLogPath_);
-  const QString text = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())
-                                                      : tr("The run log %1 cannot be read.").arg(lastLogPath_);
+  const QString text = file.open(QIODevice::ReadOnly)
+                           ? QString::fromUtf8(file.readAll())
+                           : tr("The run log %1 cannot be read; the latest text kept in memory:\n\n%2")
+                                 .arg(lastLogPath_, QString::fromStdString(hostLogText()));
   logText_->setPlainText(text);
   logWindow_->setWindowTitle(tr("Run log \u2014 %1").arg(fileName(lastLogPath_)));
   logWindow_->show();

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "app/gui/recovery.h"
+#include "app/gui/tree_view.h"
 #include "app/gui/view_geometry.h"
 #include "app/plugin_loader.h"
 #include "host/alignment.h"
@@ -80,6 +81,12 @@ class MainWindow : public QMainWindow {
   QStringList recentFiles() const;
   void showRunLog();
 
+  // The guide tree of the last run (View > Guide Tree); clicking a leaf
+  // makes its row the view's current row.
+  void setGuideTree(RunGuideTree tree);
+  void showGuideTree();
+  TreeView* treeView() const { return treeView_; }
+
  protected:
   void closeEvent(QCloseEvent* event) override;
 
@@ -125,6 +132,10 @@ class MainWindow : public QMainWindow {
   QAction* quitAction_ = nullptr;
   QAction* undoAction_ = nullptr;
   QAction* runLogAction_ = nullptr;
+  QAction* guideTreeAction_ = nullptr;
+  RunGuideTree guideTree_;
+  QDialog* treeWindow_ = nullptr;
+  TreeView* treeView_ = nullptr;
   QMenu* recentMenu_ = nullptr;
   QMenu* pluginMenu_ = nullptr;
   QDialog* logWindow_ = nullptr;

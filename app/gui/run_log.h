@@ -1,44 +1,23 @@
-// Finding the run log that a plug-in wrote into the personal temporary
-// directory. The log's name comes from the parameter dialog, which belongs to
-// the plug-in, so the window compares the directory before and after the run
-// and, where it can, reads the name from the dialog as it closes.
+// What the window knows about a plug-in run's log: the path the plug-in
+// reports, and the host log kept in memory for the Run Log view.
 #pragma once
 
-#include <QObject>
-#include <QString>
-#include <filesystem>
-#include <map>
-#include <optional>
+#include <cstddef>
 #include <string>
+
+#include "app/plugin_loader.h"
 
 namespace karvo_gui {
 
-// Modification times of the regular files of a directory.
-using DirectorySnapshot = std::map<std::string, std::filesystem::file_time_type>;
+// The window keeps the host log's last kHostLogLimit bytes in memory and
+// writes none of it to disk.
+inline constexpr std::size_t kHostLogLimit = 8u << 20;
 
-DirectorySnapshot snapshotDirectory(const std::string& directory);
+// Installs the window's host-log sink (once) and returns the kept text.
+const std::string& hostLogText();
 
-// The log a run wrote: the file called namedLog when it was written during
-// the run, else the newest "*.log" written during the run other than the
-// host's own karvo.log; nullopt when the run wrote none.
-std::optional<std::string> findRunLog(const std::string& directory, const DirectorySnapshot& before,
-                                      const std::string& namedLog);
-
-// While it exists, remembers the text of the "logFilename" line edit of any
-// dialog that closes.
-class LogNameWatcher : public QObject {
-  Q_OBJECT
-
- public:
-  LogNameWatcher();
-  ~LogNameWatcher() override;
-  const QString& name() const { return name_; }
-
- protected:
-  bool eventFilter(QObject* watched, QEvent* event) override;
-
- private:
-  QString name_;
-};
+// The run log the plug-in's last Execute1 call on this thread wrote, from
+// its LastRunReport; empty when it wrote none or does not report.
+std::string reportedRunLog(const karvo_app::LoadedPlugin& plugin);
 
 }  // namespace karvo_gui

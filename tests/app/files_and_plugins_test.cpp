@@ -6,7 +6,6 @@
 #include <fstream>
 #include <iterator>
 
-#include "app/log_placement.h"
 #include "app/plugin_loader.h"
 #include "host/file_io.h"
 #include "scratch_dir.h"

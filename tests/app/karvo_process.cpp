@@ -37,7 +37,7 @@ std::vector<std::string> childEnvironment(const KarvoLaunch& launch) {
     if (eq != std::string::npos) merged[text.substr(0, eq)] = text.substr(eq + 1);
   }
   // Nothing from the caller's shell may steer the run under test.
-  for (const char* name : {"KARVO_PLUGIN_PATH", "KARVO_TEST_CANCEL_AT_STEP", "KARVO_VERBOSE"}) merged.erase(name);
+  for (const char* name : {"KARVO_PLUGIN_PATH", "KARVO_VERBOSE"}) merged.erase(name);
   for (const auto& [name, value] : launch.environment) {
     if (value) {
       merged[name] = *value;

@@ -121,6 +121,9 @@ class BadInput : public testing::TestWithParam<CatalogueCase> {
         fs::create_symlink(dir_ / "target.txt", personal_ + "/zemtra.log");
       } else if (step == "stdout-dev-full") {
         stdoutPath_ = "/dev/full";
+      } else if (step == "no-display") {
+        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+          environment_.emplace(name, std::nullopt);
       } else {
         ADD_FAILURE() << "unknown setup '" << step << "'";
       }
@@ -138,6 +141,7 @@ class BadInput : public testing::TestWithParam<CatalogueCase> {
   std::string personal_ = dir_ / "personal";
   std::string input_;
   std::string stdoutPath_;
+  std::map<std::string, std::optional<std::string>> environment_;
 };
 
 TEST_P(BadInput, EndsWithItsMessageAndStatus) {
@@ -151,6 +155,7 @@ TEST_P(BadInput, EndsWithItsMessageAndStatus) {
 
   KarvoLaunch launch;
   for (const std::string& arg : c.args) launch.args.push_back(expand(arg));
+  launch.environment = environment_;
   launch.environment.emplace("KARVO_TMPDIR", personal_);
   if (!c.cwd.empty()) launch.workingDir = dir_ / c.cwd;
   launch.stdoutPath = stdoutPath_;

@@ -96,6 +96,9 @@ std::string runAndDescribe(const RunCase& c, const zemtra::EngineOptions& engine
   for (unsigned long r = 0; r < ns; ++r) out << std::string(seqs[r], seqs.cols()) << '\n';
   out << "joins";
   for (const auto& [a, b] : details.history.joins) out << ' ' << a << '-' << b;
+  out << "\ndistances" << std::hexfloat;
+  for (const float d : details.history.distances) out << ' ' << d;
+  out << std::defaultfloat;
   out << "\nfamilies";
   for (const auto& f : details.history.families) {
     out << " [";

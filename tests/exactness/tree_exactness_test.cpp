@@ -59,7 +59,9 @@ std::string treeAndDescribe(const TreeCase& c, const zemtra::EngineOptions& engi
   }
   out << "joins";
   for (const auto& [a, b] : history.joins) out << ' ' << a << '-' << b;
-  out << "\nrows\n";
+  out << "\ndistances" << std::hexfloat;
+  for (const float d : history.distances) out << ' ' << d;
+  out << std::defaultfloat << "\nrows\n";
   for (unsigned long r = 0; r < ns; ++r) out << len[r] << ' ' << std::string(seqs[r], width) << '\n';
   out << "log\n" << log.str();
   return out.str();

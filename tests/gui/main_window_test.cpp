@@ -85,9 +85,9 @@ TEST_F(FileTest, SavingAsClustalWritesWhatIsShown) {
 
 TEST_F(FileTest, SavingUnderANameWithoutAWritableFormatIsRefused) {
   MainWindow& window = windowWith("kinases.fa");
-  EXPECT_FALSE(window.saveFile(QString::fromStdString(tmpDir() + "/kinases.sto")));
+  EXPECT_FALSE(window.saveFile(QString::fromStdString(tmpDir() + "/kinases.txt")));
   EXPECT_EQ(reports_.size(), 1);
-  EXPECT_FALSE(fs::exists(tmpDir() + "/kinases.sto"));
+  EXPECT_FALSE(fs::exists(tmpDir() + "/kinases.txt"));
 }
 
 TEST_F(FileTest, RecentFilesListTheNewestFirst) {

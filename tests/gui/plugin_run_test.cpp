@@ -65,7 +65,9 @@ TEST_F(ZemtraRunTest, TheRunRealignsAsTheWindowlessEntryPointWithTheSameParamete
   const auto plugin = karvo_app::LoadedPlugin::open(ZEMTRA_PLUGIN_PATH);
   HeadlessRunInteraction quiet;
   quiet.answerOverwrite = [](const std::string&) { return true; };
-  ASSERT_TRUE(plugin->executeWithParameters()(*reference, {0, 40, 0, "reference.log"}, quiet, nullptr));
+  ZemtraParameters parameters;
+  parameters.logName = "reference.log";
+  ASSERT_TRUE(plugin->executeWithParameters()(*reference, parameters, quiet, nullptr));
 
   ModalAutoAnswer accept;
   EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);

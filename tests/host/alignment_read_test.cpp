@@ -4,6 +4,8 @@
 #include <sstream>
 
 #include "host/alignment_io.h"
+#include "host/gzip.h"
+#include "host/input_notes.h"
 #include "temp_dir.h"
 
 namespace {
@@ -30,6 +32,32 @@ std::string errorOf(const std::string& text, const std::string& name = "t.aln") 
     return e.what();
   }
   return "no error";
+}
+
+TEST(ReadAnyFormat, TakesGzipDataAndAByteOrderMarkTransparently) {
+  const std::string clustal = "CLUSTAL\n\na  MKV\nb  MK-\n";
+  EXPECT_THAT(rows(*read(KARVO::gzip(clustal), "x.txt")), ElementsAre("a MKV", "b MK-"));
+  // Two members one after the other, as `cat a.gz b.gz` makes.
+  EXPECT_THAT(rows(*read(KARVO::gzip(">a\nMKV\n") + KARVO::gzip(">b\nMK\n"))), ElementsAre("a MKV", "b MK-"));
+  EXPECT_THAT(rows(*read("\xEF\xBB\xBF" + clustal)), ElementsAre("a MKV", "b MK-"));
+  const std::string compressed = KARVO::gzip(clustal);
+  EXPECT_EQ(errorOf(compressed.substr(0, compressed.size() - 6), "x.gz"),
+            "x.gz: gzip data ends early (truncated file?)");
+  std::string damaged = compressed;
+  damaged[12] = static_cast<char>(damaged[12] ^ 0x55);
+  EXPECT_THAT(errorOf(damaged, "x.gz"), testing::StartsWith("x.gz: damaged gzip data ("));
+}
+
+TEST(InputWarnings, NameSequencesWithoutResiduesAndNucleotideInput) {
+  auto a = Alignment::fromRows({{"a", ""}, {"e1", ""}, {"b", ""}, {"e2", ""}}, {"MKV", "---", "MKL", ""});
+  EXPECT_THAT(KARVO::inputWarnings(*a),
+              ElementsAre("2 sequences have no residues (e1, e2); they are not aligned and stay rows of gaps"));
+  // 9 of 10 residues are nucleotide letters: just enough for the warning.
+  a = Alignment::fromRows({{"a", ""}, {"b", ""}}, {"ACGTU", "NacgW"});
+  EXPECT_THAT(KARVO::inputWarnings(*a), ElementsAre("the input looks like nucleotides (90 % of the residues are A, C, "
+                                                    "G, T, U or N); the substitution matrices are for proteins"));
+  a = Alignment::fromRows({{"a", ""}, {"b", ""}}, {"ACGTU", "NacWW"});
+  EXPECT_THAT(KARVO::inputWarnings(*a), testing::IsEmpty());
 }
 
 TEST(ReadFasta, TakesTheFirstWordAsNameAndKeepsTheDescription) {

@@ -11,6 +11,7 @@
 
 #include "host/alignment_formats.h"
 #include "host/alignment_io.h"
+#include "host/gzip.h"
 #include "temp_dir.h"
 
 namespace {
@@ -42,9 +43,26 @@ TEST(WriteFasta, WritesHeadersWithDescriptionsAndSixtyColumnLines) {
   EXPECT_EQ(written(*a, AlignmentFormat::Fasta), ">s a b\n" + std::string(59, 'A') + "-\n-\n");
 }
 
-TEST(WriteClustal, PadsNamesAndWritesOneBlockPerSixtyColumns) {
-  EXPECT_EQ(written(*small(), AlignmentFormat::Clustal),
-            "CLUSTAL multiple sequence alignment by karvo\n\n\none    AC-\ntwo    A-D\n");
+// Clustal with its conservation line, Stockholm with the descriptions,
+// relaxed sequential PHYLIP with full names.
+TEST(WriteFormats, MatchTheirGoldenFiles) {
+  auto a =
+      Alignment::fromRows({{"alpha", "first chain"}, {"beta", ""}, {"gamma_long", ""}}, {"MSAIW-", "MTGLF-", "MAGVYD"});
+  const std::pair<AlignmentFormat, const char*> goldens[] = {{AlignmentFormat::Clustal, "small.aln"},
+                                                             {AlignmentFormat::Stockholm, "small.sto"},
+                                                             {AlignmentFormat::Phylip, "small.phy"}};
+  for (const auto& [format, file] : goldens) {
+    EXPECT_EQ(written(*a, format), slurp(ZEMTRA_SOURCE_DIR "/tests/data/formats/" + std::string(file))) << file;
+  }
+}
+
+TEST(ConservationMark, FollowsTheClustalResidueGroups) {
+  using KARVO::formats::conservationMark;
+  for (const char* same : {"WWW", "a"}) EXPECT_EQ(conservationMark(same), '*') << same;
+  for (const char* strong : {"STA", "ST", "NEQK", "HY", "FWY", "MILF"})
+    EXPECT_EQ(conservationMark(strong), ':') << strong;
+  for (const char* weak : {"SAG", "CSA", "STNK", "NDEQHK", "FH"}) EXPECT_EQ(conservationMark(weak), '.') << weak;
+  for (const char* none : {"AW", "A-A", "---", "CW"}) EXPECT_EQ(conservationMark(none), ' ') << none;
 }
 
 TEST(WriteMsf, WritesChecksummedHeaderAndDottedGaps) {
@@ -60,7 +78,7 @@ TEST(GcgChecksum, WeightsRestartEveryFiftySevenCharacters) {
   EXPECT_EQ(KARVO::formats::gcgChecksum("ac"), KARVO::formats::gcgChecksum("AC"));
 }
 
-TEST(RoundTrip, FastaClustalMsfKeepNamesAndRows) {
+TEST(RoundTrip, FastaClustalMsfStockholmKeepNamesAndRows) {
   std::vector<std::string> texts = {std::string(70, 'A') + "-C" + std::string(60, 'K'), "-" + std::string(131, 'W'),
                                     std::string(40, 'D')};
   auto original = Alignment::fromRows({{"alpha", "d1"}, {"beta", ""}, {"gamma_long_name", "x y"}}, texts);
@@ -70,10 +88,15 @@ TEST(RoundTrip, FastaClustalMsfKeepNamesAndRows) {
   auto b = KARVO::readAlignment(clustal, "b.aln");
   std::istringstream msf(written(*b, AlignmentFormat::Msf));
   auto c = KARVO::readAlignment(msf, "c.msf");
+  std::istringstream stockholm(written(*a, AlignmentFormat::Stockholm));
+  auto d = KARVO::readAlignment(stockholm, "d.sto");
   for (unsigned long r = 0; r < 3; ++r) {
-    EXPECT_EQ(c->GetSeqName(r), original->GetSeqName(r));
-    EXPECT_EQ(c->rowText(r), original->rowText(r));
+    for (const Alignment* copy : {c.get(), d.get()}) {
+      EXPECT_EQ(copy->GetSeqName(r), original->GetSeqName(r));
+      EXPECT_EQ(copy->rowText(r), original->rowText(r));
+    }
     EXPECT_EQ(a->sequence(r).description, original->sequence(r).description);
+    EXPECT_EQ(d->sequence(r).description, original->sequence(r).description);
   }
 }
 
@@ -82,7 +105,11 @@ TEST(FormatFromName, KnowsNamesAndExtensions) {
   EXPECT_EQ(KARVO::formatFromName("dir.x/out.FASTA"), AlignmentFormat::Fasta);
   EXPECT_EQ(KARVO::formatFromName("out.aln"), AlignmentFormat::Clustal);
   EXPECT_EQ(KARVO::formatFromName("dir.aln/out"), std::nullopt);
-  EXPECT_EQ(KARVO::formatFromName("out.sto"), std::nullopt);
+  EXPECT_EQ(KARVO::formatFromName("out.sto.GZ"), AlignmentFormat::Stockholm);
+  EXPECT_EQ(KARVO::formatFromName("out.clw"), AlignmentFormat::Clustal);
+  EXPECT_EQ(KARVO::formatFromName("out.phylip"), AlignmentFormat::Phylip);
+  EXPECT_EQ(KARVO::formatFromName("out.gz"), std::nullopt);
+  EXPECT_EQ(KARVO::formatFromName("out.txt"), std::nullopt);
 }
 
 class AtomicWrite : public testing::Test {
@@ -107,6 +134,12 @@ TEST_F(AtomicWrite, ReplacesTheTargetKeepingItsModeAndLeavesNothingElse) {
   EXPECT_EQ(slurp(target), written(*a, AlignmentFormat::Fasta));
   EXPECT_EQ(fs::status(target).permissions(), fs::perms(0640));
   EXPECT_THAT(entries(dir.path()), ElementsAre("out.fa"));
+}
+
+TEST_F(AtomicWrite, CompressesANameEndingInGz) {
+  KARVO::writeAlignmentFile(dir / "out.sto.gz", *a, AlignmentFormat::Stockholm);
+  EXPECT_EQ(KARVO::gunzip(slurp(dir / "out.sto.gz")), written(*a, AlignmentFormat::Stockholm));
+  EXPECT_THAT(entries(dir.path()), ElementsAre("out.sto.gz"));
 }
 
 TEST_F(AtomicWrite, ReplacesTheFileBehindASymbolicLink) {

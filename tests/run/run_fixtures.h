@@ -79,7 +79,6 @@ class PersonalTmpDir {
   const std::string& path() const { return path_; }
   std::string file(const std::string& name) const { return path_ + "/" + name; }
   bool exists(const std::string& name) const { return std::filesystem::exists(file(name)); }
-  std::string loggerText() const { return readFile(file("karvo.log")); }
 
  private:
   std::string path_;

@@ -1,0 +1,111 @@
+// Guide trees for people and tree programs: the tree of a run's joins with
+// real branch lengths, Newick text both ways, a phylogram layout shared by
+// every drawing of a tree, the SVG drawing, and the run's pairwise tables as
+// data files.
+#pragma once
+
+#include <cstddef>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace KARVO {
+
+struct PhyloNode {
+  int parent = -1;                                           // -1 for the root
+  std::vector<int> children;                                 // in drawing order, top to bottom; empty for a leaf
+  double length = std::numeric_limits<double>::quiet_NaN();  // branch length to the parent; NaN: none
+  std::string name;                                          // leaf name; an inner node's label from Newick, else empty
+  long row = -1;                                             // a run tree's leaf: its run row; otherwise -1
+};
+
+struct PhyloTree {
+  std::vector<PhyloNode> nodes;
+  int root = -1;  // -1: no tree
+
+  bool empty() const { return root < 0; }
+  bool hasLengths() const;  // at least one branch has a length
+};
+
+// The average-linkage tree of a run. joins and joinDistances as the join
+// history lists them (run rows of the groups' first members; the distance of
+// each join, NaN for a prealigned block); names, one per run row. A node lies
+// at half its join distance above the leaves, and a branch is as long as its
+// parent's height minus its own, so the tree is ultrametric: the path
+// between two leaves is as long as the distance of the join that united
+// them. Heights are kept to 1e-6. The joins of a prealigned block form one
+// clade at height 0. A run of two sequences has no joins; give distance,
+// the run's ns x ns distance table, and they become one join at their
+// distance. Throws std::invalid_argument when the joins do not form one tree
+// over the names.
+PhyloTree runTree(const std::vector<std::pair<unsigned long, unsigned long>>& joins,
+                  const std::vector<float>& joinDistances, const std::vector<float>& distance,
+                  const std::vector<std::string>& names);
+
+// The leaves from top to bottom (node indexes).
+std::vector<int> leafOrder(const PhyloTree& tree);
+
+// A name as a Newick label: unchanged when it needs no quotes, else in single
+// quotes with inner quotes doubled.
+std::string newickLabel(std::string_view name);
+
+// One line ending in ";\n".
+std::string toNewick(const PhyloTree& tree);
+
+class NewickError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Reads one Newick tree: quoted and unquoted labels (underscores stay as
+// they are), branch lengths, [comments]. Throws NewickError naming the line
+// and column of the problem.
+PhyloTree parseNewick(std::string_view text);
+
+// A phylogram: x is the distance from the root along the branches (a missing
+// length counts 0; in a tree without any lengths every branch counts 1), y
+// is the leaf's line, 0 for the top one; an inner node lies midway between
+// its first and last child.
+struct PhyloLayout {
+  std::vector<int> leaves;  // leafOrder(tree)
+  std::vector<double> x;    // per node
+  std::vector<double> y;    // per node
+  double width = 0.0;       // the largest x
+};
+
+PhyloLayout layoutTree(const PhyloTree& tree);
+
+// A round length for a scale bar (1, 2 or 5 times a power of ten), the one
+// nearest to a fifth of width; 0 when width is not positive.
+double scaleBarLength(double width);
+
+// A horizontal phylogram: root on the left, one line per leaf with its name,
+// a scale bar in the tree's distance units; at most about 1,000 pixels wide
+// unless the names alone need more, 18 pixels per leaf high.
+std::string toSvg(const PhyloTree& tree);
+
+// The pairwise tables of a run (ns x ns, row-major, run rows) with one name
+// per run row, written with the rows in `order` (run rows; empty: 0..ns-1).
+struct PairwiseTables {
+  const std::vector<std::string>& names;
+  const std::vector<float>& identity;
+  const std::vector<float>& distance;
+  std::vector<std::size_t> order;
+};
+
+// Tab-separated: the percent identity matrix, an empty line, the distance
+// matrix; each with a header row of the names.
+std::string distanceTsv(const PairwiseTables& tables);
+
+// PHYLIP square distance matrix: the count, then one line per sequence, its
+// name padded to 10 characters (blanks in a name become underscores) and
+// its distances.
+std::string distancePhylip(const PairwiseTables& tables);
+
+// PHYLIP for names ending in .phy or .dist, TSV otherwise.
+bool wantsPhylip(std::string_view path);
+
+}  // namespace KARVO
