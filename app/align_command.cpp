@@ -322,11 +322,19 @@ std::unique_ptr<KARVO::Alignment> readSelected(const AlignOptions& options, cons
 }
 
 // The run allocates its tables up front; one that cannot fit is refused
-// before anything is loaded or run.
-void checkMemory(const KARVO::Alignment& alignment) {
+// before it starts. A plug-in that cannot be loaded is reported by the run.
+void checkMemory(const KARVO::Alignment& alignment, const std::string& pluginDir) {
   const KARVO::ColumnRange range = alignment.selection;
   const unsigned long width = range.second - range.first;
-  const std::uint64_t need = runMemoryNeed(engineFromEnvironment({width, alignment.sequenceCount()}));
+  std::unique_ptr<LoadedPlugin> plugin;
+  try {
+    plugin = loadZemtra(pluginDir);
+  } catch (const Failure&) {
+    return;
+  }
+  const auto estimate = reinterpret_cast<EstimateRunMemoryFn>(plugin->symbol("EstimateRunMemory"));
+  if (estimate == nullptr) return;
+  const std::uint64_t need = estimate(alignment.sequenceCount(), width, 0);
   const std::optional<std::uint64_t> available = availableMemory();
   if (!available) return;
   if (const auto refusal = memoryRefusal(width, need, *available)) throw Failure(kExitUsage, *refusal);
@@ -402,7 +410,7 @@ int align(const AlignOptions& options) {
   confirmLogPath(settings.log, logQuestion);
 
   const std::unique_ptr<KARVO::Alignment> alignment = readSelected(options, settings);
-  checkMemory(*alignment);
+  checkMemory(*alignment, options.pluginDir);
   if (settings.log.given.empty()) checkPersonalDir();
   ZemtraRunReport report;
   report.wantTree = false;

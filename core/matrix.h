@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "core/memory_size.h"
+
 namespace KARVO {
 
 template <typename T>
@@ -30,6 +32,13 @@ class Matrix {
 
   Matrix(const Matrix&) = delete;
   Matrix& operator=(const Matrix&) = delete;
+
+  // Bytes the constructor allocates for rows x cols: the cells and the row
+  // table.
+  static constexpr std::uint64_t bytesFor(std::uint64_t rows, std::uint64_t cols) {
+    if (rows == 0 || cols == 0) return 0;
+    return bytesPlus(bytesTimes(bytesTimes(rows, cols), sizeof(T)), bytesTimes(rows, sizeof(T*)));
+  }
 
   std::uint64_t rows() const { return rows_; }
   std::uint64_t cols() const { return cols_; }

@@ -24,32 +24,13 @@ constexpr Reader kReader = Reader::ZEMTRA_FUZZ_READER;
   std::abort();
 }
 
-KARVO::formats::TextFile linesOf(const std::string& text) {
-  KARVO::formats::TextFile file{"fuzz", {}};
-  std::size_t start = 0;
-  while (start < text.size()) {
-    std::size_t end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    std::string line = text.substr(start, end - start);
-    while (!line.empty() && line.back() == '\r') line.pop_back();
-    file.lines.push_back(std::move(line));
-    start = end + 1;
-  }
-  return file;
-}
-
 std::unique_ptr<Alignment> readWith(Reader reader, const std::string& text) {
   if (reader == Reader::Any) {
     std::istringstream in(text);
     return KARVO::readAlignment(in, "fuzz");
   }
   // Files with control characters are refused before any reader sees them.
-  const bool binary = std::any_of(text.begin(), text.end(), [](char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    return (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') || byte == 0x7f;
-  });
-  if (binary) throw KARVO::AlignmentReadError("fuzz", 0, 0, "binary data");
-  const KARVO::formats::TextFile file = linesOf(text);
+  const KARVO::formats::TextFile file = KARVO::formats::splitLines(text, "fuzz");
   switch (reader) {
     case Reader::Fasta:
       return KARVO::formats::readFasta(file);

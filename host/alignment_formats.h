@@ -91,6 +91,11 @@ class BlockChecker {
 
 [[noreturn]] void fail(const TextFile& file, unsigned long line, unsigned long column, const std::string& problem);
 
+// The lines of a file's content, without their line ends ("\r\n" and
+// "\r\r\n" as well as "\n"); content with control characters other than tab
+// and line ends is refused (fail) as binary data.
+TextFile splitLines(const std::string& content, const std::string& displayName);
+
 // A character as an error message shows it: 'c', or 0xNN when unprintable.
 std::string describeChar(char c);
 

@@ -36,7 +36,9 @@ bool isBinaryByte(unsigned char byte) {
   return (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') || byte == 0x7f;
 }
 
-formats::TextFile splitLines(const std::string& content, const std::string& displayName) {
+}  // namespace
+
+formats::TextFile formats::splitLines(const std::string& content, const std::string& displayName) {
   formats::TextFile file{displayName, {}};
   unsigned long line = 1;
   std::size_t lineStart = 0;
@@ -63,6 +65,8 @@ formats::TextFile splitLines(const std::string& content, const std::string& disp
   return file;
 }
 
+namespace {
+
 bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 
 // The text of a file's bytes: gzip data uncompressed, a UTF-8 byte-order
@@ -76,7 +80,7 @@ std::unique_ptr<Alignment> parse(std::string content, const std::string& display
     }
   }
   if (content.starts_with("\xEF\xBB\xBF")) content.erase(0, 3);
-  const formats::TextFile file = splitLines(content, displayName);
+  const formats::TextFile file = formats::splitLines(content, displayName);
   const auto first = std::find_if(file.lines.begin(), file.lines.end(),
                                   [](const std::string& line) { return !formats::isBlank(line); });
   if (first == file.lines.end()) formats::fail(file, 0, 0, "empty file, no sequences");

@@ -64,7 +64,7 @@ std::string randomSuffix() {
 // can have opened (O_EXCL).
 int createTemporary(const std::string& target, const std::string& path, std::string& tmpPath) {
   const std::size_t slash = target.rfind('/');
-  const std::string dir = slash == std::string::npos ? "." : target.substr(0, std::max<std::size_t>(slash, 1));
+  const std::string dir = folderOf(target);
   const std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
   for (int attempt = 0; attempt < 100; ++attempt) {
     tmpPath = dir + "/." + base + "." + randomSuffix() + ".tmp";
@@ -76,15 +76,20 @@ int createTemporary(const std::string& target, const std::string& path, std::str
 }
 
 void syncDirectoryOf(const std::string& target) {
-  const std::size_t slash = target.rfind('/');
-  const std::string dir = slash == std::string::npos ? "." : target.substr(0, std::max<std::size_t>(slash, 1));
-  const int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const int fd = ::open(folderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) return;
   ::fsync(fd);
   ::close(fd);
 }
 
 }  // namespace
+
+std::string folderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  if (slash == 0) return "/";
+  return path.substr(0, slash);
+}
 
 void writeFileAtomically(const std::string& path, std::string_view data) {
   struct stat existing {};

@@ -6,6 +6,10 @@
 
 namespace KARVO {
 
+// The folder a path names a file in: everything before its last '/', "/"
+// for a file at the root and "." for a bare name.
+std::string folderOf(const std::string& path);
+
 // Writes all of bytes to fd, going on after interrupted writes. False, with
 // errno set, when a write fails.
 bool writeAll(int fd, std::string_view bytes);

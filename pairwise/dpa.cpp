@@ -6,7 +6,6 @@
 
 namespace {
 
-constexpr long kGapMark = -99;
 // Gap mark of the scratch record: 1-based positions there, so that the
 // conversion to 0-based turns it into kGapMark.
 constexpr long kScratchGap = -98;
@@ -28,6 +27,11 @@ Alignment::Alignment(unsigned long n)
   posB = posA + n;
   std::fill(posA, posA + 2 * n, kGapMark);
   std::fill(paired, paired + n, static_cast<unsigned char>(0));
+}
+
+std::uint64_t Alignment::bytesFor(unsigned long capacity) {
+  // posA and posB in one block, and paired.
+  return KARVO::bytesTimes(capacity, 2 * sizeof(long) + sizeof(unsigned char));
 }
 
 Alignment::Alignment(const Alignment& other) : Alignment() { allocateAndCopy(other); }
@@ -175,5 +179,11 @@ T fredman(T gap, const KARVO::Matrix<T>& S, Alignment& aln) {
 }
 
 template int fredman<int>(int gap, const KARVO::Matrix<int>& S, Alignment& aln);
+
+std::uint64_t fredmanBytes(unsigned long n, unsigned long m, unsigned long capacity) {
+  // diag, vert and horz, and the scratch record.
+  return KARVO::bytesPlus(KARVO::bytesTimes(3, KARVO::Matrix<int>::bytesFor(n + 1, m + 1)),
+                          Alignment::bytesFor(capacity));
+}
 
 }  // namespace DPA

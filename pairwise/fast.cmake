@@ -7,6 +7,7 @@ find_package(Threads REQUIRED)
 add_library(zemtra_pairwise_fast STATIC
   ${zemtra_fast_dir}/engine_options.cpp
   ${zemtra_fast_dir}/fast_dp.cpp
+  ${zemtra_fast_dir}/simd/dispatch.cpp
   ${zemtra_fast_dir}/fast_measures.cpp
   ${zemtra_fast_dir}/group_profile.cpp
   ${zemtra_fast_dir}/simd/pair_batch.cpp

@@ -4,7 +4,8 @@
 #include <utility>
 
 #include "core/diagnostics.h"
-#include "pairwise/simd/row_pass.h"
+#include "pairwise/pair_kv.h"
+#include "pairwise/simd/dispatch.h"
 #include "pairwise/simd/workspace.h"
 
 namespace zemtra {
@@ -14,24 +15,9 @@ namespace {
 using simd::EndValues;
 using simd::TraceResult;
 
-// pair_kv's average of a summed cell over the member pairs.
-inline int averagedScore(int sum, int pairs) {
-  const float quotient = static_cast<float>(sum) / static_cast<float>(pairs);
-  return static_cast<int>(static_cast<double>(quotient) + 0.5);
-}
-
-using RowPassFn = void (*)(const simd::RowPass&);
-
-// The row pass for a level: AVX2 and AVX-512 have native 32-bit maxima, the
-// baseline copy covers the rest.
-RowPassFn rowPassFor(SimdLevel level) {
-  ZEMTRA_ASSERT(simdLevelSupported(level));
-#if defined(ZEMTRA_X86_KERNELS)
-  if (level == SimdLevel::kAvx512) return simd::rowPassAvx512;
-  if (level == SimdLevel::kAvx2) return simd::rowPassAvx2;
-#endif
-  return simd::rowPassBaseline;
-}
+// Buffer sizes of the scalar routines, in elements.
+unsigned long stateRowCells(unsigned long m) { return 6 * (m + 1); }
+unsigned long traceCells(unsigned long n, unsigned long m) { return n * m; }
 
 // Fills the three state matrices row by row, keeping only two rows and one
 // code byte per cell. rowScores(i) gives the m scores of position i of A
@@ -39,22 +25,23 @@ RowPassFn rowPassFor(SimdLevel level) {
 // depend only on the row above, so they are computed in one vectorised
 // pass; horz is a running maximum along the row and gets a second, serial
 // pass.
+
 template <class RowScores>
-EndValues fillRows(unsigned long n, unsigned long m, int gap, const RowScores& rowScores, RowPassFn rowPass,
+EndValues fillRows(unsigned long n, unsigned long m, int gap, const RowScores& rowScores, simd::RowPassFn rowPass,
                    DpWorkspace::Buffers& b) {
   EndValues end;
   if (n == 0 || m == 0) return end;
   // Six rows of m + 1 values: diag, vert, horz of the row above and of the
   // current row; column 0 stays 0.
-  int* rows = simd::ensure(b.row, 6 * (m + 1));
-  std::fill(rows, rows + 6 * (m + 1), 0);
+  int* rows = simd::ensure(b.row, stateRowCells(m));
+  std::fill(rows, rows + stateRowCells(m), 0);
   int* upD = rows;
   int* upV = upD + (m + 1);
   int* upH = upV + (m + 1);
   int* curD = upH + (m + 1);
   int* curV = curD + (m + 1);
   int* curH = curV + (m + 1);
-  std::uint8_t* trace = simd::ensure(b.trace, n * m);
+  std::uint8_t* trace = simd::ensure(b.trace, traceCells(n, m));
 
   for (unsigned long i = 1; i <= n; ++i) {
     std::uint8_t* codes = trace + (i - 1) * m;
@@ -86,6 +73,15 @@ TraceResult traceScalar(unsigned long n, unsigned long m, const EndValues& end, 
 
 }  // namespace
 
+std::uint64_t scalarWorkspaceBytes(unsigned long n, unsigned long m) {
+  using KARVO::bytesPlus;
+  using KARVO::bytesTimes;
+  std::uint64_t bytes = bytesTimes(stateRowCells(m), sizeof(int));
+  bytes = bytesPlus(bytes, bytesTimes(traceCells(n, m), sizeof(std::uint8_t)));
+  bytes = bytesPlus(bytes, bytesTimes(m, sizeof(int)));  // pairFast's averaged row
+  return bytesPlus(bytes, simd::traceEntryBytes(simd::traceEntries(n, m)));
+}
+
 DpWorkspace::DpWorkspace() : buffers_(std::make_unique<Buffers>()) {}
 DpWorkspace::~DpWorkspace() = default;
 
@@ -111,7 +107,7 @@ int fredmanFast(int gap, const KARVO::Matrix<int>& S, Alignment& aln, DpWorkspac
   const unsigned long n = S.rows();
   const unsigned long m = S.cols();
   const EndValues end = fillRows(
-      n, m, gap, [&S](unsigned long i) { return S[i - 1]; }, rowPassFor(level), b);
+      n, m, gap, [&S](unsigned long i) { return S[i - 1]; }, simd::rowPassFor(level), b);
   const TraceResult r = traceScalar(n, m, end, aln.capacity, b);
   for (unsigned long o = 0; o < r.count; ++o) {
     aln.posA[o] = b.entryA[r.count - 1 - o] - 1;
@@ -136,64 +132,11 @@ int pairFast(unsigned long lenJ, unsigned long lenK, int gap, int* alen, int pai
     for (unsigned long q = 1; q <= m; ++q) scores[q - 1] = averagedScore(sums[q], pairs);
     return static_cast<const int*>(scores);
   };
-  const EndValues end = fillRows(n, m, gap, averagedRow, rowPassFor(level), b);
+  const EndValues end = fillRows(n, m, gap, averagedRow, simd::rowPassFor(level), b);
   const TraceResult r = traceScalar(n, m, end, lenJ + lenK, b);
   simd::writePath(r, b.entryA.data(), b.entryB.data(), path);
   *alen = static_cast<int>(r.count);
   return bestOf(end);
-}
-
-bool simdLevelSupported(SimdLevel level) {
-  switch (level) {
-    case SimdLevel::kPortable:
-      return true;
-#if defined(ZEMTRA_X86_KERNELS)
-    case SimdLevel::kSse2:
-      __builtin_cpu_init();
-      return __builtin_cpu_supports("sse2");
-    case SimdLevel::kAvx2:
-      __builtin_cpu_init();
-      return __builtin_cpu_supports("avx2");
-    case SimdLevel::kAvx512:
-      __builtin_cpu_init();
-      return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw");
-#endif
-    default:
-      return false;
-  }
-}
-
-SimdLevel bestSimdLevel() {
-  static const SimdLevel best = [] {
-    for (SimdLevel level : {SimdLevel::kAvx512, SimdLevel::kAvx2, SimdLevel::kSse2})
-      if (simdLevelSupported(level)) return level;
-    return SimdLevel::kPortable;
-  }();
-  return best;
-}
-
-SimdLevel batchLevelFor(SimdLevel requested, unsigned long rows, unsigned long columns) {
-  if (requested == SimdLevel::kPortable) return requested;
-  const unsigned long long cells = static_cast<unsigned long long>(rows) * columns;
-  for (SimdLevel level : {SimdLevel::kAvx512, SimdLevel::kAvx2}) {
-    if (level > requested || !simdLevelSupported(level)) continue;
-    if (cells * batchLanes(level, LaneWidth::kAuto) <= kBatchTraceBudget) return level;
-  }
-  return SimdLevel::kSse2;
-}
-
-unsigned batchLanes(SimdLevel level, LaneWidth width) {
-  const bool wide = width == LaneWidth::kWide;
-  switch (level) {
-    case SimdLevel::kSse2:
-      return wide ? simd::kSse2Lanes32 : simd::kSse2Lanes16;
-    case SimdLevel::kAvx2:
-      return wide ? simd::kAvx2Lanes32 : simd::kAvx2Lanes16;
-    case SimdLevel::kAvx512:
-      return wide ? simd::kAvx512Lanes32 : simd::kAvx512Lanes16;
-    default:
-      return wide ? simd::kPortableLanes32 : simd::kPortableLanes16;
-  }
 }
 
 }  // namespace zemtra

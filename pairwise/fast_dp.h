@@ -14,7 +14,8 @@
 
 namespace zemtra {
 
-// Instruction sets of the multi-pair kernel. kPortable is plain C++ and runs
+// Instruction sets of the multi-pair kernel (pairwise/simd/dispatch.cpp
+// makes every choice between them). kPortable is plain C++ and runs
 // anywhere; the others exist on x86-64 builds and need the CPU's support.
 enum class SimdLevel { kPortable, kSse2, kAvx2, kAvx512 };
 
@@ -42,6 +43,19 @@ inline constexpr unsigned long long kBatchTraceBudget = 64ull << 20;
 // portable kernel has no narrower choice). Every level gives the same
 // result.
 SimdLevel batchLevelFor(SimdLevel requested, unsigned long rows, unsigned long columns);
+
+// Bytes a workspace holds at most once fredmanFast or pairFast aligned
+// sequences of up to n and m positions.
+std::uint64_t scalarWorkspaceBytes(unsigned long n, unsigned long m);
+
+// Bytes a workspace holds at most once alignRowPairs at that level aligned
+// rows of up to n positions against rows of up to m positions.
+std::uint64_t rowPairsWorkspaceBytes(SimdLevel level, unsigned long n, unsigned long m);
+
+// The level for a chunk of that many pairs of one row: a short chunk wastes
+// fewer lanes in a narrower kernel, so AVX2 when the chunk fits its lanes
+// and the CPU has it, else the best level.
+SimdLevel chunkLevel(unsigned long pairs);
 
 // Storage of the fast routines, owned by the caller and lent to every call.
 // Buffers only grow: once they fit the largest alignment of a run, no call

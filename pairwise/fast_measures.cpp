@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
+#include "pairwise/dpa.h"
+#include "pairwise/measures.h"
 #include "scoring/scomat.h"
 
 namespace zemtra {
 
 namespace {
-
-constexpr long kGapMark = -99;
 
 // The gap cost of score_kv, told column by column: every run of gap columns
 // that lies between two pair columns costs gap once; runs at either end are
@@ -43,13 +43,6 @@ ScoreLookup::ScoreLookup(int matNo) : values_(ScoMat::mats + matNo * ScoMat::kAl
 float normalisedScore(int score, int selfJ, int selfK) {
   const float sumSelf = static_cast<float>(selfJ + selfK);
   return static_cast<float>(static_cast<double>(static_cast<float>(score)) * 200.0 / static_cast<double>(sumSelf));
-}
-
-float percentOfShorter(int identities, unsigned long nresJ, unsigned long nresK) {
-  const unsigned long m = std::min(nresJ, nresK);
-  if (m == 0) return 0.0f;
-  return static_cast<float>(static_cast<double>(static_cast<float>(identities)) * 100.0 /
-                            static_cast<double>(static_cast<float>(m)));
 }
 
 PathMeasures measurePath(const PathPair& in) {

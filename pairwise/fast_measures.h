@@ -29,10 +29,6 @@ class ScoreLookup {
 // added as integers, the quotient formed in double and rounded to float.
 float normalisedScore(int score, int selfJ, int selfK);
 
-// pids_kv's and pidf_kv's arithmetic: identities * 100 / the residue count
-// of the shorter sequence, 0 when that count is 0.
-float percentOfShorter(int identities, unsigned long nresJ, unsigned long nresK);
-
 // score_kv, norm_kv and pids_kv of rows j and k through path columns
 // 1..alen, as the pairwise phase takes them.
 struct PathMeasures {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/memory_size.h"
 #include "pairwise/comp_kv.h"
 #include "scoring/scomat.h"
 
@@ -16,6 +17,8 @@ bool sameLengths(const unsigned long* members, int count, const unsigned long* l
     if (len[members[g]] != len[members[0]]) return false;
   return true;
 }
+
+unsigned long columnScoreCells(unsigned long columns) { return kIndices * columns; }
 
 }  // namespace
 
@@ -40,7 +43,7 @@ void GroupProfile::compare(const GroupComparison& groups, KARVO::Matrix<int>& cm
   // columnScores_[r * lenK + q - 1] = sum over the second group's residues
   // b at column q of the score of (r, b): r picks the matrix row, as the
   // first group's letter does in comp_kv.
-  if (columnScores_.size() < kIndices * lenK) columnScores_.resize(kIndices * lenK);
+  if (columnScores_.size() < columnScoreCells(lenK)) columnScores_.resize(columnScoreCells(lenK));
   if (counts_.size() < kIndices) counts_.resize(kIndices);
   int* columnScores = columnScores_.data();
   int* counts = counts_.data();
@@ -53,7 +56,7 @@ void GroupProfile::compare(const GroupComparison& groups, KARVO::Matrix<int>& cm
     for (int r = 0; r < kIndices; ++r) {
       int sum = 0;
       for (int b = 0; b < kIndices; ++b) sum += counts[b] * mat[r * kIndices + b];
-      columnScores[r * lenK + q - 1] = sum;
+      columnScores[static_cast<unsigned long>(r) * lenK + q - 1] = sum;
     }
   }
 
@@ -68,12 +71,17 @@ void GroupProfile::compare(const GroupComparison& groups, KARVO::Matrix<int>& cm
     for (int r = 0; r < kIndices; ++r) {
       const int weight = counts[r];
       if (weight == 0) continue;
-      const int* in = columnScores + r * lenK;
+      const int* in = columnScores + static_cast<unsigned long>(r) * lenK;
       for (unsigned long q = 0; q < lenK; ++q) out[q] += weight * in[q];
     }
   }
   *lenj = lenJ;
   *lenk = lenK;
+}
+
+std::uint64_t GroupProfile::bytesFor(unsigned long columns) {
+  // A vector may hold up to twice what it was last asked for.
+  return KARVO::bytesTimes(2 * sizeof(int), KARVO::bytesPlus(columnScoreCells(columns), kIndices));
 }
 
 }  // namespace zemtra

@@ -31,6 +31,10 @@ class GroupProfile {
   // then makes no call.
   void compare(const GroupComparison& groups, KARVO::Matrix<int>& cmp, unsigned long* lenj, unsigned long* lenk);
 
+  // Bytes an instance holds at most once it compared groups of up to
+  // columns positions.
+  static std::uint64_t bytesFor(unsigned long columns);
+
  private:
   // Per column of the second group, for each residue index r of the first
   // group's alphabet: the sum of scores of r against that column's members.

@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "pairwise/dpa.h"
 #include "scoring/scomat.h"
 
 namespace {
-
-constexpr long kGapMark = -99;
 
 inline bool isGap(char c) { return c == '-'; }
 
@@ -53,20 +52,13 @@ int selfSum(unsigned long row, int side, int alen, int matNo, int mode, const KA
     if (mode == 0) {
       c = chars[s];
     } else {
-      const long p = path[side][s];
+      const long p = path[static_cast<unsigned long>(side)][static_cast<unsigned long>(s)];
       if (p == kGapMark) continue;
       c = chars[p];
     }
     if (!isGap(c)) sum += ScoMat::selfScore(matNo, c);
   }
   return sum;
-}
-
-float percentOfShorter(int identities, unsigned long nresJ, unsigned long nresK) {
-  const unsigned long m = std::min(nresJ, nresK);
-  if (m == 0) return 0.0f;
-  return static_cast<float>(static_cast<double>(static_cast<float>(identities)) * 100.0 /
-                            static_cast<double>(static_cast<float>(m)));
 }
 
 inline bool identical(char a, char b) { return !isGap(a) && !isGap(b) && a == b; }
@@ -120,7 +112,7 @@ float pids_kv(unsigned long j, unsigned long k, int alen, const KARVO::Matrix<ch
     if (pa == kGapMark || pb == kGapMark) continue;
     if (identical(seqs[j][pa], seqs[k][pb])) ++identities;
   }
-  return percentOfShorter(identities, nres[j], nres[k]);
+  return zemtra::percentOfShorter(identities, nres[j], nres[k]);
 }
 
 float pidf_kv(unsigned long j, unsigned long k, int alen, const KARVO::Matrix<char>& seqs, const unsigned long* nres) {
@@ -129,7 +121,7 @@ float pidf_kv(unsigned long j, unsigned long k, int alen, const KARVO::Matrix<ch
   const char* rowK = seqs[k];
   for (int s = 1; s <= alen; ++s)
     if (identical(rowJ[s], rowK[s])) ++identities;
-  return percentOfShorter(identities, nres[j], nres[k]);
+  return zemtra::percentOfShorter(identities, nres[j], nres[k]);
 }
 
 float pdif_kv(unsigned long j, unsigned long k, int alen, const KARVO::Matrix<char>& seqs, KARVO::Matrix<int>& alilen) {
@@ -163,4 +155,11 @@ void dist_kv(KARVO::Matrix<float>& values) {
       values[c][i] = values[i][c];
     }
   }
+}
+
+float zemtra::percentOfShorter(int identities, unsigned long nresJ, unsigned long nresK) {
+  const unsigned long m = std::min(nresJ, nresK);
+  if (m == 0) return 0.0f;
+  return static_cast<float>(static_cast<double>(static_cast<float>(identities)) * 100.0 /
+                            static_cast<double>(static_cast<float>(m)));
 }

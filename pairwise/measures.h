@@ -19,3 +19,11 @@ float pidf_kv(unsigned long j, unsigned long k, int alen, const KARVO::Matrix<ch
 float pdif_kv(unsigned long j, unsigned long k, int alen, const KARVO::Matrix<char>& seqs, KARVO::Matrix<int>& alilen);
 
 void dist_kv(KARVO::Matrix<float>& values);
+
+namespace zemtra {
+
+// pids_kv's and pidf_kv's arithmetic: identities * 100 / the residue count
+// of the shorter sequence, 0 when that count is 0.
+float percentOfShorter(int identities, unsigned long nresJ, unsigned long nresK);
+
+}  // namespace zemtra

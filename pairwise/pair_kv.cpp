@@ -3,18 +3,7 @@
 #include "core/diagnostics.h"
 #include "pairwise/dpa.h"
 
-namespace {
-
-constexpr long kGapMark = -99;
-
-// Average of a summed cell over the member pairs, rounded half up for
-// non-negative values (truncation toward zero after adding 0.5).
-inline int averagedScore(int sum, int pairs) {
-  const float quotient = static_cast<float>(sum) / static_cast<float>(pairs);
-  return static_cast<int>(static_cast<double>(quotient) + 0.5);
-}
-
-}  // namespace
+namespace {}  // namespace
 
 int pair_kv(unsigned long lenJ, unsigned long lenK, int gap, int* alen, int pairs, const KARVO::Matrix<int>& cmp,
             KARVO::Matrix<long>& path) {
@@ -38,6 +27,13 @@ int pair_kv(unsigned long lenJ, unsigned long lenK, int gap, int* alen, int pair
   }
   *alen = L;
   return score;
+}
+
+std::uint64_t pairKvBytes(unsigned long lenJ, unsigned long lenK) {
+  // sim, the record and what fredman allocates with it.
+  const std::uint64_t own =
+      KARVO::bytesPlus(KARVO::Matrix<int>::bytesFor(lenJ, lenK), Alignment::bytesFor(lenJ + lenK));
+  return KARVO::bytesPlus(own, DPA::fredmanBytes(lenJ, lenK, lenJ + lenK));
 }
 
 void copy_kv(const unsigned long* members1, int count1, const unsigned long* members2, int count2, int alen,

@@ -2,6 +2,7 @@
 #include "core/diagnostics.h"
 #include "plugin/zemtra_exchange.h"
 #include "plugin/zemtra_plugin.h"
+#include "run/run_memory.h"
 
 namespace {
 
@@ -37,4 +38,11 @@ bool ExecuteWithParameters(KARVO::Alignment& alignment, const ZemtraParameters& 
 DebugOutputFn SetDebugOutput(DebugOutputFn output) { return zemtra::setDebugOutput(output); }
 
 ExitHandlerFn SetExitHandler(ExitHandlerFn handler) { return zemtra::setExitHandler(handler); }
+
+std::uint64_t EstimateRunMemory(unsigned long sequences, unsigned long width, unsigned threads) {
+  zemtra::EngineOptions engine = zemtra::defaultEngineOptions();
+  if (threads > 0) engine.threads = threads;
+  const std::uint64_t run = runMemoryNeed(sequences, RunInputs::columnsFor(width), width, engine);
+  return KARVO::bytesPlus(RunInputs::bytesFor(sequences, width), run);
+}
 }

@@ -49,7 +49,13 @@ SentRows selectSentRows(const KARVO::Alignment& alignment, const KARVO::ColumnRa
 }
 
 RunInputs::RunInputs(unsigned long rows, unsigned long width)
-    : seqs(rows, 2 * width), names(rows, 8), len(rows, width), nres(rows, 0) {}
+    : seqs(rows, columnsFor(width)), names(rows, 8), len(rows, width), nres(rows, 0) {}
+
+std::uint64_t RunInputs::bytesFor(unsigned long rows, unsigned long width) {
+  std::uint64_t bytes = KARVO::Matrix<char>::bytesFor(rows, columnsFor(width));
+  bytes = KARVO::bytesPlus(bytes, KARVO::Matrix<char>::bytesFor(rows, 8));
+  return KARVO::bytesPlus(bytes, KARVO::bytesTimes(rows, 2 * sizeof(unsigned long)));
+}
 
 void fillRunInputs(const KARVO::Alignment& alignment, const KARVO::ColumnRange& range,
                    const std::vector<unsigned long>& sent, RunInputs& inputs) {

@@ -2,6 +2,7 @@
 // how they are packed into the run's matrices and how the result goes back.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,11 @@ SentRows selectSentRows(const KARVO::Alignment& alignment, const KARVO::ColumnRa
 // each row and the cells after the range are left for the run.
 struct RunInputs {
   RunInputs(unsigned long rows, unsigned long width);
+
+  // Columns of seqs for a range of that width.
+  static unsigned long columnsFor(unsigned long width) { return 2 * width; }
+  // Bytes the constructor allocates.
+  static std::uint64_t bytesFor(unsigned long rows, unsigned long width);
 
   KARVO::Matrix<char> seqs;
   KARVO::Matrix<char> names;

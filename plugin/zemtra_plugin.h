@@ -138,4 +138,12 @@ using SetDebugOutputFn = DebugOutputFn (*)(DebugOutputFn);
 using ExitHandlerFn = void (*)(int status, const char* reason);
 ExitHandlerFn SetExitHandler(ExitHandlerFn handler);
 using SetExitHandlerFn = ExitHandlerFn (*)(ExitHandlerFn);
+
+// Bytes a run of that many sequences over a range of width columns holds at
+// its peak, worked out from the sizes the run allocates: the engine and
+// thread count it will use (threads 0: as the run chooses them, from
+// ZEMTRA_REFERENCE_ENGINE and ZEMTRA_THREADS or one per core). Saturates
+// instead of overflowing.
+std::uint64_t EstimateRunMemory(unsigned long sequences, unsigned long width, unsigned threads);
+using EstimateRunMemoryFn = std::uint64_t (*)(unsigned long, unsigned long, unsigned);
 }

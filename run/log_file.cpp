@@ -110,15 +110,13 @@ bool readAt(int fd, char* data, std::size_t size, off_t offset) {
   return true;
 }
 
-constexpr std::size_t kBufferSize = 64 * 1024;
-
 }  // namespace
 
 // Collects text in a fixed buffer and hands it to the file, or to memory
 // once the file is out of the picture.
 class RunLogFile::Buffer : public std::streambuf {
  public:
-  Buffer(const std::string& dir, const std::string& logName, bool toFile) : data_(kBufferSize) {
+  Buffer(const std::string& dir, const std::string& logName, bool toFile) : data_(kBufferBytes) {
     setp(data_.data(), data_.data() + data_.size());
     if (!toFile) {
       problem_ = "no log file was asked for";
@@ -166,7 +164,7 @@ class RunLogFile::Buffer : public std::streambuf {
       return;
     }
     for (off_t offset = 0; offset < written_;) {
-      const std::size_t size = static_cast<std::size_t>(std::min<off_t>(written_ - offset, kBufferSize));
+      const std::size_t size = static_cast<std::size_t>(std::min<off_t>(written_ - offset, kBufferBytes));
       if (!readAt(fd_, data_.data(), size, offset)) return;
       consume(std::string_view(data_.data(), size));
       offset += static_cast<off_t>(size);

@@ -21,6 +21,9 @@
 // made at all and the text is only kept in memory.
 class RunLogFile {
  public:
+  // The text passes through a buffer of this size on its way to the file.
+  static constexpr std::size_t kBufferBytes = 64 * 1024;
+
   RunLogFile(const std::string& dir, const std::string& logName, bool toFile = true);
   ~RunLogFile();
   RunLogFile(const RunLogFile&) = delete;

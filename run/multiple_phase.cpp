@@ -7,16 +7,10 @@
 #include "pairwise/measures.h"
 #include "run/parallel_rows.h"
 #include "run/report.h"
+#include "tree/cluster_steps.h"
 #include "tree/tree_kv.h"
 
 using KARVO::Matrix;
-
-namespace {
-
-constexpr float kLargestDistance = 999.0f;
-constexpr float kJoinedMark = 1000.0f;
-
-}  // namespace
 
 RunStorage::RunStorage(unsigned long sequenceCount, unsigned long width)
     : cmp(width, width),
@@ -28,11 +22,22 @@ RunStorage::RunStorage(unsigned long sequenceCount, unsigned long width)
       pid(sequenceCount, sequenceCount),
       dif(sequenceCount, sequenceCount) {}
 
+std::uint64_t RunStorage::bytesFor(unsigned long sequenceCount, unsigned long width) {
+  // The tables of the constructor above, in its order.
+  using KARVO::bytesPlus;
+  const unsigned long ns = sequenceCount;
+  std::uint64_t bytes = Matrix<int>::bytesFor(width, width);
+  bytes = bytesPlus(bytes, Matrix<int>::bytesFor(ns, ns));
+  bytes = bytesPlus(bytes, Matrix<long>::bytesFor(2, width));
+  bytes = bytesPlus(bytes, Matrix<unsigned long>::bytesFor(ns + 1, ns + 1));
+  return bytesPlus(bytes, KARVO::bytesTimes(4, Matrix<float>::bytesFor(ns, ns)));
+}
+
 void capDistances(Matrix<float>& distances) {
   for (unsigned long r = 0; r < distances.rows(); ++r) {
     for (unsigned long c = 0; c < distances.cols(); ++c) {
       float& d = distances[r][c];
-      if (r != c && (std::isnan(d) || d >= kJoinedMark)) d = kLargestDistance;
+      if (r != c && (std::isnan(d) || d >= kJoinedMark)) d = kJoinedThreshold;
     }
   }
 }

@@ -3,6 +3,7 @@
 // measurements of the finished alignment and their statistics.
 #pragma once
 
+#include <cstdint>
 #include <ostream>
 
 #include "core/matrix.h"
@@ -14,6 +15,9 @@
 // reused by every alignment of the run.
 struct RunStorage {
   RunStorage(unsigned long sequenceCount, unsigned long width);
+
+  // Bytes the constructor allocates.
+  static std::uint64_t bytesFor(unsigned long sequenceCount, unsigned long width);
 
   KARVO::Matrix<int> cmp;               // width x width
   KARVO::Matrix<int> alilen;            // ns x ns
@@ -44,9 +48,9 @@ struct RunProgress {
   int totalSteps;
 };
 
-// The tree phase takes distances below 999.0 only: an off-diagonal distance
-// that is not a number or 1000.0 or more (an identity or NAS of 0, a
-// negative NAS) becomes 999.0, the most distant a pair can be.
+// The tree phase takes distances up to kJoinedThreshold only: an off-diagonal
+// distance that is not a number or kJoinedMark or more (an identity or NAS of
+// 0, a negative NAS) becomes kJoinedThreshold, the most distant a pair can be.
 void capDistances(KARVO::Matrix<float>& distances);
 
 // The pairwise NAS (diagonal 100) turned in place into the distances the tree

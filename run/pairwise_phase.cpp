@@ -181,12 +181,7 @@ class PairsAhead {
   }
 
   void compute(const Chunk& chunk, ThreadState& state) {
-    // A short chunk wastes fewer lanes in a narrower kernel; every kernel
-    // gives the same alignments.
-    zemtra::SimdLevel level = zemtra::bestSimdLevel();
-    if (chunk.count <= zemtra::batchLanes(zemtra::SimdLevel::kAvx2, zemtra::LaneWidth::kAuto) &&
-        zemtra::simdLevelSupported(zemtra::SimdLevel::kAvx2))
-      level = zemtra::SimdLevel::kAvx2;
+    const zemtra::SimdLevel level = zemtra::chunkLevel(chunk.count);
     zemtra::RowPairs request{input_.seqs,  input_.len, chunk.j, ks_.data() + chunk.firstK, chunk.count,
                              input_.matNo, input_.gap, level,   zemtra::LaneWidth::kAuto};
     request.reportPairless = true;
@@ -264,6 +259,28 @@ bool pairsAhead(const RunInput& input, RunStorage& storage, RunProgress& progres
 }
 
 }  // namespace
+
+std::uint64_t pairwisePhaseBytes(unsigned long ns, unsigned long columns, unsigned long longest,
+                                 const zemtra::EngineOptions& engine) {
+  using KARVO::bytesPlus;
+  using KARVO::bytesTimes;
+  const std::uint64_t inTurn =
+      engine.reference ? pairKvBytes(longest, longest) : zemtra::scalarWorkspaceBytes(longest, longest);
+  if (engine.reference || ns <= 2) return inTurn;
+  // PairsAhead: a result per pair and its chunk bookkeeping, a path for each
+  // thread, and a batch workspace for each thread that takes a chunk.
+  const std::uint64_t pairs = bytesTimes(ns, ns) / 2;
+  const unsigned threads = zemtra::threadCount(engine);
+  std::uint64_t bytes = bytesTimes(
+      pairs, sizeof(PairResult) + sizeof(Chunk) + sizeof(std::exception_ptr) + sizeof(std::atomic<unsigned char>));
+  bytes = bytesPlus(bytes, bytesTimes(ns, 2 * sizeof(unsigned long)));
+  bytes = bytesPlus(bytes, bytesTimes(threads, bytesPlus(KARVO::Matrix<long>::bytesFor(2, columns),
+                                                         sizeof(std::thread) + sizeof(zemtra::DpWorkspace))));
+  const std::uint64_t busy = std::min<std::uint64_t>(threads, pairs);
+  bytes = bytesPlus(bytes, bytesTimes(busy, zemtra::rowPairsWorkspaceBytes(zemtra::bestSimdLevel(), longest, longest)));
+  // Runs whose paths may not fit go one pair after the other.
+  return std::max(bytes, inTurn);
+}
 
 bool pairwisePhase(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress,
                    const zemtra::EngineOptions& engine) {

@@ -2,6 +2,7 @@
 // with progress and cancellation at the row starts.
 #pragma once
 
+#include <cstdint>
 #include <ostream>
 
 #include "pairwise/engine_options.h"
@@ -18,5 +19,10 @@
 // same; work done ahead for rows after a cancel is dropped, and a pair whose
 // alignment pairs no position ends the process only when the reference
 // would have reached it.
+// Bytes the phase allocates at most for ns sequences of up to longest
+// positions in seqs of columns columns.
+std::uint64_t pairwisePhaseBytes(unsigned long ns, unsigned long columns, unsigned long longest,
+                                 const zemtra::EngineOptions& engine);
+
 bool pairwisePhase(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress,
                    const zemtra::EngineOptions& engine);

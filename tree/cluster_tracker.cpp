@@ -15,6 +15,13 @@ bool ClusterTracker::applies(const Matrix<float>& fscore, unsigned long ns) {
   return true;
 }
 
+std::uint64_t ClusterTracker::bytesFor(unsigned long ns) {
+  const std::uint64_t ids = std::uint64_t{ns} + 1;
+  const std::uint64_t squares = KARVO::bytesTimes(KARVO::bytesTimes(ids, ids), 2 * sizeof(float));
+  return KARVO::bytesPlus(squares, KARVO::bytesTimes(ids, sizeof(Cluster) + sizeof(unsigned long) +
+                                                              sizeof(std::vector<float>) + sizeof(Best)));
+}
+
 ClusterTracker::ClusterTracker(const Matrix<float>& fscore, unsigned long ns)
     : fscore_(fscore),
       ns_(ns),

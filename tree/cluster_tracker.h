@@ -6,6 +6,7 @@
 // search keeps the reference's tie order.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "core/matrix.h"
@@ -24,6 +25,10 @@ class ClusterTracker {
   // Every sequence 1..ns on its own; distances from fscore, which must stay
   // unchanged while the tracker lives.
   ClusterTracker(const KARVO::Matrix<float>& fscore, unsigned long ns);
+
+  // Bytes a tracker of ns sequences holds at most: the distances by cluster
+  // id and a row of sums for each of up to ns + 1 live family rows.
+  static std::uint64_t bytesFor(unsigned long ns);
 
   // The pair the reference's closest-pair search returns for the current
   // clusters.

@@ -50,10 +50,13 @@ void writeGroupNames(std::ostream& log, const Matrix<char>& names, const Array<u
   }
 }
 
-// How a join builds its comparison matrix and aligns its two groups. The
-// family table, the Counters record, the log text and the merge are the same
-// for every engine; engines differ only in how they compute the same matrix
-// and the same alignment.
+// How a join builds its comparison matrix and aligns its two groups, passed
+// down to every join routine: the engine choice together with what it keeps
+// from one join to the next (the cluster distance matrix of the reference,
+// the workspace and the group profile of the fast engine). The family table,
+// the Counters record, the log text and the merge are the same for every
+// engine; engines differ only in how they compute the same matrix and the
+// same alignment.
 class JoinEngine {
  public:
   virtual ~JoinEngine() = default;
@@ -67,21 +70,6 @@ class JoinEngine {
 
   // The first members entries of family row `row` now form one cluster.
   virtual void joined(const Matrix<unsigned long>& family, unsigned long row, unsigned long members) = 0;
-};
-
-// The engine the join routines use on this thread instead of the
-// reference's, while a tree phase has one installed.
-thread_local JoinEngine* installedEngine = nullptr;
-
-class InstalledEngine {
- public:
-  explicit InstalledEngine(JoinEngine& engine) : previous_(installedEngine) { installedEngine = &engine; }
-  ~InstalledEngine() { installedEngine = previous_; }
-  InstalledEngine(const InstalledEngine&) = delete;
-  InstalledEngine& operator=(const InstalledEngine&) = delete;
-
- private:
-  JoinEngine* previous_;
 };
 
 // The steps every join shares once its groups and cmp are ready: align, report
@@ -155,12 +143,28 @@ class FastEngine : public JoinEngine {
   zemtra::DpWorkspace workspace_;
 };
 
+// The join routines with the engine given; the overloads without one (in
+// tree_kv.h) are these with the reference engine.
+void FamFind(JoinEngine& engine, int& nfam, unsigned long First, unsigned long Other, Matrix<unsigned long>& family,
+             Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path,
+             Counters& counters);
+void AlignPair(JoinEngine& engine, unsigned long First, unsigned long Other, const Matrix<char>& names,
+               Matrix<unsigned long>& family, Counters& counters, Matrix<int>& cmp, Matrix<char>& seqs,
+               unsigned long* len, Matrix<long>& path, int& nfam);
+void AddToFamily(JoinEngine& engine, unsigned long sequence, unsigned long familyOther, Matrix<unsigned long>& family,
+                 Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names,
+                 Matrix<long>& path, Counters& counters);
+void AlignFamilies(JoinEngine& engine, unsigned long familyFirst, unsigned long familyOther,
+                   Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+                   const Matrix<char>& names, Matrix<long>& path, Counters& counters);
+
 // The family rows in use, each up to its terminating 0.
 void recordFamilies(const Matrix<unsigned long>& family, int nfam, JoinHistory& history) {
   history.families.clear();
   for (int row = 0; row < nfam; ++row) {
     const unsigned long members = rowLength(family, static_cast<unsigned long>(row), family.cols());
-    history.families.emplace_back(family[row], family[row] + members);
+    const unsigned long* cells = family[static_cast<unsigned long>(row)];
+    history.families.emplace_back(cells, cells + members);
   }
 }
 
@@ -280,6 +284,7 @@ void clusterByRescan(std::ostream& log, const Matrix<char>& names, const Matrix<
                      Matrix<long>& path, unsigned long block, int& nfam, Counters& counters, JoinHistory* history) {
   const unsigned long ns = seqs.rows();
   Matrix<float> pro(fscore.rows() + 1);
+  ReferenceEngine engine(pro);
   // pro has one row more than fscore has rows, so a wider fscore is read only
   // as far as pro reaches.
   const unsigned long lastColumn = std::min(fscore.cols(), fscore.rows());
@@ -300,7 +305,7 @@ void clusterByRescan(std::ostream& log, const Matrix<char>& names, const Matrix<
   } else {
     const ClosestPair pair = findClosestPair(ns, pro);
     log << "\n\n" << kStarLine << kBannerLine << kStarLine;
-    AlignPair(pair.first, pair.other, names, family, pro, counters, cmp, seqs, len, path, nfam);
+    AlignPair(engine, pair.first, pair.other, names, family, counters, cmp, seqs, len, path, nfam);
     recordJoin(counters, pair.distance, history);
     joinsLeft = ns - 2;
   }
@@ -309,7 +314,7 @@ void clusterByRescan(std::ostream& log, const Matrix<char>& names, const Matrix<
   for (unsigned long t = 0; t < joinsLeft; ++t) {
     refreshClusterDistances(ns, fscore, family, pro);
     const ClosestPair pair = findClosestPair(ns, pro);
-    FamFind(nfam, pair.first, pair.other, family, cmp, seqs, len, names, path, pro, counters);
+    FamFind(engine, nfam, pair.first, pair.other, family, cmp, seqs, len, names, path, counters);
     recordJoin(counters, pair.distance, history);
   }
 }
@@ -323,10 +328,6 @@ void clusterIncrementally(std::ostream& log, const Matrix<char>& names, const Ma
   const unsigned long ns = seqs.rows();
   ClusterTracker tracker(fscore, ns);
   FastEngine engine;
-  const InstalledEngine installed(engine);
-  // The join routines take a cluster distance matrix for their joined
-  // marks; the fast engine keeps none.
-  Matrix<float> noMarks(1);
 
   unsigned long joinsLeft = 0;
   if (block >= 2) {
@@ -335,7 +336,7 @@ void clusterIncrementally(std::ostream& log, const Matrix<char>& names, const Ma
   } else {
     const ClosestPair pair = tracker.closest();
     log << "\n\n" << kStarLine << kBannerLine << kStarLine;
-    AlignPair(pair.first, pair.other, names, family, noMarks, counters, cmp, seqs, len, path, nfam);
+    AlignPair(engine, pair.first, pair.other, names, family, counters, cmp, seqs, len, path, nfam);
     tracker.rowGrew(family, 0, 0, 2, ClusterTracker::kSingle);
     recordJoin(counters, pair.distance, history);
     joinsLeft = ns - 2;
@@ -352,7 +353,7 @@ void clusterIncrementally(std::ostream& log, const Matrix<char>& names, const Ma
     const unsigned long lower = std::min(rowFirst, rowOther);
     const unsigned long higher = std::max(rowFirst, rowOther);
     const unsigned long members = lower == ClusterTracker::kSingle ? 0 : rowLength(family, lower, ns);
-    FamFind(nfam, pair.first, pair.other, family, cmp, seqs, len, names, path, noMarks, counters);
+    FamFind(engine, nfam, pair.first, pair.other, family, cmp, seqs, len, names, path, counters);
     if (lower == ClusterTracker::kSingle)
       tracker.rowGrew(family, rows, 0, 2, ClusterTracker::kSingle);
     else if (higher == ClusterTracker::kSingle)
@@ -364,12 +365,6 @@ void clusterIncrementally(std::ostream& log, const Matrix<char>& names, const Ma
 }
 
 }  // namespace
-
-void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char>& names, const Matrix<float>& fscore,
-             Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
-             Matrix<long>& path, unsigned int fixed) {
-  tree_kv(log, matNo, gap, alen, names, fscore, family, cmp, seqs, len, path, fixed, nullptr);
-}
 
 void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char>& names, const Matrix<float>& fscore,
              Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
@@ -426,8 +421,23 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char
   if (history != nullptr) recordFamilies(family, nfam, *history);
 }
 
-void FamFind(int& nfam, unsigned long First, unsigned long Other, Matrix<unsigned long>& family, Matrix<int>& cmp,
-             Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path, Matrix<float>& pro,
+std::uint64_t treePhaseBytes(unsigned long ns, unsigned long columns, const zemtra::EngineOptions& engine) {
+  using KARVO::bytesPlus;
+  // The two member lists of Counters, then the engine's cluster distances
+  // and its largest group alignment: no row grows past columns - 1.
+  std::uint64_t bytes = KARVO::bytesTimes(2 * sizeof(unsigned long), std::uint64_t{ns} + 1);
+  const unsigned long longest = columns > 0 ? columns - 1 : 0;
+  const std::uint64_t rescan = bytesPlus(Matrix<float>::bytesFor(ns + 1, ns + 1), pairKvBytes(longest, longest));
+  if (engine.reference) return bytesPlus(bytes, rescan);
+  std::uint64_t fast = bytesPlus(ClusterTracker::bytesFor(ns), zemtra::GroupProfile::bytesFor(longest));
+  fast = bytesPlus(fast, zemtra::scalarWorkspaceBytes(longest, longest));
+  return bytesPlus(bytes, fast);
+}
+
+namespace {
+
+void FamFind(JoinEngine& engine, int& nfam, unsigned long First, unsigned long Other, Matrix<unsigned long>& family,
+             Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path,
              Counters& counters) {
   ZEMTRA_ASSERT(First != Other);
 
@@ -453,28 +463,25 @@ void FamFind(int& nfam, unsigned long First, unsigned long Other, Matrix<unsigne
   // clang-format off
   if (singleFirst && singleOther) {
     ZEMTRA_ASSERT(First < Other);
-    AlignPair(First, Other, names, family, pro, counters, cmp, seqs, len, path, nfam);
+    AlignPair(engine, First, Other, names, family, counters, cmp, seqs, len, path, nfam);
   } else if (singleFirst) {
-    AddToFamily(First, familyOther, family, cmp, seqs, len, names, path, pro, counters);
+    AddToFamily(engine, First, familyOther, family, cmp, seqs, len, names, path, counters);
   } else if (singleOther) {
     ZEMTRA_ASSERT(! singleFirst);
-    AddToFamily(Other, familyFirst, family, cmp, seqs, len, names, path, pro, counters);
+    AddToFamily(engine, Other, familyFirst, family, cmp, seqs, len, names, path, counters);
   } else {
     ZEMTRA_ASSERT(( singleFirst || singleOther ) || ( familyFirst != familyOther ));
     ZEMTRA_ASSERT(! singleFirst && ! singleOther);
     ZEMTRA_ASSERT(familyFirst != familyOther);
-    AlignFamilies(std::min(familyFirst, familyOther), std::max(familyFirst, familyOther), family, cmp, seqs, len,
-                  names, path, pro, counters);
+    AlignFamilies(engine, std::min(familyFirst, familyOther), std::max(familyFirst, familyOther), family, cmp, seqs,
+                  len, names, path, counters);
   }
   // clang-format on
 }
 
-void AlignPair(unsigned long First, unsigned long Other, const Matrix<char>& names, Matrix<unsigned long>& family,
-               Matrix<float>& pro, Counters& counters, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
-               Matrix<long>& path, int& nfam) {
-  ReferenceEngine reference(pro);
-  JoinEngine& engine = installedEngine != nullptr ? *installedEngine : reference;
-
+void AlignPair(JoinEngine& engine, unsigned long First, unsigned long Other, const Matrix<char>& names,
+               Matrix<unsigned long>& family, Counters& counters, Matrix<int>& cmp, Matrix<char>& seqs,
+               unsigned long* len, Matrix<long>& path, int& nfam) {
   const unsigned long k = static_cast<unsigned long>(nfam);
   nfam = nfam + 1;
   family[k][0] = First;
@@ -495,12 +502,9 @@ void AlignPair(unsigned long First, unsigned long Other, const Matrix<char>& nam
   engine.joined(family, k, 2);
 }
 
-void AddToFamily(unsigned long sequence, unsigned long familyOther, Matrix<unsigned long>& family, Matrix<int>& cmp,
-                 Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path,
-                 Matrix<float>& pro, Counters& counters) {
-  ReferenceEngine reference(pro);
-  JoinEngine& engine = installedEngine != nullptr ? *installedEngine : reference;
-
+void AddToFamily(JoinEngine& engine, unsigned long sequence, unsigned long familyOther, Matrix<unsigned long>& family,
+                 Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names,
+                 Matrix<long>& path, Counters& counters) {
   const unsigned long ns = seqs.rows();
   const unsigned long vacant = rowLength(family, familyOther, ns);
   // clang-format off
@@ -533,12 +537,9 @@ void AddToFamily(unsigned long sequence, unsigned long familyOther, Matrix<unsig
   engine.joined(family, familyOther, vacant + 1);
 }
 
-void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, Matrix<unsigned long>& family,
-                   Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names,
-                   Matrix<long>& path, Matrix<float>& pro, Counters& counters) {
-  ReferenceEngine reference(pro);
-  JoinEngine& engine = installedEngine != nullptr ? *installedEngine : reference;
-
+void AlignFamilies(JoinEngine& engine, unsigned long familyFirst, unsigned long familyOther,
+                   Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+                   const Matrix<char>& names, Matrix<long>& path, Counters& counters) {
   const unsigned long ns = seqs.rows();
   unsigned long vacant = rowLength(family, familyFirst, ns);
   // clang-format off
@@ -573,4 +574,34 @@ void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, Matrix<
   alignGroups(counters.nK * counters.nJ, cmp, seqs, len, path, counters, engine);
 
   engine.joined(family, familyFirst, vacant);
+}
+
+}  // namespace
+
+void FamFind(int& nfam, unsigned long First, unsigned long Other, Matrix<unsigned long>& family, Matrix<int>& cmp,
+             Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path, Matrix<float>& pro,
+             Counters& counters) {
+  ReferenceEngine engine(pro);
+  FamFind(engine, nfam, First, Other, family, cmp, seqs, len, names, path, counters);
+}
+
+void AlignPair(unsigned long First, unsigned long Other, const Matrix<char>& names, Matrix<unsigned long>& family,
+               Matrix<float>& pro, Counters& counters, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+               Matrix<long>& path, int& nfam) {
+  ReferenceEngine engine(pro);
+  AlignPair(engine, First, Other, names, family, counters, cmp, seqs, len, path, nfam);
+}
+
+void AddToFamily(unsigned long sequence, unsigned long familyOther, Matrix<unsigned long>& family, Matrix<int>& cmp,
+                 Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path,
+                 Matrix<float>& pro, Counters& counters) {
+  ReferenceEngine engine(pro);
+  AddToFamily(engine, sequence, familyOther, family, cmp, seqs, len, names, path, counters);
+}
+
+void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, Matrix<unsigned long>& family,
+                   Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names,
+                   Matrix<long>& path, Matrix<float>& pro, Counters& counters) {
+  ReferenceEngine engine(pro);
+  AlignFamilies(engine, familyFirst, familyOther, family, cmp, seqs, len, names, path, counters);
 }

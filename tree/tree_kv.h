@@ -2,6 +2,7 @@
 // the joined groups.
 #pragma once
 
+#include <cstdint>
 #include <ostream>
 
 #include "core/matrix.h"
@@ -26,12 +27,9 @@ struct Counters {
   std::ostream* log;
 };
 
-void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matrix<char>& names,
-             const KARVO::Matrix<float>& fscore, KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp,
-             KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, unsigned int fixed);
-
-// The same, also recording the joins and the family table into history when
-// it is not null. The log and every result are identical.
+// The tree phase: the guide tree with its progressive merges, recording the
+// joins and the family table into history when it is not null (the log and
+// every result are the same either way).
 void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matrix<char>& names,
              const KARVO::Matrix<float>& fscore, KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp,
              KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, unsigned int fixed,
@@ -44,6 +42,13 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matr
              KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, unsigned int fixed,
              JoinHistory* history, const zemtra::EngineOptions& engine);
 
+// Bytes tree_kv allocates at most for ns sequences in a working alignment of
+// columns columns (seqs.cols()), with that engine, for distances that
+// ClusterTracker::applies to (as a run's capped ones are).
+std::uint64_t treePhaseBytes(unsigned long ns, unsigned long columns, const zemtra::EngineOptions& engine);
+
+// The join routines on the reference engine, whose joined marks go into pro.
+// The tree phase itself passes its engine to the same routines.
 void FamFind(int& nfam, unsigned long First, unsigned long Other, KARVO::Matrix<unsigned long>& family,
              KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len, const KARVO::Matrix<char>& names,
              KARVO::Matrix<long>& path, KARVO::Matrix<float>& pro, Counters& counters);

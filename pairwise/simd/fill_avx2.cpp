@@ -103,13 +103,13 @@ void profileAvx2(const ProfileFill& p, int bits) {
       return _mm_or_si128(low, up);
     };
     if (bits == 16) {
-      std::int16_t* out = static_cast<std::int16_t*>(p.profile) + r * elements;
+      std::int16_t* out = static_cast<std::int16_t*>(p.profile) + static_cast<unsigned long>(r) * elements;
       for (unsigned long e = 0; e < elements; e += 16) {
         const __m128i codes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p.laneCodes + e));
         _mm256_store_si256(reinterpret_cast<__m256i*>(out + e), _mm256_cvtepi8_epi16(lookUp(codes)));
       }
     } else {
-      std::int32_t* out = static_cast<std::int32_t*>(p.profile) + r * elements;
+      std::int32_t* out = static_cast<std::int32_t*>(p.profile) + static_cast<unsigned long>(r) * elements;
       for (unsigned long e = 0; e < elements; e += 8) {
         const __m128i codes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p.laneCodes + e));
         _mm256_store_si256(reinterpret_cast<__m256i*>(out + e), _mm256_cvtepi8_epi32(lookUp(codes)));

@@ -83,7 +83,7 @@ void profileAvx512(const ProfileFill& p, int bits) {
     const __m256i table = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p.scores[r]));
     if (bits == 16) {
       const __m512i words = _mm512_cvtepi8_epi16(table);
-      std::int16_t* out = static_cast<std::int16_t*>(p.profile) + r * elements;
+      std::int16_t* out = static_cast<std::int16_t*>(p.profile) + static_cast<unsigned long>(r) * elements;
       for (unsigned long e = 0; e < elements; e += 32) {
         const __m512i codes =
             _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p.laneCodes + e)));
@@ -92,7 +92,7 @@ void profileAvx512(const ProfileFill& p, int bits) {
     } else {
       const __m512i low = _mm512_cvtepi8_epi32(_mm256_castsi256_si128(table));
       const __m512i high = _mm512_cvtepi8_epi32(_mm256_extracti128_si256(table, 1));
-      std::int32_t* out = static_cast<std::int32_t*>(p.profile) + r * elements;
+      std::int32_t* out = static_cast<std::int32_t*>(p.profile) + static_cast<unsigned long>(r) * elements;
       for (unsigned long e = 0; e < elements; e += 16) {
         const __m512i codes = _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p.laneCodes + e)));
         _mm512_store_si512(out + e, _mm512_permutex2var_epi32(low, codes, high));

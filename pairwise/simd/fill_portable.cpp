@@ -76,10 +76,10 @@ void profilePortable(const ProfileFill& p, int bits, unsigned lanes) {
     if (!p.wanted[r]) continue;
     const std::int8_t* scores = p.scores[r];
     if (bits == 16) {
-      std::int16_t* out = static_cast<std::int16_t*>(p.profile) + r * elements;
+      std::int16_t* out = static_cast<std::int16_t*>(p.profile) + static_cast<unsigned long>(r) * elements;
       for (unsigned long e = 0; e < elements; ++e) out[e] = scores[p.laneCodes[e]];
     } else {
-      std::int32_t* out = static_cast<std::int32_t*>(p.profile) + r * elements;
+      std::int32_t* out = static_cast<std::int32_t*>(p.profile) + static_cast<unsigned long>(r) * elements;
       for (unsigned long e = 0; e < elements; ++e) out[e] = scores[p.laneCodes[e]];
     }
   }

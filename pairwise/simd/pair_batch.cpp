@@ -8,6 +8,8 @@
 
 #include "core/diagnostics.h"
 #include "pairwise/fast_dp.h"
+#include "pairwise/pair_kv.h"
+#include "pairwise/simd/dispatch.h"
 #include "pairwise/simd/workspace.h"
 #include "scoring/scomat.h"
 
@@ -39,7 +41,7 @@ ScoreTable makeTable(int matNo) {
       const int sum = (a == kGapCode || b == kGapCode)
                           ? 0
                           : ScoMat::mats[matNo * ScoMat::kAlphabet * ScoMat::kAlphabet + a * ScoMat::kAlphabet + b];
-      const int s = static_cast<int>(static_cast<double>(static_cast<float>(sum) / 1.0f) + 0.5);
+      const int s = averagedScore(sum, 1);
       t.score[a][b] = s;
       t.bytes[a][b] = static_cast<std::int8_t>(s);
       t.fitsBytes = t.fitsBytes && s >= -128 && s <= 127;
@@ -55,26 +57,18 @@ inline std::uint8_t codeOf(char ch) {
   return static_cast<std::uint8_t>(ch == '-' ? kGapCode : ScoMat::residueIndex(ch));
 }
 
-struct Kernel {
-  void (*fill)(const simd::BatchFill&, int);
-  void (*profile)(const simd::ProfileFill&, int);  // null: the portable one
-  SimdLevel level;
+// Buffer sizes of one batch of lanes pairs, rows of n positions against
+// columns up to width, in bytes for elements of elem bytes. The aligner and
+// the estimate of a run's memory both take them from here.
+struct BatchSizes {
+  unsigned long n, width, lanes;
+  std::size_t elem;
+  std::size_t rows() const { return 3 * width * lanes * elem; }
+  std::size_t trace() const { return n * width * lanes; }
+  std::size_t profile() const { return kCodes * width * lanes * elem; }
+  std::size_t laneCodes() const { return width * lanes; }
+  std::size_t entries() const { return lanes * simd::traceEntries(n, width); }
 };
-
-Kernel kernelFor(SimdLevel level) {
-  switch (level) {
-#if defined(ZEMTRA_X86_KERNELS)
-    case SimdLevel::kSse2:
-      return {simd::fillSse2, nullptr, level};
-    case SimdLevel::kAvx2:
-      return {simd::fillAvx2, simd::profileAvx2, level};
-    case SimdLevel::kAvx512:
-      return {simd::fillAvx512, simd::profileAvx512, level};
-#endif
-    default:
-      return {simd::fillPortable, nullptr, SimdLevel::kPortable};
-  }
-}
 
 class RowAligner {
  public:
@@ -95,7 +89,7 @@ class RowAligner {
   void run() {
     unsigned long widest = 0;
     for (unsigned long p = 0; p < req_.count; ++p) widest = std::max(widest, req_.len[req_.ks[p]]);
-    const Kernel kernel = kernelFor(batchLevelFor(req_.level, n_, widest));
+    const simd::Kernel kernel = simd::kernelFor(batchLevelFor(req_.level, n_, widest));
     const unsigned long narrowLanes = batchLanes(kernel.level, LaneWidth::kAuto);
     const unsigned long wideLanes = batchLanes(kernel.level, LaneWidth::kWide);
     unsigned long done = 0;
@@ -138,17 +132,18 @@ class RowAligner {
   }
 
   template <typename Elem>
-  void runChunk(const Kernel& kernel, unsigned long first, unsigned long used, unsigned long lanes) {
+  void runChunk(const simd::Kernel& kernel, unsigned long first, unsigned long used, unsigned long lanes) {
     unsigned long width = 0;
     for (unsigned long p = 0; p < used; ++p) width = std::max(width, req_.len[req_.ks[first + p]]);
     const bool empty = n_ == 0 || width == 0;
 
+    const BatchSizes sizes{n_, width, lanes, sizeof(Elem)};
     Elem* rows = nullptr;
     std::uint8_t* trace = nullptr;
     if (!empty) {
-      const Elem* profile = buildProfile<Elem>(kernel, first, used, lanes, width);
-      rows = static_cast<Elem*>(b_.rows.ensure(3 * width * lanes * sizeof(Elem)));
-      trace = static_cast<std::uint8_t*>(b_.laneTrace.ensure(n_ * width * lanes));
+      const Elem* profile = buildProfile<Elem>(kernel, first, used, sizes);
+      rows = static_cast<Elem*>(b_.rows.ensure(sizes.rows()));
+      trace = static_cast<std::uint8_t*>(b_.laneTrace.ensure(sizes.trace()));
       const simd::BatchFill f{n_, width, req_.gap, rowCodes_, profile, rows, trace};
       kernel.fill(f, 8 * sizeof(Elem));
     }
@@ -156,10 +151,10 @@ class RowAligner {
     // The tracebacks of all lanes walk up the trace rows together, so that
     // each row of codes is read while it is in cache; every lane still takes
     // exactly its own steps.
-    const unsigned long stride = n_ + width;
-    long* entryA = simd::ensure(b_.laneEntryA, used * stride);
-    long* entryB = simd::ensure(b_.laneEntryB, used * stride);
-    unsigned char* entryPaired = simd::ensure(b_.laneEntryPaired, used * stride);
+    const unsigned long stride = simd::traceEntries(n_, width);
+    long* entryA = simd::ensure(b_.laneEntryA, sizes.entries());
+    long* entryB = simd::ensure(b_.laneEntryB, sizes.entries());
+    unsigned char* entryPaired = simd::ensure(b_.laneEntryPaired, sizes.entries());
     tracers_.clear();
     scores_.clear();
     for (unsigned long p = 0; p < used; ++p) {
@@ -206,16 +201,18 @@ class RowAligner {
   // Scores of every code present in A against every position of each lane's
   // B; lanes without a pair and columns past a B's end score 0.
   template <typename Elem>
-  const Elem* buildProfile(const Kernel& kernel, unsigned long first, unsigned long used, unsigned long lanes,
-                           unsigned long width) {
-    std::uint8_t* laneCodes = simd::ensure(b_.laneCodes, width * lanes);
-    std::fill(laneCodes, laneCodes + width * lanes, static_cast<std::uint8_t>(kGapCode));
+  const Elem* buildProfile(const simd::Kernel& kernel, unsigned long first, unsigned long used,
+                           const BatchSizes& sizes) {
+    const unsigned long lanes = sizes.lanes;
+    const unsigned long width = sizes.width;
+    std::uint8_t* laneCodes = simd::ensure(b_.laneCodes, sizes.laneCodes());
+    std::fill(laneCodes, laneCodes + sizes.laneCodes(), static_cast<std::uint8_t>(kGapCode));
     for (unsigned long p = 0; p < used; ++p) {
       const unsigned long k = req_.ks[first + p];
       const char* rowB = req_.seqs[k];
       for (unsigned long c = 1; c <= req_.len[k]; ++c) laneCodes[(c - 1) * lanes + p] = codeOf(rowB[c]);
     }
-    Elem* profile = static_cast<Elem*>(b_.profile.ensure(kCodes * width * lanes * sizeof(Elem)));
+    Elem* profile = static_cast<Elem*>(b_.profile.ensure(sizes.profile()));
     constexpr int bits = 8 * sizeof(Elem);
     if (table_.fitsBytes) {
       const simd::ProfileFill fill{table_.bytes, present_, laneCodes, width, profile};
@@ -228,7 +225,7 @@ class RowAligner {
     for (int r = 0; r < kCodes; ++r) {
       if (!present_[r]) continue;
       const int* scores = table_.score[r];
-      Elem* out = profile + r * width * lanes;
+      Elem* out = profile + static_cast<unsigned long>(r) * width * lanes;
       for (unsigned long e = 0; e < width * lanes; ++e) out[e] = static_cast<Elem>(scores[laneCodes[e]]);
     }
     return profile;
@@ -248,6 +245,24 @@ class RowAligner {
 };
 
 }  // namespace
+
+std::uint64_t rowPairsWorkspaceBytes(SimdLevel level, unsigned long n, unsigned long m) {
+  // Buffers only grow: each ends at the larger of what the narrow and the
+  // wide lanes of the level a row of that size gets ask for.
+  const SimdLevel used = simd::kernelFor(batchLevelFor(level, n, m)).level;
+  const BatchSizes narrow{n, m, batchLanes(used, LaneWidth::kAuto), sizeof(std::int16_t)};
+  const BatchSizes wide{n, m, batchLanes(used, LaneWidth::kWide), sizeof(std::int32_t)};
+  using KARVO::bytesPlus;
+  std::uint64_t bytes = std::max(narrow.rows(), wide.rows());
+  bytes = bytesPlus(bytes, std::max(narrow.trace(), wide.trace()));
+  bytes = bytesPlus(bytes, std::max(narrow.profile(), wide.profile()));
+  bytes = bytesPlus(bytes, std::max(narrow.laneCodes(), wide.laneCodes()));
+  bytes = bytesPlus(bytes, simd::traceEntryBytes(std::max(narrow.entries(), wide.entries())));
+  // The codes of the row, and the aligner's tracer and score of each lane,
+  // in vectors that may hold twice what they were asked for.
+  const std::uint64_t lanes = std::max(narrow.lanes, wide.lanes);
+  return bytesPlus(bytes, bytesPlus(n, KARVO::bytesTimes(2 * lanes, sizeof(simd::Tracer) + sizeof(int))));
+}
 
 void alignRowPairs(const RowPairs& request, KARVO::Matrix<long>& path, DpWorkspace& ws,
                    const std::function<void(const PairOutcome&)>& onPair) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/diagnostics.h"
+#include "core/memory_size.h"
 #include "pairwise/fast_dp.h"
 #include "pairwise/simd/batch_fill.h"
 
@@ -43,10 +44,14 @@ class AlignedBlock {
 };
 
 // Grows v to at least n elements; never shrinks, so a warmed-up workspace
-// stops allocating.
+// stops allocating. The old contents are dropped first and the new block
+// holds exactly n, so a workspace's size is what its callers asked for.
 template <typename T>
 T* ensure(std::vector<T>& v, std::size_t n) {
-  if (v.size() < n) v.resize(n);
+  if (v.size() < n) {
+    std::vector<T>().swap(v);
+    v.resize(n);
+  }
   return v.data();
 }
 
@@ -58,7 +63,6 @@ struct EndValues {
 // Traceback entries in the order they are found: 1-based positions and
 // kScratchGap for a gap, as the reference's scratch record holds them.
 constexpr long kScratchGap = -98;
-constexpr long kGapMark = -99;
 
 struct TraceResult {
   unsigned long count = 0;
@@ -96,9 +100,9 @@ namespace zemtra::simd {
 struct Tracer {
   enum State { kDiag = 0, kVert = 1, kHorz = 2 };
 
-  Tracer(unsigned long n, unsigned long m, const EndValues& end, unsigned long capacity, long* a, long* b,
-         unsigned char* paired, bool reportFull)
-      : i(n), c(m), capacity(capacity), entryA(a), entryB(b), entryPaired(paired), reportFull(reportFull) {
+  Tracer(unsigned long n, unsigned long m, const EndValues& end, unsigned long entries, long* a, long* b,
+         unsigned char* paired, bool reportWhenFull)
+      : i(n), c(m), capacity(entries), entryA(a), entryB(b), entryPaired(paired), reportFull(reportWhenFull) {
     const int best = std::max(end.diag, std::max(end.vert, end.horz));
     state = end.diag == best ? kDiag : (end.vert == best ? kVert : kHorz);
   }
@@ -164,11 +168,19 @@ struct Tracer {
   TraceResult result;
 };
 
+// Entries of the traceback record of an n x m alignment, and the bytes of
+// the three arrays that hold them.
+inline unsigned long traceEntries(unsigned long n, unsigned long m) { return n + m; }
+inline std::uint64_t traceEntryBytes(std::uint64_t entries) {
+  return KARVO::bytesTimes(entries, 2 * sizeof(long) + sizeof(unsigned char));
+}
+
 // The whole traceback of one alignment, entries into the workspace.
 template <class CodeAt>
 TraceResult traceBack(unsigned long n, unsigned long m, const EndValues& end, unsigned long capacity,
                       const CodeAt& codeAt, DpWorkspace::Buffers& b, bool reportFull = false) {
-  Tracer t(n, m, end, capacity, ensure(b.entryA, n + m), ensure(b.entryB, n + m), ensure(b.entryPaired, n + m),
+  const unsigned long entries = traceEntries(n, m);
+  Tracer t(n, m, end, capacity, ensure(b.entryA, entries), ensure(b.entryB, entries), ensure(b.entryPaired, entries),
            reportFull);
   while (t.inMainLoop()) t.step(codeAt);
   t.tails();

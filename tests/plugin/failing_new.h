@@ -15,4 +15,10 @@ bool fired();
 // the heap's byte count this does not depend on how malloc splits chunks.
 long liveBlocks();
 
+// Bytes asked of operator new (aligned forms included) and not yet given
+// back; the most there were since the last resetPeak().
+long liveBytes();
+long peakBytes();
+void resetPeak();
+
 }  // namespace failing_new

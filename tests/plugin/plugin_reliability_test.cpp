@@ -162,6 +162,36 @@ TEST_F(PluginReliability, AllocationFailureAnywhereReachesTheHostWithEverythingR
   EXPECT_GT(failures, 10);
 }
 
+// The plug-in's estimate of a run bounds what the run really holds at its
+// peak, for each engine the environment can choose.
+TEST_F(PluginReliability, MemoryEstimateBoundsTheRunsPeak) {
+  const auto estimate = reinterpret_cast<EstimateRunMemoryFn>(dlsym(handle_, "EstimateRunMemory"));
+  ASSERT_NE(estimate, nullptr);
+  std::vector<std::string> rows;
+  unsigned seed = 7;
+  for (int r = 0; r < 24; ++r) {
+    std::string row;
+    for (int c = 0; c < 260 + r; ++c) row += "ACDEFGHIKLMNPQRSTVWY"[(seed = seed * 1103515245u + 12345u) >> 16 & 15];
+    rows.push_back(row + std::string(300 - row.size(), '-'));
+  }
+  std::vector<KARVO::SequenceInfo> infos;
+  for (std::size_t i = 0; i < rows.size(); ++i) infos.push_back({"s" + std::to_string(i), ""});
+  ASSERT_TRUE(runOnce());  // fills first-use caches
+  auto alignment = KARVO::Alignment::fromRows(infos, rows);
+  alignment->selection = {0, 300};
+  const std::uint64_t need = estimate(24, 300, 0);
+  const long before = failing_new::liveBytes();
+  failing_new::resetPeak();
+  HeadlessRunInteraction interaction;
+  interaction.answerOverwrite = [](const std::string&) { return true; };
+  ZemtraRunReport report;
+  report.wantTree = false;
+  ASSERT_TRUE(execute_(*alignment, ZemtraParameters{}, interaction, &report));
+  const auto used = static_cast<std::uint64_t>(failing_new::peakBytes() - before);
+  EXPECT_LE(used, need);
+  EXPECT_GE(used, need / 4) << "the estimate is far above what the run holds";
+}
+
 TEST_F(PluginReliability, HundredRunsInOneProcessDoNotGrowIt) {
   for (int i = 0; i < 10; ++i) ASSERT_TRUE(runOnce());
   const std::size_t heapBefore = heapInUse();

@@ -9,7 +9,7 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include "run/qt_zemtra_kv.h"
+#include "run/zemtra_kv.h"
 #include "run_fixtures.h"
 
 using run_test::PersonalTmpDir;
@@ -119,7 +119,8 @@ TEST(QtRunTest, CancelButtonStopsTheRunAtTheNextRow) {
   });
 
   bool ok = true;
-  zemtra_kv(&ok, QStringLiteral("zemtra.log"), in.len.data(), in.nres.data(), in.names, in.seqs, 0, 0, 40);
+  QtRunInteraction interaction;
+  zemtra_kv(interaction, &ok, "zemtra.log", in.len.data(), in.nres.data(), in.names, in.seqs, 0, 0, 40, nullptr);
 
   // What a cancelled run writes is the run driver's business; here only
   // that the button reaches it and the dialog goes.
