@@ -26,7 +26,7 @@ void installInterruptHandler() {
   // SA_RESETHAND: the next Ctrl-C finds the default handler and ends the
   // process at once, for a user who does not want to wait for the row. No
   // SA_RESTART, so that a Ctrl-C also ends a pending overwrite question.
-  action.sa_flags = SA_RESETHAND;
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
   sigaction(SIGINT, &action, nullptr);
 }
 
@@ -35,8 +35,9 @@ bool interruptRequested() { return interrupted != 0; }
 std::string progressLine(int value, int total, int barWidth) {
   const int shown = std::clamp(value, 0, std::max(total, 0));
   const int filled = total > 0 ? static_cast<int>(static_cast<long long>(shown) * barWidth / total) : barWidth;
-  return "aligning pairs [" + std::string(filled, '#') + std::string(barWidth - filled, ' ') + "] " +
-         std::to_string(shown) + "/" + std::to_string(total);
+  return "aligning pairs [" + std::string(static_cast<std::size_t>(filled), '#') +
+         std::string(static_cast<std::size_t>(barWidth - filled), ' ') + "] " + std::to_string(shown) + "/" +
+         std::to_string(total);
 }
 
 bool isYes(const std::string& answer) {

@@ -33,7 +33,7 @@ void printError(const QString& title, const QString& text) {
 
 int chosenPlugin(const MainWindow& window) {
   const QStringList names = window.pluginNames();
-  const int zemtra = names.indexOf(QStringLiteral("Zemtra"));
+  const auto zemtra = static_cast<int>(names.indexOf(QStringLiteral("Zemtra")));
   return zemtra >= 0 ? zemtra : (names.isEmpty() ? -1 : 0);
 }
 

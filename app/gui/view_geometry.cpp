@@ -13,7 +13,7 @@ VisibleSpan visibleSpan(const AxisView& axis) {
 
 unsigned long wholeCells(long extentPixels, long cellPixels) {
   if (extentPixels <= 0 || cellPixels <= 0) return 1;
-  return std::max(1L, extentPixels / cellPixels);
+  return static_cast<unsigned long>(std::max(1L, extentPixels / cellPixels));
 }
 
 unsigned long maximumOffset(unsigned long total, unsigned long wholeCellsVisible) {

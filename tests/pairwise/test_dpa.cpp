@@ -38,7 +38,7 @@ struct Model {
   int cost(Step previous, Step move, int i, int c) const {
     if (move != kPair) return 0;
     const int penalty = (previous == kVert || previous == kHorz) ? gap : 0;
-    return s[i][c] - penalty;
+    return s[static_cast<std::size_t>(i)][static_cast<std::size_t>(c)] - penalty;
   }
   static Step after(Step move, int i, int c) { return (i == 0 || c == 0) ? kBorder : move; }
 
@@ -94,27 +94,27 @@ Result align(const std::vector<std::vector<int>>& values, int gap, unsigned long
 TEST(FredmanTest, ScoreAndPathEqualBruteForceOnRandomTinyInputs) {
   std::mt19937 rng(20261122);
   for (int trial = 0; trial < 3000; ++trial) {
-    const int n = 1 + rng() % 4, m = 1 + rng() % 4;
+    const int n = 1 + static_cast<int>(rng() % 4), m = 1 + static_cast<int>(rng() % 4);
     const int gap = std::vector<int>{0, 3, 10, 40}[rng() % 4];
-    std::vector<std::vector<int>> values(n, std::vector<int>(m));
+    std::vector<std::vector<int>> values(static_cast<std::size_t>(n), std::vector<int>(static_cast<std::size_t>(m)));
     // Narrow value ranges make many ties.
     const int spread = (trial % 3 == 0) ? 3 : 30;
     for (auto& row : values)
-      for (auto& v : row) v = static_cast<int>(rng() % (spread + 1)) - spread / 3;
+      for (auto& v : row) v = static_cast<int>(rng() % static_cast<unsigned>(spread + 1)) - spread / 3;
     Model model{values, gap, n, m};
     const int expected = model.best(0, 0, kBorder);
 
     auto s = scoreMatrix(values);
     // One entry more than callers give, so that optima without any pair
     // (which end the process at the usual capacity, tested below) are checked too.
-    Alignment aln(n + m + 1);
+    Alignment aln(static_cast<unsigned long>(n + m + 1));
     const int score = DPA::fredman<int>(gap, *s, aln);
     ASSERT_EQ(score, expected) << "trial " << trial;
     ASSERT_EQ(model.scoreOf(aln), expected) << "trial " << trial;
     int pairs = 0;
     for (int o = 0; o < aln.length; ++o) pairs += aln.paired[o];
     EXPECT_EQ(aln.nmatch, pairs);
-    for (unsigned long o = aln.length; o < aln.capacity; ++o) {
+    for (auto o = static_cast<unsigned long>(aln.length); o < aln.capacity; ++o) {
       EXPECT_EQ(aln.posA[o], -99);
       EXPECT_EQ(aln.posB[o], -99);
       EXPECT_EQ(aln.paired[o], 0);
