@@ -225,7 +225,7 @@ void TreeView::paintEvent(QPaintEvent*) {
   const QFontMetrics metrics(namesFont);
   const bool namesShown = height >= 6;
   const QRect visible = viewport()->rect().adjusted(0, -height, 0, height);
-  QPen pen(palette().color(QPalette::Text), 2);
+  QPen pen(palette().color(QPalette::Text), height < 8 ? 1 : 2);  // thin beside rows zoomed out
   pen.setCapStyle(Qt::SquareCap);
   for (std::size_t n = 0; n < tree_.nodes.size(); ++n) {
     const auto& node = tree_.nodes[n];
