@@ -20,6 +20,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QStatusBar>
 #include <QToolBar>
@@ -29,6 +30,7 @@
 #include <QtGlobal>
 #include <exception>
 #include <new>
+#include <set>
 
 #include "app/gui/alignment_view.h"
 #include "app/gui/run_log.h"
@@ -171,7 +173,21 @@ MainWindow::MainWindow(const std::vector<std::string>& pluginDirs, QWidget* pare
   statusBar()->addPermanentWidget(sizeLabel_);
   connect(view_, &AlignmentView::selectionChanged, this, [this] { updateStatus(); });
 
+  treeView_ = new TreeView(this);
   createMenus();
+  treeDock_ = dockBesideNames(treeView_, tr("Guide Tree"));
+  treeDock_->setObjectName(QStringLiteral("guideTreeDock"));
+  treeDock_->hide();
+  connect(treeDock_, &QDockWidget::visibilityChanged, this, [this](bool shown) {
+    guideTreeAction_->setChecked(shown);
+    alignTreeWithRows();
+  });
+  connect(view_, &AlignmentView::rowsMoved, this, &MainWindow::alignTreeWithRows);
+  for (QObject* watched : {static_cast<QObject*>(treeDock_), static_cast<QObject*>(treeView_->viewport()),
+                           static_cast<QObject*>(view_->viewport())})
+    watched->installEventFilter(this);
+  connect(treeView_, &TreeView::leafClicked, this, &MainWindow::selectTreeNode);
+  connect(treeView_, &TreeView::nodeClicked, this, &MainWindow::selectTreeNode);
   updateActions();
   updateTitle();
   updateStatus();
@@ -200,6 +216,9 @@ void MainWindow::createMenus() {
   saveAsAction_ = file->addAction(tr("Save &As\u2026"), this, &MainWindow::saveAsWithDialog);
   saveAsAction_->setObjectName(QStringLiteral("saveAsAction"));
   saveAsAction_->setShortcut(QKeySequence::SaveAs);
+  QAction* openTreeAction = file->addAction(tr("Open &Tree\u2026"), this, &MainWindow::openTreeWithDialog);
+  openTreeAction->setObjectName(QStringLiteral("openTreeAction"));
+  editActions_.push_back(openTreeAction);
   exportAction_ = file->addAction(tr("&Export Image\u2026"), this, &MainWindow::exportImageWithDialog);
   exportAction_->setObjectName(QStringLiteral("exportImageAction"));
   file->addSeparator();
@@ -241,6 +260,7 @@ void MainWindow::createMenus() {
   addEdit(sort, tr("By &Name"), "sortByNameAction", QKeySequence(), [this] { sortRowsByName(); });
   addEdit(sort, tr("By &Identity to Selected Row"), "sortByIdentityAction", QKeySequence(),
           [this] { sortRowsByIdentity(); });
+  addEdit(sort, tr("By &Guide Tree"), "sortByGuideTreeAction", QKeySequence(), [this] { sortRowsByGuideTree(); });
   edit->addSeparator();
   QAction* findAction = edit->addAction(tr("&Find Motif\u2026"), this, [this] {
     findText_->setFocus();
@@ -281,9 +301,9 @@ void MainWindow::createMenus() {
   viewMenu->addSeparator();
   runLogAction_ = viewMenu->addAction(tr("Run &Log"), this, &MainWindow::showRunLog);
   runLogAction_->setObjectName(QStringLiteral("runLogAction"));
-  guideTreeAction_ = viewMenu->addAction(tr("Guide &Tree"), this, &MainWindow::showGuideTree);
+  guideTreeAction_ = viewMenu->addAction(tr("Guide &Tree"), this, [this](bool shown) { showGuideTree(shown); });
   guideTreeAction_->setObjectName(QStringLiteral("guideTreeAction"));
-  guideTreeAction_->setEnabled(false);
+  guideTreeAction_->setCheckable(true);
 
   QToolBar* findBar = addToolBar(tr("Find"));
   findBar->setObjectName(QStringLiteral("findBar"));
@@ -511,7 +531,6 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     return;
   }
   if (logWindow_ != nullptr) logWindow_->close();
-  if (treeWindow_ != nullptr) treeWindow_->close();
   event->accept();
 }
 
@@ -588,42 +607,146 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
     return RunOutcome::Failed;
   }
   // The report of the run, from plug-ins that keep one.
+  KARVO::PhyloTree runTree;
   if (const auto last = reinterpret_cast<LastRunReportFn>(loaded_[index]->symbol("LastRunReport"))) {
     if (const ZemtraRunReport* runReport = last(); runReport != nullptr && changed)
-      setGuideTree(guideTreeOfRun(*runReport, *alignment_));
+      runTree = guideTreeOfRun(*runReport, *alignment_).tree;
   }
   if (changed) undoStack_->push(new RunCommand(*this, std::move(before), tr("Run %1").arg(name)));
   view_->reloadAlignment();
   setRunning(false);
+  // The rows may follow the new tree, as an edit of their own after the run.
+  if (!runTree.empty()) setGuideTree(std::move(runTree));
   updateStatus();
   if (logWindow_ != nullptr && logWindow_->isVisible()) showRunLog();
   return changed ? RunOutcome::Changed : RunOutcome::Unchanged;
 }
 
-void MainWindow::setGuideTree(RunGuideTree tree) {
-  guideTree_ = std::move(tree);
-  guideTreeAction_->setEnabled(!guideTree_.tree.empty());
-  if (treeView_ != nullptr) treeView_->setTree(guideTree_.tree);
+void MainWindow::setGuideTree(KARVO::PhyloTree tree) {
+  std::set<std::string> names;
+  if (alignment_ != nullptr) {
+    for (unsigned long r = 0; r < alignment_->sequenceCount(); ++r) names.insert(alignment_->GetSeqName(r));
+  }
+  // Each sequence name once: a second leaf of the same name has no row left.
+  std::set<std::string> placed;
+  unsigned long leftOut = 0;
+  guideTree_ = keepLeaves(tree, [&](const KARVO::PhyloNode& leaf) {
+    const bool kept = names.count(leaf.name) != 0 && placed.insert(leaf.name).second;
+    if (!kept) ++leftOut;
+    return kept;
+  });
+  treeView_->setTree(guideTree_);
+  if (guideTree_.empty()) return alignTreeWithRows();
+  const unsigned long outside = alignment_->sequenceCount() - placed.size();
+  if (treeDock_->isVisible()) sortRowsByGuideTree();
+  alignTreeWithRows();
+  if (leftOut > 0 || outside > 0) {
+    statusBar()->showMessage(tr("Guide tree: leaves without a sequence, left out: %1; sequences not in the tree, "
+                                "kept below its rows: %2")
+                                 .arg(leftOut)
+                                 .arg(outside),
+                             8000);
+  }
 }
 
-void MainWindow::showGuideTree() {
-  if (treeWindow_ == nullptr) {
-    treeWindow_ = new QDialog(this);
-    treeWindow_->setWindowTitle(tr("Guide Tree"));
-    treeWindow_->resize(720, 520);
-    auto* layout = new QVBoxLayout(treeWindow_);
-    layout->setContentsMargins(0, 0, 0, 0);
-    treeView_ = new TreeView(treeWindow_);
-    layout->addWidget(treeView_);
-    connect(treeView_, &TreeView::leafClicked, this, [this](int node) {
-      const long row = treeView_->tree().nodes[static_cast<std::size_t>(node)].row;
-      if (row >= 0 && static_cast<std::size_t>(row) < guideTree_.alignmentRows.size())
-        view_->setCurrentRow(static_cast<long>(guideTree_.alignmentRows[static_cast<std::size_t>(row)]));
-    });
-    treeView_->setTree(guideTree_.tree);
+bool MainWindow::openTree(const QString& path) {
+  const QString title = tr("Cannot open tree");
+  if (alignment_ == nullptr) {
+    report(title, tr("Open the alignment whose sequences the tree names first."));
+    return false;
   }
-  treeWindow_->show();
-  treeWindow_->raise();
+  QFile file(path);
+  if (!file.open(QIODevice::ReadOnly)) {
+    report(title, tr("%1: %2").arg(path, file.errorString()));
+    return false;
+  }
+  const QByteArray text = file.readAll();
+  KARVO::PhyloTree tree;
+  try {
+    tree = KARVO::parseNewick(std::string_view(text.constData(), static_cast<std::size_t>(text.size())));
+  } catch (const KARVO::NewickError& error) {
+    // "Newick line L, column C: problem" as "file:L:C: problem".
+    QString where = QString::fromStdString(error.what());
+    static const QRegularExpression place(QStringLiteral("^Newick line (\\d+), column (\\d+): "));
+    if (const auto match = place.match(where); match.hasMatch())
+      where = match.captured(1) + ':' + match.captured(2) + QStringLiteral(": ") + where.mid(match.capturedLength());
+    report(title, tr("%1:%2\nThe file is not a Newick tree; the alignment is unchanged.").arg(path, where));
+    return false;
+  }
+  const auto leaves = KARVO::leafOrder(tree).size();
+  setGuideTree(std::move(tree));
+  if (guideTree_.empty()) {
+    report(title,
+           tr("%1: none of its %n leaves names a sequence of the alignment.", "", static_cast<int>(leaves)).arg(path));
+    return false;
+  }
+  showGuideTree(true);
+  return true;
+}
+
+void MainWindow::openTreeWithDialog() {
+  const QString start = filePath_.isEmpty() ? QDir::homePath() : QFileInfo(filePath_).absolutePath();
+  const QString path = QFileDialog::getOpenFileName(
+      this, tr("Open tree"), start, tr("Newick trees (*.nwk *.newick *.tre *.tree *.dnd *.ph);;All files (*)"));
+  if (!path.isEmpty()) openTree(path);
+}
+
+void MainWindow::showGuideTree(bool shown) {
+  guideTreeAction_->setChecked(shown);
+  treeDock_->setVisible(shown);
+  if (shown && !guideTree_.empty()) sortRowsByGuideTree();
+  alignTreeWithRows();
+}
+
+void MainWindow::alignTreeWithRows() {
+  if (treeView_ == nullptr || view_ == nullptr || !treeDock_->isVisible() || alignment_ == nullptr) {
+    if (treeView_ != nullptr) treeView_->followRows(0, 0);
+    return;
+  }
+  // The tree's leaf lines at the height of the rows: row 0's middle, in the
+  // tree's viewport.
+  const int offset =
+      view_->viewport()->mapTo(this, QPoint(0, 0)).y() - treeView_->viewport()->mapTo(this, QPoint(0, 0)).y();
+  const int height = view_->cellHeight();
+  const long above = static_cast<long>(view_->firstVisibleRow());
+  const int rowsTop = offset + view_->rulerHeight();
+  treeView_->followRows(rowsTop - static_cast<int>(above) * height + height / 2, height, rowsTop);
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::Resize || event->type() == QEvent::Move || event->type() == QEvent::Show)
+    alignTreeWithRows();
+  return QMainWindow::eventFilter(watched, event);
+}
+
+void MainWindow::selectTreeNode(int node) {
+  if (alignment_ == nullptr || node < 0 || static_cast<std::size_t>(node) >= guideTree_.nodes.size()) return;
+  std::map<std::string, unsigned long> rowOf;
+  for (unsigned long r = 0; r < alignment_->sequenceCount(); ++r) rowOf.emplace(alignment_->GetSeqName(r), r);
+  unsigned long first = alignment_->sequenceCount();
+  unsigned long last = 0;
+  unsigned long count = 0;
+  for (const std::string& name : leafNamesUnder(guideTree_, node)) {
+    const auto found = rowOf.find(name);
+    if (found == rowOf.end()) continue;  // renamed or deleted since
+    first = std::min(first, found->second);
+    last = std::max(last, found->second);
+    ++count;
+  }
+  if (count == 0) {
+    statusBar()->showMessage(tr("No sequence of the alignment is named by these leaves any more"), 5000);
+    return;
+  }
+  selectRows({first, last + 1});
+  view_->setCurrentRow(count == 1 ? static_cast<long>(first) : -1);
+  if (last + 1 - first != count) {
+    statusBar()->showMessage(tr("The %1 sequences of this node are not next to each other: rows %2 to %3 are "
+                                "selected, which hold them all (Sort Rows \u2192 By Guide Tree brings them together)")
+                                 .arg(count)
+                                 .arg(first + 1)
+                                 .arg(last + 1),
+                             8000);
+  }
 }
 
 bool MainWindow::canUndo() const { return undoStack_->canUndo(); }
@@ -738,6 +861,20 @@ bool MainWindow::sortRowsByIdentity() {
     return false;
   }
   return edit(sortByIdentity(*alignment_, rows.first));
+}
+
+bool MainWindow::sortRowsByGuideTree() {
+  if (alignment_ == nullptr ||
+      refuseWithout(statusBar(), !guideTree_.empty(), tr("Open a tree or run a re-alignment first"))) {
+    return false;
+  }
+  std::vector<std::string> names;
+  for (const int leaf : KARVO::leafOrder(guideTree_))
+    names.push_back(guideTree_.nodes[static_cast<std::size_t>(leaf)].name);
+  PermuteRows order = orderByNames(*alignment_, names);
+  bool unchanged = true;
+  for (std::size_t r = 0; r < order.order.size(); ++r) unchanged = unchanged && order.order[r] == r;
+  return unchanged || edit(order);
 }
 
 bool MainWindow::orderRowsByNames(const std::vector<std::string>& names) {

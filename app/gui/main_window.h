@@ -121,14 +121,24 @@ class MainWindow : public QMainWindow {
   QStringList recentFiles() const;
   void showRunLog();
 
-  // The guide tree of the last run (View > Guide Tree); clicking a leaf
-  // makes its row the view's current row.
-  void setGuideTree(RunGuideTree tree);
-  void showGuideTree();
+  // The guide tree panel, docked beside the names (View > Guide Tree): the
+  // tree of the last run, or one read from a Newick file. Its leaves are
+  // matched to the sequences by name; leaves without a sequence are left
+  // out, sequences without a leaf stay below the tree's rows. While the
+  // panel shows, the rows follow the tree's leaf order (one undoable step)
+  // and its lines stand beside theirs. Clicking a leaf selects its row, an
+  // inner node its sequences.
+  void setGuideTree(KARVO::PhyloTree tree);
+  const KARVO::PhyloTree& guideTree() const { return guideTree_; }
+  // false after a report naming the file, line and column of the problem.
+  bool openTree(const QString& path);
+  void showGuideTree(bool shown = true);
+  bool sortRowsByGuideTree();
   TreeView* treeView() const { return treeView_; }
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   friend class EditCommand;
@@ -152,6 +162,9 @@ class MainWindow : public QMainWindow {
   void renameWithDialog(unsigned long row);
   void findFromBar(bool backwards);
   void afterChange();
+  void openTreeWithDialog();
+  void alignTreeWithRows();
+  void selectTreeNode(int node);
   void report(const QString& title, const QString& text);
 
   std::vector<karvo_app::PluginInfo> plugins_;
@@ -183,8 +196,8 @@ class MainWindow : public QMainWindow {
   QLineEdit* findText_ = nullptr;
   QAction* runLogAction_ = nullptr;
   QAction* guideTreeAction_ = nullptr;
-  RunGuideTree guideTree_;
-  QDialog* treeWindow_ = nullptr;
+  KARVO::PhyloTree guideTree_;
+  QDockWidget* treeDock_ = nullptr;
   TreeView* treeView_ = nullptr;
   QMenu* recentMenu_ = nullptr;
   QMenu* pluginMenu_ = nullptr;

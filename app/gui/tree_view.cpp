@@ -6,6 +6,7 @@
 #include <QScrollBar>
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 namespace karvo_gui {
 namespace {
@@ -35,6 +36,55 @@ RunGuideTree guideTreeOfRun(const ZemtraRunReport& report, const KARVO::Alignmen
   } catch (const std::invalid_argument&) {
     return {};
   }
+}
+
+namespace {
+
+double addLengths(double a, double b) { return std::isnan(a) ? b : std::isnan(b) ? a : a + b; }
+
+// Copies the kept part of in's subtree at node into out; its new index, -1
+// when nothing of it stays.
+int copyKept(const KARVO::PhyloTree& in, int node, KARVO::PhyloTree& out,
+             const std::function<bool(const KARVO::PhyloNode&)>& keep) {
+  const KARVO::PhyloNode& from = in.nodes[static_cast<std::size_t>(node)];
+  std::vector<int> kept;
+  for (const int child : from.children) {
+    if (const int copied = copyKept(in, child, out, keep); copied >= 0) kept.push_back(copied);
+  }
+  if (from.children.empty() ? !keep(from) : kept.empty()) return -1;
+  if (kept.size() == 1) {
+    auto& only = out.nodes[static_cast<std::size_t>(kept.front())];
+    only.length = addLengths(from.length, only.length);
+    return kept.front();
+  }
+  const int at = static_cast<int>(out.nodes.size());
+  out.nodes.push_back(from);
+  out.nodes.back().children = kept;
+  for (const int child : kept) out.nodes[static_cast<std::size_t>(child)].parent = at;
+  return at;
+}
+
+}  // namespace
+
+KARVO::PhyloTree keepLeaves(const KARVO::PhyloTree& tree, const std::function<bool(const KARVO::PhyloNode&)>& keep) {
+  KARVO::PhyloTree kept;
+  if (tree.empty()) return kept;
+  kept.root = copyKept(tree, tree.root, kept, keep);
+  if (kept.empty()) return {};
+  kept.nodes[static_cast<std::size_t>(kept.root)].parent = -1;
+  return kept;
+}
+
+std::vector<std::string> leafNamesUnder(const KARVO::PhyloTree& tree, int node) {
+  std::vector<std::string> names;
+  std::vector<int> pending{node};
+  while (!pending.empty()) {
+    const auto& at = tree.nodes[static_cast<std::size_t>(pending.back())];
+    pending.pop_back();
+    if (at.children.empty()) names.push_back(at.name);
+    pending.insert(pending.end(), at.children.rbegin(), at.children.rend());
+  }
+  return names;
 }
 
 TreeView::TreeView(QWidget* parent) : QAbstractScrollArea(parent) {
@@ -70,9 +120,21 @@ void TreeView::setCurrentLeaf(int node) {
   viewport()->update();
 }
 
-int TreeView::lineHeight() const { return QFontMetrics(font()).height() + 4; }
+void TreeView::followRows(int firstLeafY, int lineHeight, int clipTop) {
+  if (firstLeafY == followTop_ && lineHeight == followHeight_ && clipTop == followClip_) return;
+  followTop_ = firstLeafY;
+  followClip_ = clipTop;
+  followHeight_ = std::max(0, lineHeight);
+  setVerticalScrollBarPolicy(followHeight_ > 0 ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAsNeeded);
+  updateScrollBar();
+  viewport()->update();
+}
 
-int TreeView::top() const { return kMargin + lineHeight() / 2 - verticalScrollBar()->value(); }
+int TreeView::lineHeight() const { return followHeight_ > 0 ? followHeight_ : QFontMetrics(font()).height() + 4; }
+
+int TreeView::top() const {
+  return followHeight_ > 0 ? followTop_ : kMargin + lineHeight() / 2 - verticalScrollBar()->value();
+}
 
 double TreeView::scale() const {
   const double span = layout_.width - minX_;
@@ -87,6 +149,10 @@ double TreeView::nodeX(int node) const {
 double TreeView::nodeY(int node) const { return top() + layout_.y[static_cast<std::size_t>(node)] * lineHeight(); }
 
 void TreeView::updateScrollBar() {
+  if (followHeight_ > 0) {
+    verticalScrollBar()->setRange(0, 0);
+    return;
+  }
   const int content = 2 * kMargin + static_cast<int>(layout_.leaves.size()) * lineHeight() + kScaleBarRoom;
   verticalScrollBar()->setRange(0, std::max(0, content - viewport()->height()));
   verticalScrollBar()->setPageStep(viewport()->height());
@@ -126,6 +192,10 @@ QPoint TreeView::leafPoint(int node) const {
   return QPoint(x, static_cast<int>(std::lround(nodeY(node))));
 }
 
+QPoint TreeView::nodePoint(int node) const {
+  return QPoint(static_cast<int>(std::lround(nodeX(node))), static_cast<int>(std::lround(nodeY(node))));
+}
+
 void TreeView::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return QAbstractScrollArea::mousePressEvent(event);
   const QPoint point = event->position().toPoint();
@@ -142,13 +212,20 @@ void TreeView::paintEvent(QPaintEvent*) {
   painter.setRenderHint(QPainter::Antialiasing, false);
   if (tree_.empty()) {
     painter.setPen(palette().color(QPalette::PlaceholderText));
-    painter.drawText(viewport()->rect(), Qt::AlignCenter, tr("No guide tree: run a re-alignment first"));
+    painter.drawText(viewport()->rect(), Qt::AlignCenter,
+                     tr("No guide tree: run a re-alignment or open a tree (File \u2192 Open Tree)"));
     return;
   }
-  const QFontMetrics metrics(font());
+  if (followHeight_ > 0) painter.setClipRect(viewport()->rect().adjusted(0, followClip_, 0, 0));
+  // Names shrink with lines lower than the font; below a few pixels they go.
+  QFont namesFont = font();
   const int height = lineHeight();
+  if (height < QFontMetrics(namesFont).height()) namesFont.setPixelSize(std::max(1, height - 1));
+  painter.setFont(namesFont);
+  const QFontMetrics metrics(namesFont);
+  const bool namesShown = height >= 6;
   const QRect visible = viewport()->rect().adjusted(0, -height, 0, height);
-  QPen pen(palette().color(QPalette::Text), 2);
+  QPen pen(palette().color(QPalette::Text), height < 8 ? 1 : 2);  // thin beside rows zoomed out
   pen.setCapStyle(Qt::SquareCap);
   for (std::size_t n = 0; n < tree_.nodes.size(); ++n) {
     const auto& node = tree_.nodes[n];
@@ -164,7 +241,7 @@ void TreeView::paintEvent(QPaintEvent*) {
       if (last >= visible.top() && first <= visible.bottom()) painter.drawLine(QPointF(x, first), QPointF(x, last));
       continue;
     }
-    if (y < visible.top() || y > visible.bottom()) continue;
+    if (!namesShown || y < visible.top() || y > visible.bottom()) continue;
     const QString name = QString::fromStdString(node.name);
     const QRect box(static_cast<int>(x) + kNameGap - 2, static_cast<int>(y) - height / 2,
                     metrics.horizontalAdvance(name) + 4, height);

@@ -6,6 +6,8 @@
 #pragma once
 
 #include <QAbstractScrollArea>
+#include <functional>
+#include <string>
 #include <vector>
 
 #include "host/alignment.h"
@@ -25,6 +27,14 @@ struct RunGuideTree {
 // alignment's rows; an empty tree for any other report.
 RunGuideTree guideTreeOfRun(const ZemtraRunReport& report, const KARVO::Alignment& alignment);
 
+// tree without the leaves keep() refuses: inner nodes left with one child
+// give way to it (the branch lengths add up), nodes left with none go. An
+// empty tree when no leaf stays.
+KARVO::PhyloTree keepLeaves(const KARVO::PhyloTree& tree, const std::function<bool(const KARVO::PhyloNode&)>& keep);
+
+// The names of the leaves under node, top to bottom.
+std::vector<std::string> leafNamesUnder(const KARVO::PhyloTree& tree, int node);
+
 class TreeView : public QAbstractScrollArea {
   Q_OBJECT
 
@@ -43,8 +53,16 @@ class TreeView : public QAbstractScrollArea {
   // parent), the inner node whose vertical line lies within a few pixels of
   // it; -1 for none. leafPoint is the middle of a leaf's name.
   int leafAt(const QPoint& point) const;
+  // Leaf lines placed from outside, to stand beside other rows: the middle
+  // of the first leaf's line at firstLeafY (viewport coordinates), lines
+  // lineHeight apart, nothing drawn above clipTop; the tree then scrolls
+  // only through this call. A lineHeight of 0 goes back to the tree's own
+  // lines and scroll bar.
+  void followRows(int firstLeafY, int lineHeight, int clipTop = 0);
   int innerNodeAt(const QPoint& point) const;
   QPoint leafPoint(int node) const;
+  // Where node sits: a leaf's branch tip, an inner node's vertical line.
+  QPoint nodePoint(int node) const;
 
  signals:
   void leafClicked(int node);
@@ -68,6 +86,9 @@ class TreeView : public QAbstractScrollArea {
   double minX_ = 0.0;
   int namesWidth_ = 0;
   int currentLeaf_ = -1;
+  int followTop_ = 0;
+  int followHeight_ = 0;  // 0: own lines
+  int followClip_ = 0;
 };
 
 }  // namespace karvo_gui

@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QImage>
 #include <QPixmap>
+#include <QStatusBar>
 #include <QTest>
 #include <filesystem>
 #include <functional>
@@ -69,12 +70,17 @@ TEST_F(ScreenshotTest, TheParameterDialogIsPictured) {
   EXPECT_GE(image.width(), 300);
 }
 
-// The window's guide tree of a real run of the globins; a click on a leaf's
-// name makes its alignment row the current one.
-TEST_F(ScreenshotTest, GuideTreeShowsTheRunsPhylogramAndALeafClickPicksItsRow) {
+// The names of the alignment's rows, top to bottom.
+std::vector<std::string> rowNames(const KARVO::Alignment& alignment) {
+  std::vector<std::string> names;
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) names.push_back(alignment.GetSeqName(r));
+  return names;
+}
+
+// The window's guide tree of a real run of the globins: shown, it puts the
+// rows in its leaf order.
+TEST_F(ScreenshotTest, TheRunsGuideTreeOrdersTheRowsWhenShown) {
   MainWindow& window = windowWith("globins.fa", {testing::zemtraPluginDir()});
-  QAction* show = testing::action(window, "guideTreeAction");
-  EXPECT_FALSE(show->isEnabled());
   const auto run = window.alignment()->clone();
   run->selection = {0, run->columnCount()};
   const auto plugin = karvo_app::LoadedPlugin::open(ZEMTRA_PLUGIN_PATH);
@@ -83,23 +89,73 @@ TEST_F(ScreenshotTest, GuideTreeShowsTheRunsPhylogramAndALeafClickPicksItsRow) {
   ZemtraParameters parameters;
   parameters.writeLogFile = false;
   ASSERT_TRUE(plugin->executeWithParameters()(*run, parameters, quiet, &report));
-  window.setGuideTree(guideTreeOfRun(report, *run));
-  ASSERT_TRUE(show->isEnabled());
-  show->trigger();
-
-  TreeView& view = *window.treeView();
-  view.window()->resize(640, 260);
-  QCoreApplication::processEvents();
-  const std::vector<int> leaves = KARVO::leafOrder(view.tree());
+  window.setGuideTree(guideTreeOfRun(report, *run).tree);
+  EXPECT_EQ(rowNames(*window.alignment())[3], "HBD_HUMAN") << "a hidden tree leaves the rows alone";
+  testing::action(window, "guideTreeAction")->trigger();
+  const KARVO::PhyloTree& tree = window.treeView()->tree();
+  std::vector<std::string> leaves;
+  for (const int leaf : KARVO::leafOrder(tree)) leaves.push_back(tree.nodes[static_cast<std::size_t>(leaf)].name);
   ASSERT_EQ(leaves.size(), 7u);
-  const int hbd = leaves[1];  // HBB and HBD join first, so they lead the leaf order
-  ASSERT_EQ(view.tree().nodes[static_cast<std::size_t>(hbd)].name, "HBD_HUMAN");
-  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.leafPoint(hbd));
-  EXPECT_EQ(view.currentLeaf(), hbd);
-  EXPECT_EQ(window.view()->currentRow(), 3);
-  ASSERT_TRUE(view.window()->grab().save(screenshotPath("guide_tree.png"), "PNG"));
-  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, QPoint(2, 2));
-  EXPECT_EQ(window.view()->currentRow(), 3) << "a click beside the tree picks nothing";
+  EXPECT_EQ(leaves[1], "HBD_HUMAN");  // HBB and HBD join first, so they lead the leaf order
+  EXPECT_EQ(rowNames(*window.alignment()), leaves);
+}
+
+// A Newick file for the globins with a leaf of no sequence and a sequence of
+// no leaf: the panel's leaves stand beside their rows, at any zoom, and a
+// click on a node selects its sequences.
+TEST_F(ScreenshotTest, ANewickTreeDocksBesideTheNamesAndItsNodesSelectTheirRows) {
+  MainWindow& window = windowWith("globins.fa");
+  window.resize(1000, 560);
+  const QString path = QString::fromStdString(tmpDir() + "/globins.nwk");
+  const auto write = [&](const char* text) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text);
+  };
+  write(
+      "((HBA_HUMAN:0.1,HBA_HORSE:0.1):0.2,((HBB_HUMAN:0.05,(HBB_HORSE:0.1,EXTRA:0.3):0.05):0.1,\n"
+      "MYG_HUMAN:0.4):0.1,HBD_HUMAN:0.3);");
+  ASSERT_TRUE(window.openTree(path));
+  QCoreApplication::processEvents();
+  const std::vector<std::string> order{"HBA_HUMAN", "HBA_HORSE", "HBB_HUMAN", "HBB_HORSE",
+                                       "MYG_HUMAN", "HBD_HUMAN", "MYG_PHYMC"};
+  EXPECT_EQ(rowNames(*window.alignment()), order);
+  EXPECT_TRUE(window.statusBar()->currentMessage().contains(QStringLiteral("without a sequence, left out: 1;")));
+  TreeView& panel = *window.treeView();
+  const KARVO::PhyloTree& tree = panel.tree();
+  const std::vector<int> leaves = KARVO::leafOrder(tree);
+  ASSERT_EQ(leaves.size(), 6u);
+  AlignmentView& view = *window.view();
+  for (const int zoom : {AlignmentView::defaultZoom(), AlignmentView::defaultZoom() + 2}) {
+    view.setZoom(zoom);
+    QCoreApplication::processEvents();
+    for (unsigned long row : {0ul, 5ul})
+      EXPECT_EQ(panel.viewport()->mapToGlobal(panel.leafPoint(leaves[row])).y(),
+                view.viewport()->mapToGlobal(view.pointOfName(row)).y())
+          << "zoom " << zoom << ", row " << row;
+  }
+  view.setZoom(AlignmentView::defaultZoom());
+  QCoreApplication::processEvents();
+  ASSERT_TRUE(window.grab().save(screenshotPath("guide_tree_panel.png"), "PNG"));
+
+  QTest::mouseClick(panel.viewport(), Qt::LeftButton, {}, panel.leafPoint(leaves[4]));
+  EXPECT_EQ(view.selectedRows(), (RowRange{4, 5}));
+  EXPECT_EQ(view.currentRow(), 4);
+  const int hbb = tree.nodes[static_cast<std::size_t>(leaves[3])].parent;  // HBB_HUMAN, HBB_HORSE once EXTRA is gone
+  QTest::mouseClick(panel.viewport(), Qt::LeftButton, {}, panel.nodePoint(hbb));
+  EXPECT_EQ(view.selectedRows(), (RowRange{2, 4}));
+  // In the file's order HBD_HUMAN lies between the two: the covering block is selected.
+  window.undo();
+  QTest::mouseClick(panel.viewport(), Qt::LeftButton, {}, panel.nodePoint(hbb));
+  EXPECT_EQ(view.selectedRows(), (RowRange{2, 5}));
+  testing::action(window, "sortByGuideTreeAction")->trigger();
+  EXPECT_EQ(rowNames(*window.alignment()), order);
+
+  write("((HBA_HUMAN,HBA_HORSE),\n(HBB_HUMAN;");
+  EXPECT_FALSE(window.openTree(path));
+  ASSERT_EQ(reports_.size(), 1);
+  EXPECT_TRUE(reports_[0].contains(path + QStringLiteral(":2:"))) << reports_[0].toStdString();
+  EXPECT_EQ(rowNames(*window.alignment()), order);
 }
 
 TEST_F(ScreenshotTest, UnattendedModePicturesTheSelectionAndExits) {
