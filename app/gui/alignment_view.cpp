@@ -242,8 +242,10 @@ RowRange AlignmentView::selectedRows() const {
 }
 
 void AlignmentView::scrollToCell(unsigned long row, unsigned long column) {
-  verticalScrollBar()->setValue(static_cast<int>(std::min<unsigned long>(row, verticalScrollBar()->maximum())));
-  horizontalScrollBar()->setValue(static_cast<int>(std::min<unsigned long>(column, horizontalScrollBar()->maximum())));
+  verticalScrollBar()->setValue(
+      static_cast<int>(std::min<unsigned long>(row, static_cast<unsigned long>(verticalScrollBar()->maximum()))));
+  horizontalScrollBar()->setValue(
+      static_cast<int>(std::min<unsigned long>(column, static_cast<unsigned long>(horizontalScrollBar()->maximum()))));
 }
 
 unsigned long AlignmentView::firstVisibleRow() const {

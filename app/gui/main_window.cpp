@@ -334,9 +334,9 @@ void MainWindow::rebuildPluginMenu() {
     return;
   }
   for (int index = 0; index < static_cast<int>(plugins_.size()); ++index) {
-    const QString name = QString::fromStdString(pluginDisplayName(plugins_[index].name));
+    const QString name = QString::fromStdString(pluginDisplayName(plugins_[static_cast<std::size_t>(index)].name));
     QAction* action = pluginMenu_->addAction(name, this, [this, index] { runPlugin(index); });
-    action->setToolTip(QString::fromStdString(plugins_[index].path));
+    action->setToolTip(QString::fromStdString(plugins_[static_cast<std::size_t>(index)].path));
   }
 }
 
@@ -542,7 +542,7 @@ QStringList MainWindow::pluginNames() const {
 
 MainWindow::RunOutcome MainWindow::runPlugin(int index) {
   if (running_ || index < 0 || index >= static_cast<int>(plugins_.size())) return RunOutcome::Refused;
-  const QString name = QString::fromStdString(pluginDisplayName(plugins_[index].name));
+  const QString name = QString::fromStdString(pluginDisplayName(plugins_[static_cast<std::size_t>(index)].name));
   if (alignment_ == nullptr) {
     report(name, tr("Open an alignment before running %1.").arg(name));
     return RunOutcome::Refused;
@@ -555,7 +555,7 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
   Execute1Fn execute = nullptr;
   try {
     auto& plugin = loaded_[index];
-    if (!plugin) plugin = karvo_app::LoadedPlugin::open(plugins_[index].path);
+    if (!plugin) plugin = karvo_app::LoadedPlugin::open(plugins_[static_cast<std::size_t>(index)].path);
     execute = reinterpret_cast<Execute1Fn>(plugin->symbol("Execute1"));
   } catch (const karvo_app::PluginError& error) {
     loaded_.erase(index);
@@ -563,7 +563,9 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
     return RunOutcome::Failed;
   }
   if (execute == nullptr) {
-    report(name, tr("%1 does not export Execute1.").arg(QString::fromStdString(plugins_[index].path)));
+    report(
+        name,
+        tr("%1 does not export Execute1.").arg(QString::fromStdString(plugins_[static_cast<std::size_t>(index)].path)));
     return RunOutcome::Failed;
   }
 

@@ -124,7 +124,7 @@ TEST_F(FileTest, WithoutPluginsTheMenuSaysSo) {
 
 TEST_F(FileTest, ThePluginFolderOffersZemtra) {
   MainWindow& window = makeWindow({testing::zemtraPluginDir()});
-  const int zemtra = window.pluginNames().indexOf(QStringLiteral("Zemtra"));
+  const auto zemtra = static_cast<int>(window.pluginNames().indexOf(QStringLiteral("Zemtra")));
   ASSERT_GE(zemtra, 0);
   auto* menu = window.findChild<QMenu*>(QStringLiteral("pluginMenu"));
   EXPECT_EQ(menu->actions().at(zemtra)->text(), QStringLiteral("Zemtra"));

@@ -294,7 +294,7 @@ const ViewLook kLooks[] = {
         [](MainWindow& window, const QImage&) { EXPECT_EQ(window.view()->zoom(), AlignmentView::defaultZoom() + 2); }}};
 
 INSTANTIATE_TEST_SUITE_P(Window, ViewLookTest, ::testing::ValuesIn(kLooks),
-                         [](const ::testing::TestParamInfo<ViewLook>& info) { return std::string(info.param.name); });
+                         [](const ::testing::TestParamInfo<ViewLook>& look) { return std::string(look.param.name); });
 
 TEST_F(ScreenshotTest, UnattendedExportDrawsTheSelectedColumnsAsSvgOrPngWithTheChosenColours) {
   for (const char* name : {"export.svg", "export.png"}) {
