@@ -58,10 +58,13 @@ struct SaveFilter {
   QString extension;
 };
 
+// The formats the host library writes, by the extensions it recognises.
 const SaveFilter kSaveFilters[] = {
-    {QStringLiteral("FASTA (*.fa *.fasta *.fas *.faa)"), QStringLiteral(".fa")},
-    {QStringLiteral("Clustal (*.aln *.clustal)"), QStringLiteral(".aln")},
+    {QStringLiteral("FASTA (*.fa *.fasta *.fas *.afa)"), QStringLiteral(".fa")},
+    {QStringLiteral("Clustal (*.aln *.clw)"), QStringLiteral(".aln")},
     {QStringLiteral("MSF (*.msf)"), QStringLiteral(".msf")},
+    {QStringLiteral("Stockholm (*.sto *.stk)"), QStringLiteral(".sto")},
+    {QStringLiteral("PHYLIP (*.phy *.phylip)"), QStringLiteral(".phy")},
 };
 
 QString fileName(const QString& path) { return QFileInfo(path).fileName(); }
