@@ -165,20 +165,14 @@ TEST_F(AlignRun, SecondRunReplacesTheDefaultLogWithoutAsking) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(personal()), {}), 1);
 }
 
-TEST_F(AlignRun, SummaryNamesTheLogUnlessQuiet) {
-  const ProcessResult loud = karvo({"align", input(), "-o", dir / "out.fa"});
-  EXPECT_EQ(loud.err, "karvo: aligned 3 sequences in columns 1 to 47; run log: " + personal() + "/zemtra.log\n");
-  const ProcessResult quiet = karvo({"align", input(), "-o", dir / "out.fa", "--force", "--quiet"});
-  EXPECT_EQ(quiet.err, "");
-}
-
+// The one-line summary is in the bad-input catalogue's successful cases.
 TEST_F(AlignRun, VerboseShowsThePluginDiagnostics) {
   EXPECT_NE(karvo({"align", input(), "-q", "--verbose"}).err.find("Calculating Zemtra.\n"), std::string::npos);
 }
 
 using Progress = KarvoCli;
 
-// Without a terminal the summary test above sees no bar.
+// Without a terminal the catalogue's summaries show no bar.
 TEST_F(Progress, BarShownAtATerminalUnlessQuiet) {
   const ProcessResult result = karvo({"align", input(), "-o", dir / "out.fa"}, {.terminal = true});
   ASSERT_EQ(result.status, 0) << result.err;
