@@ -8,7 +8,10 @@
 
 #include "app/plugin_loader.h"
 #include "host/file_io.h"
-#include "scratch_dir.h"
+#include "tests/support/scratch_dir.h"
+
+using ztest::readFile;
+using ztest::ScratchDir;
 
 using namespace karvo_app;
 

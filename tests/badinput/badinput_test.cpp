@@ -9,7 +9,10 @@
 
 #include "catalogue.h"
 #include "karvo_process.h"
-#include "scratch_dir.h"
+#include "tests/support/scratch_dir.h"
+
+using ztest::readFile;
+using ztest::ScratchDir;
 
 namespace {
 
@@ -119,6 +122,10 @@ class BadInput : public testing::TestWithParam<CatalogueCase> {
       } else if (step == "log-symlink") {
         dir_.write("target.txt", "not a log\n");
         fs::create_symlink(dir_ / "target.txt", personal_ + "/zemtra.log");
+      } else if (step == "personal-symlink") {
+        fs::remove(personal_);
+        fs::create_directory(dir_ / "real");
+        fs::create_directory_symlink(dir_ / "real", personal_);
       } else if (step == "stdout-dev-full") {
         stdoutPath_ = "/dev/full";
       } else if (step == "no-display") {
@@ -181,8 +188,8 @@ TEST_P(BadInput, EndsWithItsMessageAndStatus) {
   const std::string log = readFile(personal_ + "/zemtra.log");
   for (const std::string& part : c.logHas) EXPECT_NE(log.find(part), std::string::npos) << part;
   for (const std::string& part : c.logLacks) EXPECT_EQ(log.find(part), std::string::npos) << part;
-  for (const std::string& file : c.filesExist) EXPECT_TRUE(fileExists(expand(file))) << expand(file);
-  for (const std::string& file : c.filesAbsent) EXPECT_FALSE(fileExists(expand(file))) << expand(file);
+  for (const std::string& file : c.filesExist) EXPECT_TRUE(std::filesystem::exists(expand(file))) << expand(file);
+  for (const std::string& file : c.filesAbsent) EXPECT_FALSE(std::filesystem::exists(expand(file))) << expand(file);
   if (has(c.setup, "log-symlink")) {
     EXPECT_EQ(readFile(dir_ / "target.txt"), "not a log\n") << "the log was written through a symbolic link";
   }

@@ -6,7 +6,7 @@
 #include "host/alignment_io.h"
 #include "host/gzip.h"
 #include "host/input_notes.h"
-#include "temp_dir.h"
+#include "tests/support/scratch_dir.h"
 
 namespace {
 
@@ -111,7 +111,7 @@ TEST(ReadStockholm, SkipsMarkupAndKeepsDescriptions) {
 }
 
 TEST(ReadAlignmentFile, NamesAMissingFile) {
-  TempDir dir;
+  ztest::ScratchDir dir;
   try {
     KARVO::readAlignmentFile(dir / "none.fa");
     FAIL() << "accepted";

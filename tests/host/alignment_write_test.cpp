@@ -12,7 +12,7 @@
 #include "host/alignment_formats.h"
 #include "host/alignment_io.h"
 #include "host/gzip.h"
-#include "temp_dir.h"
+#include "tests/support/scratch_dir.h"
 
 namespace {
 
@@ -52,7 +52,8 @@ TEST(WriteFormats, MatchTheirGoldenFiles) {
                                                              {AlignmentFormat::Stockholm, "small.sto"},
                                                              {AlignmentFormat::Phylip, "small.phy"}};
   for (const auto& [format, file] : goldens) {
-    EXPECT_EQ(written(*a, format), slurp(ZEMTRA_SOURCE_DIR "/tests/data/formats/" + std::string(file))) << file;
+    EXPECT_EQ(written(*a, format), ztest::readFile(ZEMTRA_SOURCE_DIR "/tests/data/formats/" + std::string(file)))
+        << file;
   }
 }
 
@@ -122,7 +123,7 @@ class AtomicWrite : public testing::Test {
     }
     return "no error";
   }
-  TempDir dir;
+  ztest::ScratchDir dir;
   std::unique_ptr<Alignment> a = small();
 };
 
@@ -131,14 +132,14 @@ TEST_F(AtomicWrite, ReplacesTheTargetKeepingItsModeAndLeavesNothingElse) {
   spit(target, "old");
   ::chmod(target.c_str(), 0640);
   KARVO::writeAlignmentFile(target, *a, AlignmentFormat::Fasta);
-  EXPECT_EQ(slurp(target), written(*a, AlignmentFormat::Fasta));
+  EXPECT_EQ(ztest::readFile(target), written(*a, AlignmentFormat::Fasta));
   EXPECT_EQ(fs::status(target).permissions(), fs::perms(0640));
   EXPECT_THAT(entries(dir.path()), ElementsAre("out.fa"));
 }
 
 TEST_F(AtomicWrite, CompressesANameEndingInGz) {
   KARVO::writeAlignmentFile(dir / "out.sto.gz", *a, AlignmentFormat::Stockholm);
-  EXPECT_EQ(KARVO::gunzip(slurp(dir / "out.sto.gz")), written(*a, AlignmentFormat::Stockholm));
+  EXPECT_EQ(KARVO::gunzip(ztest::readFile(dir / "out.sto.gz")), written(*a, AlignmentFormat::Stockholm));
   EXPECT_THAT(entries(dir.path()), ElementsAre("out.sto.gz"));
 }
 
@@ -147,7 +148,7 @@ TEST_F(AtomicWrite, ReplacesTheFileBehindASymbolicLink) {
   fs::create_symlink("real.fa", dir / "link.fa");
   KARVO::writeAlignmentFile(dir / "link.fa", *a, AlignmentFormat::Fasta);
   EXPECT_TRUE(fs::is_symlink(dir / "link.fa"));
-  EXPECT_EQ(slurp(dir / "real.fa"), written(*a, AlignmentFormat::Fasta));
+  EXPECT_EQ(ztest::readFile(dir / "real.fa"), written(*a, AlignmentFormat::Fasta));
 }
 
 TEST_F(AtomicWrite, FailsForAMissingFolder) {
@@ -160,7 +161,7 @@ TEST_F(AtomicWrite, FailsOverADirectoryAndRemovesItsTemporaryFile) {
   spit(dir / "out.fa/kept", "x");
   EXPECT_EQ(messageOf(dir / "out.fa"), "cannot write " + (dir / "out.fa") + ": Is a directory");
   EXPECT_THAT(entries(dir.path()), ElementsAre("out.fa"));
-  EXPECT_EQ(slurp(dir / "out.fa/kept"), "x");
+  EXPECT_EQ(ztest::readFile(dir / "out.fa/kept"), "x");
 }
 
 TEST_F(AtomicWrite, FailsCleanlyOnAFullDevice) {
@@ -182,7 +183,7 @@ TEST_F(AtomicWrite, KeepsTheTargetWhenWritingStopsHalfway) {
   ::setrlimit(RLIMIT_FSIZE, &old);
   std::signal(SIGXFSZ, oldHandler);
   EXPECT_EQ(message, "cannot write " + target + ": File too large");
-  EXPECT_EQ(slurp(target), "old content");
+  EXPECT_EQ(ztest::readFile(target), "old content");
   EXPECT_THAT(entries(dir.path()), ElementsAre("out.fa"));
 }
 
@@ -191,7 +192,7 @@ TEST_F(AtomicWrite, FailsInAFolderWithoutWritePermission) {
   spit(dir / "out.fa", "old");
   ::chmod(dir.path().c_str(), 0500);
   EXPECT_EQ(messageOf(dir / "out.fa"), "cannot write " + (dir / "out.fa") + ": Permission denied");
-  EXPECT_EQ(slurp(dir / "out.fa"), "old");
+  EXPECT_EQ(ztest::readFile(dir / "out.fa"), "old");
 }
 
 }  // namespace

@@ -4,10 +4,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <vector>
 
 #include "host/config.h"
 #include "host/logger.h"
-#include "temp_dir.h"
+#include "tests/support/scratch_dir.h"
 
 namespace {
 
@@ -22,45 +24,43 @@ unsigned modeOf(const std::string& path) {
 // Every test starts without any of the variables that choose the folder.
 class PersonalTmpDir : public testing::Test {
  protected:
-  TempDir base;
-  ScopedEnv tmp{"KARVO_TMPDIR", std::nullopt};
-  ScopedEnv runtime{"XDG_RUNTIME_DIR", std::nullopt};
-  ScopedEnv home{"HOME", base.path()};
-  ScopedEnv verbose{"KARVO_VERBOSE", std::nullopt};
+  ztest::ScratchDir base;
+  ztest::ScopedEnv tmp{"KARVO_TMPDIR", std::nullopt};
+  ztest::ScopedEnv runtime{"XDG_RUNTIME_DIR", std::nullopt};
+  ztest::ScopedEnv home{"HOME", base.path()};
+  ztest::ScopedEnv verbose{"KARVO_VERBOSE", std::nullopt};
 };
 
-TEST_F(PersonalTmpDir, HonoursKarvoTmpdirAsGiven) {
-  ScopedEnv chosen("KARVO_TMPDIR", base / "mine");
-  EXPECT_EQ(Config::GetPersonalTmpDir(), base / "mine");
-  EXPECT_EQ(modeOf(base / "mine"), 0700u);
-}
-
-TEST_F(PersonalTmpDir, IgnoresAnEmptyKarvoTmpdir) {
-  ScopedEnv chosen("KARVO_TMPDIR", "");
-  ScopedEnv xdg("XDG_RUNTIME_DIR", base / "run");
-  EXPECT_EQ(Config::GetPersonalTmpDir(), base / "run/karvo");
-}
-
-TEST_F(PersonalTmpDir, UsesTheRuntimeDirectory) {
-  fs::create_directory(base / "run");
-  ScopedEnv xdg("XDG_RUNTIME_DIR", base / "run");
-  EXPECT_EQ(Config::GetPersonalTmpDir(), base / "run/karvo");
-  EXPECT_EQ(modeOf(base / "run/karvo"), 0700u);
-}
-
-TEST_F(PersonalTmpDir, DefaultsToTheHomeCacheCreatingParents) {
-  EXPECT_EQ(Config::GetPersonalTmpDir(), base / ".cache/karvo");
-  EXPECT_EQ(modeOf(base / ".cache"), 0700u);
-  EXPECT_EQ(modeOf(base / ".cache/karvo"), 0700u);
+// KARVO_TMPDIR when not empty, else the runtime directory, else the home
+// cache; every folder made on the way is private.
+TEST_F(PersonalTmpDir, ChoosesTheFirstGivenPlaceAndMakesItPrivate) {
+  const struct {
+    std::optional<std::string> chosen, runtime;
+    std::string expected;
+    std::vector<std::string> private_;
+  } cases[] = {
+      {"mine", "run", "mine", {"mine"}},
+      {"", "run", "run/karvo", {"run/karvo"}},
+      {std::nullopt, "run", "run/karvo", {"run/karvo"}},
+      {std::nullopt, std::nullopt, ".cache/karvo", {".cache", ".cache/karvo"}},
+  };
+  for (const auto& c : cases) {
+    ztest::ScratchDir dir;
+    ztest::ScopedEnv homeHere("HOME", dir.path());
+    ztest::ScopedEnv chosen("KARVO_TMPDIR", c.chosen && !c.chosen->empty() ? dir / *c.chosen : c.chosen);
+    ztest::ScopedEnv runtime("XDG_RUNTIME_DIR", c.runtime ? std::optional(dir / *c.runtime) : std::nullopt);
+    EXPECT_EQ(Config::GetPersonalTmpDir(), dir / c.expected);
+    for (const std::string& folder : c.private_) EXPECT_EQ(modeOf(dir / folder), 0700u) << folder;
+  }
 }
 
 TEST_F(PersonalTmpDir, LocatingReportsWhetherTheDirectoryIsRefusedWithoutWriting) {
-  ScopedEnv chosen("KARVO_TMPDIR", base / "mine");
+  ztest::ScopedEnv chosen("KARVO_TMPDIR", base / "mine");
   const Config::PersonalTmpDir usable = Config::LocatePersonalTmpDir();
   EXPECT_EQ(usable.path, base / "mine");
   EXPECT_EQ(usable.refusal, "");
   fs::create_directories(base / "elsewhere");
-  ScopedEnv linked("KARVO_TMPDIR", base / "link");
+  ztest::ScopedEnv linked("KARVO_TMPDIR", base / "link");
   fs::create_directory_symlink(base / "elsewhere", base / "link");
   testing::internal::CaptureStderr();
   const Config::PersonalTmpDir found = Config::LocatePersonalTmpDir();
@@ -86,7 +86,7 @@ TEST_F(PersonalTmpDir, RefusesADirectoryOfAnotherUser) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can give a directory away";
   fs::create_directory(base / "theirs");
   ASSERT_EQ(::chown((base / "theirs").c_str(), 12345, 12345), 0);
-  ScopedEnv chosen("KARVO_TMPDIR", base / "theirs");
+  ztest::ScopedEnv chosen("KARVO_TMPDIR", base / "theirs");
   testing::internal::CaptureStderr();
   EXPECT_EQ(Config::GetPersonalTmpDir(), "/dev/null" + (base / "theirs"));
   testing::internal::GetCapturedStderr();
@@ -94,7 +94,7 @@ TEST_F(PersonalTmpDir, RefusesADirectoryOfAnotherUser) {
 
 class LoggerTest : public PersonalTmpDir {
  protected:
-  ScopedEnv chosen{"KARVO_TMPDIR", base / "log"};
+  ztest::ScopedEnv chosen{"KARVO_TMPDIR", base / "log"};
   std::string kept;
   void SetUp() override {
     Logger::SetSink([this](std::string_view piece) { kept.append(piece); });
@@ -125,16 +125,14 @@ TEST_F(LoggerTest, WithoutASinkNothingIsKeptAnywhere) {
   EXPECT_FALSE(fs::exists(base / "log"));
 }
 
-TEST_F(LoggerTest, CopiesToStandardErrorOnlyWhenVerbose) {
+TEST_F(LoggerTest, CopiesToStandardErrorOnlyWhenVerboseOrAskedForInTheEnvironment) {
   testing::internal::CaptureStderr();
   Logger::Write("quiet");
   Logger::SetVerbose(true);
   Logger::Write("loud");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "loud\n");
-}
-
-TEST_F(LoggerTest, VerboseFromTheEnvironment) {
-  ScopedEnv on("KARVO_VERBOSE", "1");
+  Logger::SetVerbose(false);
+  ztest::ScopedEnv on("KARVO_VERBOSE", "1");
   testing::internal::CaptureStderr();
   Logger::Write("loud");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "loud\n");

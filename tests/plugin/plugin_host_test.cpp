@@ -200,19 +200,26 @@ TEST_F(PluginHost, OnePrealignedSequenceIsPackedLikeAnyOther) {
   EXPECT_EQ(rowsOf(*alignment), (std::vector<std::string>{"ACD", "KLM"}));
 }
 
-TEST_F(PluginHost, RunIsRefusedWithoutARange) {
-  auto alignment = alignmentOf(kExample);
-  alignment->selection = {2, 2};
-  EXPECT_FALSE(execute1(*alignment, {acceptDialog()}));
-  EXPECT_EQ(rowsOf(*alignment), kExample);
-  EXPECT_EQ(debugLines().last(), "No range set for alignment");
-}
-
-TEST_F(PluginHost, RunIsRefusedWhenOnlyPrealignedRowsHaveResidues) {
-  auto alignment = alignmentOf({"AC-D", "-KLM", "----"});
-  EXPECT_FALSE(execute1(*alignment, {setPrealigned(2)}));
-  EXPECT_EQ(rowsOf(*alignment), (std::vector<std::string>{"AC-D", "-KLM", "----"}));
-  EXPECT_EQ(debugLines().last(), "No additional sequences to align");
+// Each refusal comes before anything changes or a log is written.
+TEST_F(PluginHost, RunsWithoutAnythingToAlignAreRefused) {
+  const struct {
+    std::vector<std::string> rows;
+    KARVO::ColumnRange selection;
+    int prealigned;
+    QString message;
+  } cases[] = {
+      {kExample, {2, 2}, 0, "No range set for alignment"},
+      {{"AC-D", "-KLM", "----"}, {0, 4}, 2, "No additional sequences to align"},
+      {{"A-C", "---"}, {0, 3}, 0, "Fewer than two sequences to align"},
+  };
+  for (const auto& c : cases) {
+    auto alignment = alignmentOf(c.rows);
+    alignment->selection = c.selection;
+    EXPECT_FALSE(execute1(*alignment, {setPrealigned(c.prealigned)}));
+    EXPECT_EQ(rowsOf(*alignment), c.rows);
+    EXPECT_EQ(debugLines().last(), c.message);
+    EXPECT_FALSE(QFile::exists(logPath()));
+  }
 }
 
 TEST_F(PluginHost, AlignmentWithoutColumnsAllowsNoPrealignedRowsAndChangesNothing) {
@@ -228,14 +235,6 @@ TEST_F(PluginHost, AlignmentWithoutColumnsAllowsNoPrealignedRowsAndChangesNothin
   alignment->selection = {0, 3};
   EXPECT_FALSE(execute1(*alignment, {acceptDialog()}));
   EXPECT_EQ(debugLines().last(), "No additional sequences to align");
-}
-
-TEST_F(PluginHost, SingleSequenceIsRefusedBeforeAnythingChanges) {
-  auto alignment = alignmentOf({"A-C", "---"});
-  EXPECT_FALSE(execute1(*alignment, {acceptDialog()}));
-  EXPECT_EQ(rowsOf(*alignment), (std::vector<std::string>{"A-C", "---"}));
-  EXPECT_EQ(debugLines().last(), "Fewer than two sequences to align");
-  EXPECT_FALSE(QFile::exists(logPath()));
 }
 
 // ---- ExecuteWithParameters: no dialog, everything through the interaction --

@@ -9,6 +9,7 @@
 #include "host/logger.h"
 #include "run/headless_run_interaction.h"
 #include "run_fixtures.h"
+#include "tests/support/golden.h"
 
 using run_test::PersonalTmpDir;
 using run_test::readFile;
@@ -21,19 +22,7 @@ constexpr int kGap = 40;
 constexpr int kStrmat = 0;
 
 // Banner and penalty block of every run with gap 40.
-const std::string kOpening =
-    "\n"
-    "***************************************************************************\n"
-    "***************************************************************************\n"
-    "*      [version 4.0 (kbt:24-06-90) (last update: 21-10-94)] \n"
-    "***************************************************************************\n"
-    "***************************************************************************\n"
-    "\n"
-    "\n"
-    "    Penalty: 40\n"
-    "\n"
-    "***************************************************************************\n"
-    "\n";
+const std::string kOpening = ztest::readFile(ztest::goldenPath("run/opening_gap40.log"));
 
 class RunTest : public ::testing::Test {
  protected:
@@ -77,33 +66,16 @@ RunInputs threeSequences() { return RunInputs({"first", "second", "third"}, {"WA
 
 // --- two sequences -----------------------------------------------------------
 
-TEST_F(RunTest, TwoSequenceLogIsWrittenInFull) {
+TEST_F(RunTest, TwoSequenceRunWritesItsLogAndThePairwiseAlignmentBack) {
   RunInputs in = twoSequences();
   run(in);
-  const std::string stars(75, '*');
-  const std::string header = "\n\n             [  1] [  2]\n\n";
-  EXPECT_EQ(readFile(tmp.file("zemtra.log")),
-            kOpening + "\n" + std::string(75, '_') + "\n\nSimilarity score =    151\nNormalized score =     67.6\n" +
-                "\n\n" + stars + "\n************************ Pairwise comparison statistics: ******************\n" +
-                stars + "\n\nPercentage identities:" + header + "  1-seqA     100.0 100.0\n  2-seqB     100.0 100.0" +
-                "\n\nNormalized alignment scores (NAS = 100.0 * Sreal/Smax):" + header +
-                "  1-seqA     100.0  67.6\n  2-seqB      67.6 100.0" + "\n" + "\n\n");
-}
-
-TEST_F(RunTest, TwoSequenceRunWritesThePairwiseAlignmentBack) {
-  RunInputs in = twoSequences();
-  run(in);
+  ztest::expectGolden("run/two_sequences.log", readFile(tmp.file("zemtra.log")));
   EXPECT_TRUE(ok);
   EXPECT_EQ(details.outcome, RunOutcome::Completed);
   EXPECT_EQ(in.row(0), "WAC-");
   EXPECT_EQ(in.row(1), "W-C-");
   EXPECT_EQ(in.len[1], 4u);
   EXPECT_TRUE(details.history.joins.empty());
-}
-
-TEST_F(RunTest, TwoSequenceProgressGoesFromZeroToTheTotal) {
-  RunInputs in = twoSequences();
-  run(in);
   EXPECT_EQ(progressValues, (std::vector<int>{0, 2}));
   EXPECT_EQ(progressTotal, 2);
   EXPECT_FALSE(interaction.progressActive());
@@ -117,7 +89,7 @@ TEST_F(RunTest, PercentSignsInNamesReachTheFileUnchanged) {
 
 // --- more sequences ----------------------------------------------------------
 
-TEST_F(RunTest, ThreeSequenceLogContinuesWithTreeAndStatistics) {
+TEST_F(RunTest, ThreeSequenceRunLogsTreeAndStatisticsAndAlignsAllRowsToOneLength) {
   RunInputs in = threeSequences();
   run(in);
   const std::string log = readFile(tmp.file("zemtra.log"));
@@ -133,24 +105,14 @@ TEST_F(RunTest, ThreeSequenceLogContinuesWithTreeAndStatistics) {
   EXPECT_EQ(log.find("Similarity score = "), std::string::npos);
   const std::string ending = "\n\n" + std::string(76, '*') + "\n\n";
   EXPECT_EQ(log.substr(log.size() - ending.size()), ending);
-}
-
-TEST_F(RunTest, ThreeSequenceProgressCountsPairsTreeAndEnd) {
-  RunInputs in = threeSequences();
-  run(in);
-  EXPECT_EQ(progressValues, (std::vector<int>{0, 1, 2, 3, 4}));
-  EXPECT_EQ(progressTotal, 4);
-  EXPECT_FALSE(interaction.progressActive());
-}
-
-TEST_F(RunTest, ThreeSequenceRunAlignsAllRowsToOneLength) {
-  RunInputs in = threeSequences();
-  run(in);
   EXPECT_TRUE(ok);
   EXPECT_EQ(details.history.joins.size(), 2u);
   EXPECT_EQ(in.len[1], in.len[0]);
   EXPECT_EQ(in.len[2], in.len[0]);
-  EXPECT_EQ(loggerText, readFile(tmp.file("zemtra.log")));
+  EXPECT_EQ(loggerText, log);
+  EXPECT_EQ(progressValues, (std::vector<int>{0, 1, 2, 3, 4}));
+  EXPECT_EQ(progressTotal, 4);
+  EXPECT_FALSE(interaction.progressActive());
 }
 
 TEST_F(RunTest, UnscorableSequencesStillComplete) {
@@ -173,7 +135,7 @@ TEST_F(RunTest, AllPrealignedRowsAreMeasuredAsTheyStand) {
   EXPECT_NE(log.find(identities, log.find(" Multiple comparison statistics: ")), std::string::npos);
 }
 
-// --- cancellation ------------------------------------------------------------
+// --- cancellation (when it is noticed is the pairwise phase's test) -------------
 
 TEST_F(RunTest, CancelIsNoticedAtTheNextRowStart) {
   RunInputs in = threeSequences();
@@ -186,23 +148,6 @@ TEST_F(RunTest, CancelIsNoticedAtTheNextRowStart) {
   EXPECT_EQ(readFile(tmp.file("zemtra.log")), kOpening + "\nzemtra:: Process was cancelled ");
   EXPECT_EQ(loggerText, kOpening + "\nzemtra:: Process was cancelled \n");
   EXPECT_EQ(in.row(1), "WACE-");
-}
-
-TEST_F(RunTest, CancelBeforeTheFirstRowAlignsNoPair) {
-  RunInputs in = twoSequences();
-  interaction.cancel();
-  run(in);
-  EXPECT_TRUE(progressValues.empty());
-  EXPECT_EQ(readFile(tmp.file("zemtra.log")), kOpening + "\nzemtra:: Process was cancelled ");
-}
-
-TEST_F(RunTest, CancelDuringTheLastRowIsNotNoticed) {
-  RunInputs in = threeSequences();
-  cancelAtPair(2);
-  run(in);
-  EXPECT_TRUE(ok);
-  EXPECT_EQ(details.outcome, RunOutcome::Completed);
-  EXPECT_EQ(progressValues, (std::vector<int>{0, 1, 2, 3, 4}));
 }
 
 // --- the log's place ---------------------------------------------------------
