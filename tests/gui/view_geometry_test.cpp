@@ -8,7 +8,10 @@
 namespace karvo_gui {
 namespace {
 
-TEST(VisibleSpan, CountsACellCutOffByTheEdgeAndStopsAtTheLastCell) {
+// A visible span counts a cell cut off by the edge and stops at the last
+// cell. Ruler drags outside the columns are clamped; every tenth column is
+// numbered, counting from one.
+TEST(ViewGeometry, VisibleSpansAndTheRuler) {
   const VisibleSpan span = visibleSpan({.offset = 10, .extentPixels = 95, .cellPixels = 10, .total = 1000});
   EXPECT_EQ(span.first, 10u);
   EXPECT_EQ(span.count, 10u);
@@ -17,11 +20,6 @@ TEST(VisibleSpan, CountsACellCutOffByTheEdgeAndStopsAtTheLastCell) {
   EXPECT_EQ(visibleSpan({.offset = 0, .extentPixels = 0, .cellPixels = 10, .total = 100}).count, 0u);
   EXPECT_EQ(visibleSpan({.offset = 0, .extentPixels = 300, .cellPixels = 10, .total = 0}).count, 0u);
   EXPECT_EQ(visibleSpan({.offset = 100, .extentPixels = 300, .cellPixels = 10, .total = 100}).count, 0u);
-}
-
-// Pointer positions outside the columns are clamped; every tenth column is
-// numbered, counting from one.
-TEST(Ruler, ClampsDragsAndNumbersEveryTenthColumn) {
   EXPECT_EQ(columnAtPixel(25, 100, 10, 1000), 102u);
   EXPECT_EQ(columnAtPixel(-40, 100, 10, 1000), 100u);
   EXPECT_EQ(columnAtPixel(5000, 100, 10, 120), 119u);
