@@ -64,22 +64,19 @@ class ViewTest : public ::testing::Test {
   AlignmentView view;
 };
 
-TEST_F(ViewTest, AClickOnTheRulerSelectsThatColumnInTheAlignment) {
+// A click selects one column, a drag from press to release in either
+// direction, shift extends from the first click or a selection made
+// elsewhere, and Escape clears.
+TEST_F(ViewTest, TheRulerSelectsColumnsInTheAlignment) {
   QSignalSpy changes(&view, &AlignmentView::selectionChanged);
   dragOnRuler(view, 4, 4);
   EXPECT_EQ(view.selection(), (KARVO::ColumnRange{4, 5}));
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{4, 5}));
   EXPECT_EQ(changes.count(), 1);
-}
-
-TEST_F(ViewTest, DraggingSelectsFromPressToReleaseInEitherDirection) {
   dragOnRuler(view, 3, 20);
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{3, 21}));
   dragOnRuler(view, 30, 12);
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{12, 31}));
-}
-
-TEST_F(ViewTest, ShiftClickExtendsFromTheFirstClickOrASelectionMadeElsewhere) {
   dragOnRuler(view, 10, 10);
   dragOnRuler(view, 25, 25, Qt::ShiftModifier);
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{10, 26}));
@@ -88,6 +85,8 @@ TEST_F(ViewTest, ShiftClickExtendsFromTheFirstClickOrASelectionMadeElsewhere) {
   view.setSelection({5, 9});
   dragOnRuler(view, 15, 15, Qt::ShiftModifier);
   EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{5, 16}));
+  QTest::keyClick(&view, Qt::Key_Escape);
+  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{0, 0}));
 }
 
 TEST_F(ViewTest, CellsAndNamesSelectBlocksAndOnlyAnInteractiveViewChangesTheSelection) {
@@ -116,17 +115,18 @@ TEST_F(ViewTest, DraggingPastTheRightEdgeScrollsAndKeepsSelecting) {
   QTest::mouseRelease(surface, Qt::LeftButton, Qt::NoModifier, outside);
   EXPECT_GT(view.firstVisibleColumn(), 0u);
   const unsigned long lastVisible =
-      view.firstVisibleColumn() + (surface->width() - view.namesWidth()) / view.cellWidth();
+      view.firstVisibleColumn() + static_cast<unsigned long>((surface->width() - view.namesWidth()) / view.cellWidth());
   EXPECT_EQ(alignment->selection.first, 2u);
   EXPECT_GE(alignment->selection.second, lastVisible);
 }
 
-TEST_F(ViewTest, ASelectionOffScreenIsScrolledIntoView) {
-  view.setSelection({1200, 1210});
-  EXPECT_EQ(view.firstVisibleColumn(), 1200u);
-}
-
-TEST_F(ViewTest, ArrowAndPageKeysScroll) {
+// Scrolling stops when the last column and row are wholly visible; keys
+// scroll; a selection off screen is scrolled into view.
+TEST_F(ViewTest, KeysAndOffScreenSelectionsScroll) {
+  const int gridWidth = view.viewport()->width() - view.namesWidth();
+  const int gridHeight = view.viewport()->height() - view.rulerHeight() - view.annotationHeight();
+  EXPECT_EQ(view.horizontalScrollBar()->maximum(), static_cast<int>(kColumns) - gridWidth / view.cellWidth());
+  EXPECT_EQ(view.verticalScrollBar()->maximum(), static_cast<int>(kRows) - gridHeight / view.cellHeight());
   QTest::keyClick(&view, Qt::Key_Right);
   EXPECT_EQ(view.firstVisibleColumn(), 1u);
   QTest::keyClick(&view, Qt::Key_Down);
@@ -139,19 +139,8 @@ TEST_F(ViewTest, ArrowAndPageKeysScroll) {
   QTest::keyClick(&view, Qt::Key_Home, Qt::ControlModifier);
   EXPECT_EQ(view.firstVisibleRow(), 0u);
   EXPECT_EQ(view.firstVisibleColumn(), 0u);
-}
-
-TEST_F(ViewTest, ScrollingStopsWhenTheLastColumnAndRowAreWhollyVisible) {
-  const int gridWidth = view.viewport()->width() - view.namesWidth();
-  const int gridHeight = view.viewport()->height() - view.rulerHeight() - view.annotationHeight();
-  EXPECT_EQ(view.horizontalScrollBar()->maximum(), static_cast<int>(kColumns) - gridWidth / view.cellWidth());
-  EXPECT_EQ(view.verticalScrollBar()->maximum(), static_cast<int>(kRows) - gridHeight / view.cellHeight());
-}
-
-TEST_F(ViewTest, EscapeClearsTheSelection) {
-  view.setSelection({5, 9});
-  QTest::keyClick(&view, Qt::Key_Escape);
-  EXPECT_EQ(alignment->selection, (KARVO::ColumnRange{0, 0}));
+  view.setSelection({1200, 1210});
+  EXPECT_EQ(view.firstVisibleColumn(), 1200u);
 }
 
 TEST_F(ViewTest, VisibleCellsArePaintedInTheirResidueColoursWhereverScrolled) {
@@ -166,28 +155,28 @@ TEST_F(ViewTest, VisibleCellsArePaintedInTheirResidueColoursWhereverScrolled) {
   }
 }
 
-TEST_F(ViewTest, SelectedColumnsAreShaded) {
+// Selected columns are shaded: row 0, column 0 is a gap, blank unless
+// selected. Reloading shows the alignment as it is now.
+TEST_F(ViewTest, SelectedColumnsAreShadedAndAReloadShowsTheAlignmentAsItIsNow) {
   view.setSelection({0, 3});
-  const QImage image = picture();
-  // Row 0, column 0 is a gap: blank unless selected.
+  QImage image = picture();
   ASSERT_EQ(alignment->rowText(0)[0], '-');
   EXPECT_NE(cellCorner(image, 0, 0).rgb(), view.palette().color(QPalette::Base).rgb());
-  const char outside = alignment->rowText(1)[5];
-  EXPECT_EQ(cellCorner(image, 1, 5).rgb(), residueClassColor(residueClass(outside)).rgb());
-}
+  expectCellsAsInAlignment(image, 1, 5);
 
-TEST_F(ViewTest, ReloadingShowsTheAlignmentAsItIsNow) {
   alignment->packRow(0, {0, 22});
   alignment->selection = {0, 22};
   view.reloadAlignment();
   EXPECT_EQ(view.selection(), (KARVO::ColumnRange{0, 22}));
   view.setSelection({});
-  const QImage image = picture();
+  image = picture();
   for (unsigned long column : {0ul, 10ul, 20ul, 21ul}) expectCellsAsInAlignment(image, 0, column);
   EXPECT_EQ(alignment->rowText(0)[21], '-');
 }
 
-TEST(EmptyView, PaintsWithoutAnAlignmentOrColumns) {
+// An empty view paints with or without an alignment; long names are elided
+// in the middle so that their ends stay apart.
+TEST(ViewWithoutAGrid, PaintsEmptyAndElidesLongNamesInTheMiddle) {
   AlignmentView view;
   view.resize(300, 200);
   EXPECT_FALSE(view.viewport()->grab().isNull());
@@ -196,12 +185,9 @@ TEST(EmptyView, PaintsWithoutAnAlignmentOrColumns) {
   EXPECT_FALSE(view.viewport()->grab().isNull());
   dragOnRuler(view, 0, 3);
   EXPECT_EQ(view.selection(), (KARVO::ColumnRange{0, 0}));
-}
 
-TEST(ViewNames, LongNamesAreElidedInTheMiddleSoTheirEndsStayApart) {
   const std::string stem(40, 'A');
   auto alignment = KARVO::Alignment::fromRows({{stem + "_end1", ""}, {stem + "_end2", ""}}, {"MK", "MK"});
-  AlignmentView view;
   view.setAlignment(alignment.get());
   const std::string svg = view.figureSvg({}, {});
   EXPECT_NE(svg.find("_end1</text>"), std::string::npos);

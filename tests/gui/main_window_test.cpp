@@ -35,7 +35,10 @@ QString statusText(const MainWindow& window) {
 
 class FileTest : public WindowTest {};
 
-TEST_F(FileTest, OpeningAFileShowsItsSequences) {
+// A file opens with no selection; a ruler drag shows in the status bar; a file
+// that cannot be read is reported and the open alignment stays; the recent
+// files list the newest first.
+TEST_F(FileTest, OpeningSelectingAndABadFile) {
   MainWindow& window = windowWith("globins.fa");
   ASSERT_NE(window.alignment(), nullptr);
   EXPECT_EQ(window.alignment()->sequenceCount(), 7u);
@@ -43,10 +46,16 @@ TEST_F(FileTest, OpeningAFileShowsItsSequences) {
   EXPECT_TRUE(window.windowTitle().startsWith(QStringLiteral("globins.fa")));
   EXPECT_FALSE(window.isWindowModified());
   EXPECT_EQ(statusText(window), QStringLiteral("no columns selected"));
-}
+  dragOnRuler(*window.view(), 11, 39);
+  EXPECT_EQ(statusText(window), QStringLiteral("columns 12\u201340 selected"));
+  EXPECT_EQ(window.alignment()->selection, (KARVO::ColumnRange{11, 40}));
+  // A command-line span must lie within the alignment.
+  const unsigned long columns = window.alignment()->columnCount();
+  EXPECT_TRUE(window.selectColumns({12, columns}));
+  EXPECT_EQ(window.alignment()->selection, (KARVO::ColumnRange{11, columns}));
+  EXPECT_FALSE(window.selectColumns({12, columns + 1}));
+  EXPECT_EQ(window.alignment()->selection, (KARVO::ColumnRange{11, columns}));
 
-TEST_F(FileTest, AFileThatCannotBeReadIsReportedAndTheOpenAlignmentStays) {
-  MainWindow& window = windowWith("globins.fa");
   const std::string bad = tmpDir() + "/bad.fa";
   std::ofstream(bad) << "not an alignment\n";
   EXPECT_FALSE(window.openFile(QString::fromStdString(bad)));
@@ -55,26 +64,23 @@ TEST_F(FileTest, AFileThatCannotBeReadIsReportedAndTheOpenAlignmentStays) {
   EXPECT_TRUE(reports_[0].contains(QStringLiteral("bad.fa"))) << reports_[0].toStdString();
   EXPECT_EQ(window.alignment()->sequenceCount(), 7u);
   EXPECT_TRUE(window.filePath().endsWith(QStringLiteral("globins.fa")));
+
+  // Recent files list the newest first.
+  const QString kinases = QString::fromStdString(examplePath("kinases.fa"));
+  ASSERT_TRUE(window.openFile(kinases));
+  const QStringList recent = window.recentFiles();
+  ASSERT_GE(recent.size(), 2);
+  EXPECT_EQ(recent[0], QFileInfo(kinases).absoluteFilePath());
+  EXPECT_EQ(recent[1], QFileInfo(QString::fromStdString(examplePath("globins.fa"))).absoluteFilePath());
+  EXPECT_EQ(window.findChild<QMenu*>(QStringLiteral("recentMenu"))->actions().front()->text(),
+            QStringLiteral("kinases.fa"));
 }
 
-TEST_F(FileTest, TheRulerSelectionIsShownInTheStatusBar) {
-  MainWindow& window = windowWith("globins.fa");
-  dragOnRuler(*window.view(), 11, 39);
-  EXPECT_EQ(statusText(window), QStringLiteral("columns 12\u201340 selected"));
-  EXPECT_EQ(window.alignment()->selection, (KARVO::ColumnRange{11, 40}));
-}
-
-TEST_F(FileTest, ACommandLineSpanMustLieWithinTheAlignment) {
-  MainWindow& window = windowWith("globins.fa");
-  const unsigned long columns = window.alignment()->columnCount();
-  EXPECT_TRUE(window.selectColumns({12, columns}));
-  EXPECT_EQ(window.alignment()->selection, (KARVO::ColumnRange{11, columns}));
-  EXPECT_FALSE(window.selectColumns({12, columns + 1}));
-  EXPECT_EQ(window.alignment()->selection, (KARVO::ColumnRange{11, columns}));
-}
-
-TEST_F(FileTest, SavingAsClustalWritesWhatIsShown) {
+TEST_F(FileTest, SavingAsClustalWritesWhatIsShownAndAnUnwritableFormatIsRefused) {
   MainWindow& window = windowWith("kinases.fa");
+  EXPECT_FALSE(window.saveFile(QString::fromStdString(tmpDir() + "/kinases.txt")));
+  EXPECT_EQ(reports_.size(), 1);
+  EXPECT_FALSE(fs::exists(tmpDir() + "/kinases.txt"));
   const QString target = QString::fromStdString(tmpDir() + "/kinases.aln");
   ASSERT_TRUE(window.saveFile(target));
   EXPECT_EQ(window.filePath(), target);
@@ -83,51 +89,18 @@ TEST_F(FileTest, SavingAsClustalWritesWhatIsShown) {
   EXPECT_EQ(rowsOf(*reread), rowsOf(*window.alignment()));
 }
 
-TEST_F(FileTest, SavingUnderANameWithoutAWritableFormatIsRefused) {
-  MainWindow& window = windowWith("kinases.fa");
-  EXPECT_FALSE(window.saveFile(QString::fromStdString(tmpDir() + "/kinases.txt")));
-  EXPECT_EQ(reports_.size(), 1);
-  EXPECT_FALSE(fs::exists(tmpDir() + "/kinases.txt"));
-}
-
-TEST_F(FileTest, RecentFilesListTheNewestFirst) {
-  MainWindow& window = makeWindow();
-  const QString globins = QString::fromStdString(examplePath("globins.fa"));
-  const QString kinases = QString::fromStdString(examplePath("kinases.fa"));
-  ASSERT_TRUE(window.openFile(kinases));
-  ASSERT_TRUE(window.openFile(globins));
-  const QStringList recent = window.recentFiles();
-  ASSERT_GE(recent.size(), 2);
-  EXPECT_EQ(recent[0], QFileInfo(globins).absoluteFilePath());
-  EXPECT_EQ(recent[1], QFileInfo(kinases).absoluteFilePath());
-  auto* menu = window.findChild<QMenu*>(QStringLiteral("recentMenu"));
-  ASSERT_NE(menu, nullptr);
-  EXPECT_EQ(menu->actions().front()->text(), QStringLiteral("globins.fa"));
-}
-
-TEST_F(FileTest, WithoutAnAlignmentOnlyOpeningIsOffered) {
-  MainWindow& window = makeWindow();
-  EXPECT_TRUE(action(window, "openAction")->isEnabled());
-  EXPECT_FALSE(action(window, "saveAction")->isEnabled());
-  EXPECT_FALSE(action(window, "undoAction")->isEnabled());
-  EXPECT_FALSE(action(window, "runLogAction")->isEnabled());
-}
-
-TEST_F(FileTest, WithoutPluginsTheMenuSaysSo) {
-  MainWindow& window = makeWindow({tmpDir()});
-  EXPECT_TRUE(window.pluginNames().isEmpty());
-  auto* menu = window.findChild<QMenu*>(QStringLiteral("pluginMenu"));
+// Without an alignment only opening is offered; without plug-ins the menu says
+// so (the menu entry of a plug-in is checked with the runs).
+TEST_F(FileTest, ActionsAndThePluginMenuFollowWhatIsLoaded) {
+  MainWindow& empty = makeWindow({tmpDir()});
+  EXPECT_TRUE(action(empty, "openAction")->isEnabled());
+  for (const char* name : {"saveAction", "undoAction", "runLogAction"})
+    EXPECT_FALSE(action(empty, name)->isEnabled()) << name;
+  EXPECT_TRUE(empty.pluginNames().isEmpty());
+  auto* menu = empty.findChild<QMenu*>(QStringLiteral("pluginMenu"));
   ASSERT_EQ(menu->actions().size(), 1);
   EXPECT_FALSE(menu->actions().front()->isEnabled());
-  EXPECT_EQ(window.runPlugin(0), MainWindow::RunOutcome::Refused);
-}
-
-TEST_F(FileTest, ThePluginFolderOffersZemtra) {
-  MainWindow& window = makeWindow({testing::zemtraPluginDir()});
-  const auto zemtra = static_cast<int>(window.pluginNames().indexOf(QStringLiteral("Zemtra")));
-  ASSERT_GE(zemtra, 0);
-  auto* menu = window.findChild<QMenu*>(QStringLiteral("pluginMenu"));
-  EXPECT_EQ(menu->actions().at(zemtra)->text(), QStringLiteral("Zemtra"));
+  EXPECT_EQ(empty.runPlugin(0), MainWindow::RunOutcome::Refused);
 }
 
 class RecoveryAtStartTest : public WindowTest {
@@ -141,36 +114,34 @@ class RecoveryAtStartTest : public WindowTest {
   }
 };
 
-TEST_F(RecoveryAtStartTest, AcceptedRecoveryOpensUnderTheOriginalNameUnsaved) {
-  const RecoveryFiles files = leaveRecovery("/data/kinases.aln");
-  MainWindow& window = makeWindow();
-  ModalAutoAnswer yes;
-  window.offerRecovery();
-  ASSERT_NE(window.alignment(), nullptr);
-  EXPECT_EQ(rowsOf(*window.alignment()), rowsOf(*KARVO::readAlignmentFile(examplePath("kinases.fa"))));
-  EXPECT_EQ(window.filePath(), QStringLiteral("/data/kinases.aln"));
-  EXPECT_TRUE(window.isWindowModified());
-  EXPECT_FALSE(fs::exists(files.alignmentPath));
-  EXPECT_FALSE(fs::exists(files.markerPath));
-}
-
-TEST_F(RecoveryAtStartTest, DeclinedRecoveryIsDiscarded) {
-  const RecoveryFiles files = leaveRecovery("/data/kinases.aln");
-  MainWindow& window = makeWindow();
-  ModalAutoAnswer no([](QWidget& modal) { qobject_cast<QMessageBox*>(&modal)->button(QMessageBox::No)->click(); });
-  window.offerRecovery();
-  EXPECT_EQ(window.alignment(), nullptr);
-  EXPECT_FALSE(fs::exists(files.alignmentPath));
-}
-
-TEST_F(RecoveryAtStartTest, NothingIsAskedWithoutRecoveryFiles) {
-  MainWindow& window = makeWindow();
+// Accepted, the copy opens under the original name, unsaved; declined, it is
+// discarded. Either way the files are gone, and nothing is asked again.
+TEST_F(RecoveryAtStartTest, RecoveryIsOpenedWhenAcceptedAndDiscardedWhenDeclined) {
+  for (const bool accept : {true, false}) {
+    const RecoveryFiles files = leaveRecovery("/data/kinases.aln");
+    MainWindow& window = makeWindow();
+    ModalAutoAnswer answer([accept](QWidget& modal) {
+      qobject_cast<QMessageBox*>(&modal)->button(accept ? QMessageBox::Yes : QMessageBox::No)->click();
+    });
+    window.offerRecovery();
+    EXPECT_FALSE(fs::exists(files.alignmentPath));
+    EXPECT_FALSE(fs::exists(files.markerPath));
+    if (!accept) {
+      EXPECT_EQ(window.alignment(), nullptr);
+      continue;
+    }
+    ASSERT_NE(window.alignment(), nullptr);
+    EXPECT_EQ(rowsOf(*window.alignment()), rowsOf(*KARVO::readAlignmentFile(examplePath("kinases.fa"))));
+    EXPECT_EQ(window.filePath(), QStringLiteral("/data/kinases.aln"));
+    EXPECT_TRUE(window.isWindowModified());
+  }
+  // Without recovery files nothing is asked.
   bool asked = false;
   ModalAutoAnswer watch([&asked](QWidget& modal) {
     asked = true;
     acceptAsShown(modal);
   });
-  window.offerRecovery();
+  makeWindow().offerRecovery();
   EXPECT_FALSE(asked);
 }
 

@@ -14,17 +14,14 @@
 
 #include "app/gui/alignment_view.h"
 #include "app/gui/modal_auto_answer.h"
-#include "app/plugin_loader.h"
 #include "gui_fixture.h"
 #include "host/alignment_io.h"
-#include "run/headless_run_interaction.h"
 
 namespace karvo_gui {
 namespace {
 
 using testing::action;
 using testing::dragOnRuler;
-using testing::examplePath;
 using testing::rowsOf;
 using testing::WindowTest;
 
@@ -48,34 +45,21 @@ class ZemtraRunTest : public WindowTest {
  protected:
   void SetUp() override {
     WindowTest::SetUp();
-    zemtra = windowWith("globins.fa", {testing::zemtraPluginDir()}).pluginNames().indexOf(QStringLiteral("Zemtra"));
+    zemtra = static_cast<int>(
+        windowWith("globins.fa", {testing::zemtraPluginDir()}).pluginNames().indexOf(QStringLiteral("Zemtra")));
     ASSERT_GE(zemtra, 0);
+    EXPECT_EQ(window_->findChild<QMenu*>(QStringLiteral("pluginMenu"))->actions().at(zemtra)->text(),
+              QStringLiteral("Zemtra"));
   }
 
   MainWindow& window() { return *window_; }
   int zemtra = -1;
 };
 
-TEST_F(ZemtraRunTest, TheRunRealignsAsTheWindowlessEntryPointWithTheSameParameters) {
-  dragOnRuler(*window().view(), 0, 30);
-  dragOnRuler(*window().view(), 60, 60, Qt::ShiftModifier);
-  ASSERT_EQ(window().alignment()->selection, (KARVO::ColumnRange{0, 61}));
-
-  const auto reference = window().alignment()->clone();
-  const auto plugin = karvo_app::LoadedPlugin::open(ZEMTRA_PLUGIN_PATH);
-  HeadlessRunInteraction quiet;
-  quiet.answerOverwrite = [](const std::string&) { return true; };
-  ZemtraParameters parameters;
-  parameters.logName = "reference.log";
-  ASSERT_TRUE(plugin->executeWithParameters()(*reference, parameters, quiet, nullptr));
-
-  ModalAutoAnswer accept;
-  EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
-  EXPECT_EQ(snapshotOf(*window().alignment()), snapshotOf(*reference));
-  EXPECT_TRUE(window().isWindowModified());
-}
-
-TEST_F(ZemtraRunTest, EditsAndRunsShareOneUndoStackAndCtrlZUndoesARunExactly) {
+// While the dialog is open the window refuses another run and keeps a
+// recovery copy; edits and the run share one undo stack and Ctrl+Z undoes the
+// run exactly; the log named in the dialog can be read afterwards.
+TEST_F(ZemtraRunTest, ARunLocksTheWindowIsOneUndoStepAndLeavesItsLog) {
   const auto before = rowsOf(*window().alignment());
   window().view()->setBlock({1, 3}, {10, 20});
   ASSERT_TRUE(window().insertGaps());
@@ -83,15 +67,36 @@ TEST_F(ZemtraRunTest, EditsAndRunsShareOneUndoStackAndCtrlZUndoesARunExactly) {
   const auto edited = rowsOf(*window().alignment());
   ASSERT_TRUE(window().renameSequence(0, QStringLiteral("renamed")));
   EXPECT_FALSE(window().renameSequence(0, QStringLiteral("two words")));
-  window().selectColumns({1, 120});
+  dragOnRuler(*window().view(), 0, 30);
+  dragOnRuler(*window().view(), 60, 60, Qt::ShiftModifier);
   const Snapshot renamed = snapshotOf(*window().alignment());
-  {
-    ModalAutoAnswer accept;
-    ASSERT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
-  }
+  ASSERT_EQ(renamed.selection, (KARVO::ColumnRange{0, 61}));
+  const RecoveryFiles recovery = recoveryFilesFor(tmpDir(), window().filePath().toStdString());
+  bool checked = false;
+  ModalAutoAnswer answer([&](QWidget& modal) {
+    checked = true;
+    EXPECT_TRUE(window().isRunning());
+    EXPECT_FALSE(window().findChild<QMenu*>(QStringLiteral("pluginMenu"))->isEnabled());
+    for (const char* name : {"openAction", "saveAction", "saveAsAction", "undoAction", "quitAction"}) {
+      EXPECT_FALSE(action(window(), name)->isEnabled()) << name;
+    }
+    EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Refused);
+    EXPECT_FALSE(window().close());
+    ASSERT_TRUE(fs::exists(recovery.alignmentPath));
+    EXPECT_EQ(rowsOf(*KARVO::readAlignmentFile(recovery.alignmentPath)), renamed.rows);
+    modal.findChild<QLineEdit*>(QStringLiteral("logFilename"))->setText(QStringLiteral("run.txt"));
+    acceptAsShown(modal);
+  });
+  ASSERT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
+  EXPECT_TRUE(checked);
+  EXPECT_FALSE(fs::exists(recovery.alignmentPath));
+  EXPECT_FALSE(fs::exists(recovery.markerPath));
+  EXPECT_TRUE(window().findChild<QMenu*>(QStringLiteral("pluginMenu"))->isEnabled());
+  EXPECT_TRUE(action(window(), "openAction")->isEnabled());
   const auto run = rowsOf(*window().alignment());
   ASSERT_NE(run, renamed.rows);
   EXPECT_TRUE(window().isWindowModified());
+
   window().activateWindow();
   ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
   QTest::keyClick(window().view(), Qt::Key_Z, Qt::ControlModifier);
@@ -108,64 +113,7 @@ TEST_F(ZemtraRunTest, EditsAndRunsShareOneUndoStackAndCtrlZUndoesARunExactly) {
   EXPECT_EQ(window().alignment()->GetSeqName(0), "renamed");
   EXPECT_EQ(rowsOf(*window().alignment()), run);
   EXPECT_EQ(window().view()->alignment(), window().alignment());
-}
 
-TEST_F(ZemtraRunTest, WhileTheDialogIsOpenTheWindowRefusesAnotherRunAndKeepsARecoveryCopy) {
-  window().selectColumns({1, 120});
-  const auto before = rowsOf(*window().alignment());
-  const RecoveryFiles recovery = recoveryFilesFor(tmpDir(), window().filePath().toStdString());
-  bool checked = false;
-  ModalAutoAnswer answer([&](QWidget& modal) {
-    checked = true;
-    EXPECT_TRUE(window().isRunning());
-    EXPECT_FALSE(window().findChild<QMenu*>(QStringLiteral("pluginMenu"))->isEnabled());
-    for (const char* name : {"openAction", "saveAction", "saveAsAction", "undoAction", "quitAction"}) {
-      EXPECT_FALSE(action(window(), name)->isEnabled()) << name;
-    }
-    EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Refused);
-    EXPECT_FALSE(window().close());
-    ASSERT_TRUE(fs::exists(recovery.alignmentPath));
-    EXPECT_EQ(rowsOf(*KARVO::readAlignmentFile(recovery.alignmentPath)), before);
-    acceptAsShown(modal);
-  });
-  ASSERT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
-  EXPECT_TRUE(checked);
-  EXPECT_FALSE(fs::exists(recovery.alignmentPath));
-  EXPECT_FALSE(fs::exists(recovery.markerPath));
-  EXPECT_TRUE(window().findChild<QMenu*>(QStringLiteral("pluginMenu"))->isEnabled());
-  EXPECT_TRUE(action(window(), "openAction")->isEnabled());
-}
-
-TEST_F(ZemtraRunTest, CancellingTheDialogChangesNothing) {
-  window().selectColumns({1, 120});
-  const Snapshot before = snapshotOf(*window().alignment());
-  ModalAutoAnswer cancel([](QWidget& modal) { qobject_cast<QDialog*>(&modal)->reject(); });
-  EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Unchanged);
-  EXPECT_EQ(snapshotOf(*window().alignment()), before);
-  EXPECT_FALSE(window().canUndo());
-  EXPECT_FALSE(window().isWindowModified());
-  EXPECT_TRUE(window().lastLogPath().isEmpty());
-}
-
-TEST_F(ZemtraRunTest, WithoutASelectionThePluginIsNotStarted) {
-  bool asked = false;
-  ModalAutoAnswer watch([&asked](QWidget& modal) {
-    asked = true;
-    acceptAsShown(modal);
-  });
-  EXPECT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Refused);
-  EXPECT_FALSE(asked);
-  EXPECT_EQ(reports_.size(), 1);
-}
-
-TEST_F(ZemtraRunTest, TheLogNamedInTheDialogCanBeReadAfterwards) {
-  window().selectColumns({1, 120});
-  ModalAutoAnswer answer([](QWidget& modal) {
-    if (auto* edit = modal.findChild<QLineEdit*>(QStringLiteral("logFilename")))
-      edit->setText(QStringLiteral("run.txt"));
-    acceptAsShown(modal);
-  });
-  ASSERT_EQ(window().runPlugin(zemtra), MainWindow::RunOutcome::Changed);
   EXPECT_EQ(window().lastLogPath(), QString::fromStdString(tmpDir() + "/run.txt"));
   ASSERT_TRUE(action(window(), "runLogAction")->isEnabled());
   action(window(), "runLogAction")->trigger();
@@ -176,6 +124,30 @@ TEST_F(ZemtraRunTest, TheLogNamedInTheDialogCanBeReadAfterwards) {
   ASSERT_TRUE(log.open(QIODevice::ReadOnly));
   EXPECT_EQ(text->toPlainText(), QString::fromUtf8(log.readAll()));
   EXPECT_FALSE(text->toPlainText().isEmpty());
+}
+
+// Cancelled in the dialog, or refused for want of a selection before it shows.
+TEST_F(ZemtraRunTest, CancellingOrNoSelectionChangesNothing) {
+  for (const bool selected : {true, false}) {
+    if (selected)
+      ASSERT_TRUE(window().selectColumns({1, 120}));
+    else
+      window().view()->setSelection({});
+    const Snapshot before = snapshotOf(*window().alignment());
+    bool asked = false;
+    ModalAutoAnswer cancel([&asked](QWidget& modal) {
+      asked = true;
+      qobject_cast<QDialog*>(&modal)->reject();
+    });
+    EXPECT_EQ(window().runPlugin(zemtra),
+              selected ? MainWindow::RunOutcome::Unchanged : MainWindow::RunOutcome::Refused);
+    EXPECT_EQ(asked, selected);
+    EXPECT_EQ(reports_.size(), selected ? 0 : 1);
+    EXPECT_EQ(snapshotOf(*window().alignment()), before);
+    EXPECT_FALSE(window().canUndo());
+    EXPECT_FALSE(window().isWindowModified());
+    EXPECT_TRUE(window().lastLogPath().isEmpty());
+  }
 }
 
 // The test plug-in, loaded a second time to reach its switches; both loads
@@ -206,13 +178,21 @@ class FaultyRunTest : public WindowTest {
   void (*setProbe)(void (*)()) = nullptr;
 };
 
-// An invalid argument and running out of memory alike.
+// An invalid argument and running out of memory alike; the recovery copy
+// exists while the plug-in runs and is gone afterwards.
 TEST_F(FaultyRunTest, AFailureIsReportedAndTheAlignmentRestored) {
+  static std::string recoveryPath;
+  static bool existedDuringRun;
+  recoveryPath = recoveryFilesFor(tmpDir(), window_->filePath().toStdString()).alignmentPath;
+  setProbe([] { existedDuringRun = fs::exists(recoveryPath); });
   const Snapshot before = snapshotOf(*window_->alignment());
   for (const auto& [failure, report] : {std::pair{1, "rows do not fit"}, std::pair{2, "out of memory"}}) {
     reports_.clear();
+    existedDuringRun = false;
     setFailure(failure);
     EXPECT_EQ(window_->runPlugin(0), MainWindow::RunOutcome::Failed);
+    EXPECT_TRUE(existedDuringRun);
+    EXPECT_FALSE(fs::exists(recoveryPath));
     EXPECT_EQ(snapshotOf(*window_->alignment()), before);
     EXPECT_EQ(window_->view()->alignment(), window_->alignment());
     ASSERT_EQ(reports_.size(), 1);
@@ -222,18 +202,6 @@ TEST_F(FaultyRunTest, AFailureIsReportedAndTheAlignmentRestored) {
     EXPECT_FALSE(window_->isRunning());
     EXPECT_TRUE(action(*window_, "openAction")->isEnabled());
   }
-}
-
-TEST_F(FaultyRunTest, TheRecoveryFileIsGoneAfterAFailure) {
-  static std::string recoveryPath;
-  static bool existedDuringRun;
-  recoveryPath = recoveryFilesFor(tmpDir(), window_->filePath().toStdString()).alignmentPath;
-  existedDuringRun = false;
-  setProbe([] { existedDuringRun = fs::exists(recoveryPath); });
-  setFailure(1);
-  EXPECT_EQ(window_->runPlugin(0), MainWindow::RunOutcome::Failed);
-  EXPECT_TRUE(existedDuringRun);
-  EXPECT_FALSE(fs::exists(recoveryPath));
 }
 
 }  // namespace

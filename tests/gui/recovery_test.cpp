@@ -9,67 +9,54 @@
 #include <chrono>
 #include <filesystem>
 
+#include "gui_fixture.h"
 #include "host/alignment.h"
 
 namespace karvo_gui {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Far above any process id the kernel hands out, so never running.
-constexpr long kEndedProcess = 2'000'000'000L;
+using testing::kEndedProcess;
 
 std::unique_ptr<KARVO::Alignment> smallAlignment() {
   return KARVO::Alignment::fromRows({{"first", "one"}, {"second", ""}}, {"MK-LV", "M-KLV"});
 }
 
-class RecoveryTest : public ::testing::Test {
- protected:
-  std::string dir() const { return tmp.path().toStdString(); }
+// A running process keeps its files to itself; of what ended processes left,
+// the oldest is offered first, a copy without its marker too; removing leaves
+// nothing behind, and may be repeated.
+TEST(Recovery, EndedProcessesCopiesAreOfferedOldestFirstUntilRemoved) {
   QTemporaryDir tmp;
-};
-
-TEST_F(RecoveryTest, ARunningProcessKeepsItsFilesToItself) {
-  writeRecovery(recoveryFilesFor(dir(), "/data/mine.fa"), *smallAlignment(), {"/data/mine.fa", getpid()});
-  EXPECT_TRUE(findRecoveries(dir()).empty());
-}
-
-TEST_F(RecoveryTest, OldestIsOfferedFirst) {
-  const RecoveryFiles older = recoveryFilesFor(dir(), "/a/older.fa");
-  const RecoveryFiles newer = recoveryFilesFor(dir(), "/a/newer.fa");
+  const std::string dir = tmp.path().toStdString();
+  writeRecovery(recoveryFilesFor(dir, "/data/mine.fa"), *smallAlignment(), {"/data/mine.fa", getpid()});
+  EXPECT_TRUE(findRecoveries(dir).empty());
+  const RecoveryFiles older = recoveryFilesFor(dir, "/a/older.fa");
+  const RecoveryFiles newer = recoveryFilesFor(dir, "/a/newer.fa");
   writeRecovery(newer, *smallAlignment(), {"/a/newer.fa", kEndedProcess});
   writeRecovery(older, *smallAlignment(), {"/a/older.fa", kEndedProcess});
   fs::last_write_time(older.alignmentPath, fs::last_write_time(newer.alignmentPath) - std::chrono::hours(1));
-
-  const auto found = findRecoveries(dir());
+  auto found = findRecoveries(dir);
   ASSERT_EQ(found.size(), 2u);
   EXPECT_EQ(found[0].origin.originalPath, "/a/older.fa");
   EXPECT_EQ(found[1].origin.originalPath, "/a/newer.fa");
-}
 
-TEST_F(RecoveryTest, ACopyWithoutMarkerIsStillOffered) {
-  const RecoveryFiles files = recoveryFilesFor(dir(), "/a/lost.fa");
-  writeRecovery(files, *smallAlignment(), {"/a/lost.fa", kEndedProcess});
-  fs::remove(files.markerPath);
-  const auto found = findRecoveries(dir());
-  ASSERT_EQ(found.size(), 1u);
+  fs::remove(older.markerPath);
+  found = findRecoveries(dir);
+  ASSERT_EQ(found.size(), 2u);
   EXPECT_EQ(found[0].origin.originalPath, "");
+
+  for (const RecoveryFiles& files : {older, newer}) {
+    removeRecovery(files);
+    EXPECT_FALSE(fs::exists(files.alignmentPath));
+    EXPECT_FALSE(fs::exists(files.markerPath));
+  }
+  EXPECT_TRUE(findRecoveries(dir).empty());
+  removeRecovery(newer);
 }
 
-TEST_F(RecoveryTest, RemovingLeavesNothingBehind) {
-  const RecoveryFiles files = recoveryFilesFor(dir(), "/a/x.fa");
-  writeRecovery(files, *smallAlignment(), {"/a/x.fa", kEndedProcess});
-  removeRecovery(files);
-  EXPECT_FALSE(fs::exists(files.alignmentPath));
-  EXPECT_FALSE(fs::exists(files.markerPath));
-  EXPECT_TRUE(findRecoveries(dir()).empty());
-  removeRecovery(files);
-}
-
-TEST_F(RecoveryTest, AMissingDirectoryHasNoRecoveries) { EXPECT_TRUE(findRecoveries(dir() + "/absent").empty()); }
-
-TEST_F(RecoveryTest, WritingIntoAMissingDirectoryFails) {
-  EXPECT_THROW(writeRecovery(recoveryFilesFor(dir() + "/absent", "x.fa"), *smallAlignment(), {"x.fa", 1}),
+TEST(Recovery, AMissingDirectoryHasNoneAndCannotBeWrittenInto) {
+  EXPECT_TRUE(findRecoveries("/nonexistent/recovery").empty());
+  EXPECT_THROW(writeRecovery(recoveryFilesFor("/nonexistent/recovery", "x.fa"), *smallAlignment(), {"x.fa", 1}),
                std::runtime_error);
 }
 

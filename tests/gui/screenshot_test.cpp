@@ -18,9 +18,7 @@
 #include "app/gui/gui_main.h"
 #include "app/gui/modal_auto_answer.h"
 #include "app/gui/tree_view.h"
-#include "app/plugin_loader.h"
 #include "gui_fixture.h"
-#include "run/headless_run_interaction.h"
 
 namespace karvo_gui {
 namespace {
@@ -39,35 +37,31 @@ QString screenshotPath(const char* name) {
 
 class ScreenshotTest : public WindowTest {};
 
-TEST_F(ScreenshotTest, TheMainWindowWithASelectionShowsTheColouredGrid) {
+// The main window with a ruler selection, then the plug-in's dialog over it.
+TEST_F(ScreenshotTest, TheMainWindowWithASelectionAndTheParameterDialogArePictured) {
   MainWindow& window = windowWith("globins.fa", {testing::zemtraPluginDir()});
   window.resize(1000, 560);
   dragOnRuler(*window.view(), 11, 39);
   QCoreApplication::processEvents();
   const QString path = screenshotPath("main_window.png");
   ASSERT_TRUE(window.grab().save(path, "PNG"));
-
-  QImage picture(path);
+  const QImage picture(path);
   ASSERT_FALSE(picture.isNull());
   EXPECT_EQ(picture.size(), window.size());
   EXPECT_GE(residueColoursIn(picture), 3);
-}
 
-TEST_F(ScreenshotTest, TheParameterDialogIsPictured) {
-  MainWindow& window = windowWith("globins.fa", {testing::zemtraPluginDir()});
-  window.selectColumns({1, 100});
-  const QString path = screenshotPath("parameter_dialog.png");
+  const QString dialogPath = screenshotPath("parameter_dialog.png");
   QString title;
-  ModalAutoAnswer picture([&](QWidget& modal) {
+  ModalAutoAnswer grab([&](QWidget& modal) {
     title = modal.windowTitle();
-    modal.grab().save(path, "PNG");
+    modal.grab().save(dialogPath, "PNG");
     qobject_cast<QDialog*>(&modal)->reject();
   });
   window.runPlugin(static_cast<int>(window.pluginNames().indexOf(QStringLiteral("Zemtra"))));
   EXPECT_EQ(title, QStringLiteral("Zemtra"));
-  const QImage image(path);
-  ASSERT_FALSE(image.isNull());
-  EXPECT_GE(image.width(), 300);
+  const QImage dialog(dialogPath);
+  ASSERT_FALSE(dialog.isNull());
+  EXPECT_GE(dialog.width(), 300);
 }
 
 // The names of the alignment's rows, top to bottom.
@@ -77,19 +71,14 @@ std::vector<std::string> rowNames(const KARVO::Alignment& alignment) {
   return names;
 }
 
-// The window's guide tree of a real run of the globins: shown, it puts the
+// The guide tree of a run over all the globins' columns: shown, it puts the
 // rows in its leaf order.
 TEST_F(ScreenshotTest, TheRunsGuideTreeOrdersTheRowsWhenShown) {
   MainWindow& window = windowWith("globins.fa", {testing::zemtraPluginDir()});
-  const auto run = window.alignment()->clone();
-  run->selection = {0, run->columnCount()};
-  const auto plugin = karvo_app::LoadedPlugin::open(ZEMTRA_PLUGIN_PATH);
-  HeadlessRunInteraction quiet;
-  ZemtraRunReport report;
-  ZemtraParameters parameters;
-  parameters.writeLogFile = false;
-  ASSERT_TRUE(plugin->executeWithParameters()(*run, parameters, quiet, &report));
-  window.setGuideTree(guideTreeOfRun(report, *run).tree);
+  ASSERT_TRUE(window.selectColumns({1, window.alignment()->columnCount()}));
+  ModalAutoAnswer accept;
+  ASSERT_EQ(window.runPlugin(static_cast<int>(window.pluginNames().indexOf(QStringLiteral("Zemtra")))),
+            MainWindow::RunOutcome::Changed);
   EXPECT_EQ(rowNames(*window.alignment())[3], "HBD_HUMAN") << "a hidden tree leaves the rows alone";
   testing::action(window, "guideTreeAction")->trigger();
   const KARVO::PhyloTree& tree = window.treeView()->tree();
@@ -106,16 +95,7 @@ TEST_F(ScreenshotTest, TheRunsGuideTreeOrdersTheRowsWhenShown) {
 TEST_F(ScreenshotTest, ANewickTreeDocksBesideTheNamesAndItsNodesSelectTheirRows) {
   MainWindow& window = windowWith("globins.fa");
   window.resize(1000, 560);
-  const QString path = QString::fromStdString(tmpDir() + "/globins.nwk");
-  const auto write = [&](const char* text) {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(text);
-  };
-  write(
-      "((HBA_HUMAN:0.1,HBA_HORSE:0.1):0.2,((HBB_HUMAN:0.05,(HBB_HORSE:0.1,EXTRA:0.3):0.05):0.1,\n"
-      "MYG_HUMAN:0.4):0.1,HBD_HUMAN:0.3);");
-  ASSERT_TRUE(window.openTree(path));
+  ASSERT_TRUE(window.openTree(QStringLiteral(ZEMTRA_SOURCE_DIR "/tests/data/gui/globins_extra_leaf.nwk")));
   QCoreApplication::processEvents();
   const std::vector<std::string> order{"HBA_HUMAN", "HBA_HORSE", "HBB_HUMAN", "HBB_HORSE",
                                        "MYG_HUMAN", "HBD_HUMAN", "MYG_PHYMC"};
@@ -151,22 +131,32 @@ TEST_F(ScreenshotTest, ANewickTreeDocksBesideTheNamesAndItsNodesSelectTheirRows)
   testing::action(window, "sortByGuideTreeAction")->trigger();
   EXPECT_EQ(rowNames(*window.alignment()), order);
 
-  write("((HBA_HUMAN,HBA_HORSE),\n(HBB_HUMAN;");
+  const QString path = QStringLiteral(ZEMTRA_SOURCE_DIR "/tests/data/gui/unclosed.nwk");
   EXPECT_FALSE(window.openTree(path));
   ASSERT_EQ(reports_.size(), 1);
   EXPECT_TRUE(reports_[0].contains(path + QStringLiteral(":2:"))) << reports_[0].toStdString();
   EXPECT_EQ(rowNames(*window.alignment()), order);
 }
 
-TEST_F(ScreenshotTest, UnattendedModePicturesTheSelectionAndExits) {
-  const std::string path = screenshotPath("unattended_selection.png").toStdString();
-  GuiOptions options;
-  options.file = examplePath("kinases.fa");
-  options.select = ColumnSpan{12, 40};
-  options.screenshot = path;
-  options.pluginDir = tmpDir();
-  EXPECT_EQ(runGui(options), 0);
-  const QImage image(QString::fromStdString(path));
+// A span within the alignment is pictured; one beyond it, or a file that
+// cannot be read, fails without a picture.
+TEST_F(ScreenshotTest, UnattendedModePicturesTheSelectionOrFailsWithoutAPicture) {
+  const QString path = screenshotPath("unattended_selection.png");
+  const std::string kinases = examplePath("kinases.fa");
+  for (const auto& [file, select] : {std::pair{kinases, std::optional(ColumnSpan{1, 100000})},
+                                     std::pair{tmpDir() + "/absent.fa", std::optional<ColumnSpan>()},
+                                     std::pair{kinases, std::optional(ColumnSpan{12, 40})}}) {
+    QFile::remove(path);
+    GuiOptions options;
+    options.file = file;
+    options.select = select;
+    options.screenshot = path.toStdString();
+    options.pluginDir = tmpDir();
+    const bool fits = select && select->last == 40;
+    EXPECT_EQ(runGui(options), fits ? 0 : 1) << file;
+    EXPECT_EQ(QFile::exists(path), fits) << file;
+  }
+  const QImage image(path);
   ASSERT_FALSE(image.isNull());
   EXPECT_GE(residueColoursIn(image), 3);
 }
@@ -195,20 +185,6 @@ TEST_F(ScreenshotTest, UnattendedModeRunsThePluginOnAllColumnsWithItsDefaultsFir
     EXPECT_FALSE(QImage(path).isNull());
     EXPECT_EQ(debugLines.contains(QStringLiteral("Prepare data for ZEMTRA.")), verbose);
     EXPECT_TRUE(fs::remove(tmpDir() + "/zemtra.log"));
-  }
-}
-
-TEST_F(ScreenshotTest, UnattendedModeFailsOnASpanBeyondTheAlignmentOrAFileThatCannotBeRead) {
-  const std::string path = tmpDir() + "/none.png";
-  for (const auto& [file, select] : {std::pair{examplePath("kinases.fa"), std::optional(ColumnSpan{1, 100000})},
-                                     std::pair{tmpDir() + "/absent.fa", std::optional<ColumnSpan>()}}) {
-    GuiOptions options;
-    options.file = file;
-    options.select = select;
-    options.screenshot = path;
-    options.pluginDir = tmpDir();
-    EXPECT_EQ(runGui(options), 1) << file;
-    EXPECT_FALSE(fs::exists(path));
   }
 }
 

@@ -8,41 +8,34 @@
 namespace karvo_gui {
 namespace {
 
-TEST(VisibleSpan, CountsACellCutOffByTheEdgeAndStopsAtTheLastCell) {
+// A visible span counts a cell cut off by the edge and stops at the last
+// cell. Ruler drags outside the columns are clamped; every tenth column is
+// numbered, counting from one.
+TEST(ViewGeometry, VisibleSpansAndTheRuler) {
   const VisibleSpan span = visibleSpan({.offset = 10, .extentPixels = 95, .cellPixels = 10, .total = 1000});
   EXPECT_EQ(span.first, 10u);
   EXPECT_EQ(span.count, 10u);
   EXPECT_EQ(visibleSpan({.offset = 95, .extentPixels = 200, .cellPixels = 10, .total = 100}).count, 5u);
-}
-
-TEST(VisibleSpan, IsEmptyWithoutRoomOrCells) {
+  // Empty without room or cells.
   EXPECT_EQ(visibleSpan({.offset = 0, .extentPixels = 0, .cellPixels = 10, .total = 100}).count, 0u);
   EXPECT_EQ(visibleSpan({.offset = 0, .extentPixels = 300, .cellPixels = 10, .total = 0}).count, 0u);
   EXPECT_EQ(visibleSpan({.offset = 100, .extentPixels = 300, .cellPixels = 10, .total = 100}).count, 0u);
-}
-
-TEST(RulerDrag, PointerPositionsOutsideTheColumnsAreClamped) {
   EXPECT_EQ(columnAtPixel(25, 100, 10, 1000), 102u);
   EXPECT_EQ(columnAtPixel(-40, 100, 10, 1000), 100u);
   EXPECT_EQ(columnAtPixel(5000, 100, 10, 120), 119u);
-}
-
-TEST(Ruler, NumbersEveryTenthColumnCountingFromOne) {
   EXPECT_FALSE(rulerNumberAt(0));
   EXPECT_TRUE(rulerNumberAt(9));
   EXPECT_FALSE(rulerNumberAt(10));
   EXPECT_TRUE(rulerNumberAt(99));
 }
 
-TEST(SelectionText, NamesTheColumnsOneBasedWithAnEnDash) {
+TEST(WindowTexts, SelectionOneBasedWithAnEnDashAndPluginsAfterTheirLibrary) {
   EXPECT_EQ(selectionText({11, 140}),
             "columns 12\xE2\x80\x93"
             "140 selected");
   EXPECT_EQ(selectionText({6, 7}), "column 7 selected");
   EXPECT_EQ(selectionText({0, 0}), "no columns selected");
-}
-
-TEST(PluginMenu, NamesAPluginAfterItsLibrary) {
+  // A plug-in is named after its library.
   EXPECT_EQ(pluginDisplayName("libZemtra.so.0"), "Zemtra");
   EXPECT_EQ(pluginDisplayName("libZemtra.so"), "Zemtra");
   EXPECT_EQ(pluginDisplayName("faulty.so.2.1"), "faulty");
