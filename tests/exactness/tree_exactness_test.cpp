@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "exactness_fixtures.h"
+#include "tests/support/working_rows.h"
 #include "tree/tree_kv.h"
 
 namespace {
@@ -30,17 +31,15 @@ std::string treeAndDescribe(const TreeCase& c, const zemtra::EngineOptions& engi
   unsigned long total = 0;
   for (const std::string& r : c.rows) total += r.size();
   const unsigned long width = total + 2;
-  KARVO::Matrix<char> seqs(ns, width);
+  ztest::WorkingRows rows(c.rows, width);
+  KARVO::Matrix<char>& seqs = rows.seqs;
+  std::vector<unsigned long>& len = rows.len;
   KARVO::Matrix<char> names(ns, 8);
-  std::vector<unsigned long> len(ns);
   KARVO::Matrix<float> fscore(ns, ns);
   KARVO::Matrix<unsigned long> family(ns + 1, ns + 1);
   KARVO::Matrix<int> cmp(width, width);
   KARVO::Matrix<long> path(2, width);
   for (unsigned long r = 0; r < ns; ++r) {
-    std::fill(seqs[r], seqs[r] + width, '.');
-    std::copy(c.rows[r].begin(), c.rows[r].end(), seqs[r] + 1);
-    len[r] = c.rows[r].size();
     const std::string name = "T" + std::to_string(r + 1);
     std::snprintf(names[r], 8, "%s", name.c_str());
     for (unsigned long k = 0; k < ns; ++k) fscore[r][k] = c.distances[r * ns + k];
