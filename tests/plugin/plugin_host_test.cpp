@@ -51,10 +51,6 @@ Answer acceptDialog(std::function<void(QWidget&)> set = {}) {
   };
 }
 
-Answer rejectDialog() {
-  return [](QWidget& dialog) { clickButton(dialog, QDialogButtonBox::Cancel); };
-}
-
 Answer setPrealigned(int count) {
   return acceptDialog([count](QWidget& dialog) { dialog.findChild<QSpinBox*>("prealigned")->setValue(count); });
 }
@@ -178,7 +174,7 @@ TEST_F(PluginHost, DialogValuesReachTheRun) {
 
 TEST_F(PluginHost, CancelledDialogLeavesTheAlignmentAlone) {
   auto alignment = alignmentOf(kExample);
-  EXPECT_FALSE(execute1(*alignment, {rejectDialog()}));
+  EXPECT_FALSE(execute1(*alignment, {[](QWidget& dialog) { clickButton(dialog, QDialogButtonBox::Cancel); }}));
   EXPECT_EQ(rowsOf(*alignment), kExample);
   EXPECT_EQ(debugLines(), (QStringList{"Calculating Zemtra.", " ZemtraClass::doZemtra() ... CANCELLED "}));
   EXPECT_FALSE(QFile::exists(logPath()));

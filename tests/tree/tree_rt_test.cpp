@@ -65,12 +65,9 @@ TreeNode* singleLeaf(unsigned long sequence) {
 TEST(CreateTree2, NoJoinGivesTheLeafOfSequenceOne) {
   TreeNode* root = singleLeaf(1);
   ASSERT_NE(root, nullptr);
-  EXPECT_EQ(root->id, 0);
-  EXPECT_EQ(root->size, 1);
-  EXPECT_EQ(root->index, 0UL);
-  EXPECT_EQ(root->x, 1.0f);
+  const unsigned long order[] = {1};
+  EXPECT_EQ(checkSubtree(root, order), std::vector<float>{1.0f});
   EXPECT_EQ(root->parent, nullptr);
-  EXPECT_EQ(root->left, nullptr);
   freeTree(root);
   freeTree(nullptr);  // ignored
 }
