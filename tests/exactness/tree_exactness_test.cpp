@@ -32,8 +32,6 @@ std::string treeAndDescribe(const TreeCase& c, const zemtra::EngineOptions& engi
   for (const std::string& r : c.rows) total += r.size();
   const unsigned long width = total + 2;
   ztest::WorkingRows rows(c.rows, width);
-  KARVO::Matrix<char>& seqs = rows.seqs;
-  std::vector<unsigned long>& len = rows.len;
   KARVO::Matrix<char> names(ns, 8);
   KARVO::Matrix<float> fscore(ns, ns);
   KARVO::Matrix<unsigned long> family(ns + 1, ns + 1);
@@ -48,7 +46,8 @@ std::string treeAndDescribe(const TreeCase& c, const zemtra::EngineOptions& engi
   log << std::fixed << std::right << std::setprecision(1);
   int alen = -1;
   JoinHistory history;
-  tree_kv(log, c.matNo, c.gap, &alen, names, fscore, family, cmp, seqs, len.data(), path, c.fixed, &history, engine);
+  tree_kv(log, c.matNo, c.gap, &alen, names, fscore, family, cmp, rows.seqs, rows.len.data(), path, c.fixed, &history,
+          engine);
 
   std::ostringstream out;
   out << "alen " << alen << "\nfamily\n";
@@ -61,7 +60,7 @@ std::string treeAndDescribe(const TreeCase& c, const zemtra::EngineOptions& engi
   out << "\ndistances" << std::hexfloat;
   for (const float d : history.distances) out << ' ' << d;
   out << std::defaultfloat << "\nrows\n";
-  for (unsigned long r = 0; r < ns; ++r) out << len[r] << ' ' << std::string(seqs[r], width) << '\n';
+  for (unsigned long r = 0; r < ns; ++r) out << rows.len[r] << ' ' << std::string(rows.seqs[r], width) << '\n';
   out << "log\n" << log.str();
   return out.str();
 }

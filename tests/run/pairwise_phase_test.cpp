@@ -132,15 +132,13 @@ TEST(PairwisePhaseTest, PairWithoutAnyMatchInARowNeverStartedDoesNotEndTheProces
 
 // --- spreading rows over threads ---------------------------------------------
 
-TEST(ForEachRowTest, CallsEveryRowOnceWhateverTheThreadCount) {
+TEST(ForEachRowTest, CallsEveryRowOnceWhateverTheThreadCountAndRethrowsAFailure) {
   for (unsigned threads : {1u, 2u, 8u}) {
     std::vector<std::atomic<int>> seen(100);
     forEachRow(100, threads, [&](unsigned long r) { ++seen[r]; });
     for (const auto& s : seen) EXPECT_EQ(1, s.load());
   }
-}
-
-TEST(ForEachRowTest, RethrowsTheFailureOfARow) {
+  // The failure of a row reaches the caller.
   EXPECT_THROW(forEachRow(50, 3,
                           [](unsigned long r) {
                             if (r == 17) throw std::runtime_error("row 17");
