@@ -14,6 +14,7 @@
 #include "exactness_fixtures.h"
 #include "run/headless_run_interaction.h"
 #include "run/zemtra_kv.h"
+#include "tests/support/working_rows.h"
 
 namespace {
 
@@ -63,16 +64,11 @@ std::string runAndDescribe(const RunCase& c, const zemtra::EngineOptions& engine
   ::setenv("KARVO_TMPDIR", scratch.c_str(), 1);
   const unsigned long ns = c.rows.size();
   const unsigned long width = c.rows[0].size();
+  ztest::WorkingRows rows(c.rows, 2 * width);
   KARVO::Matrix<char> names(ns, 8);
-  KARVO::Matrix<char> seqs(ns, 2 * width);
-  std::vector<unsigned long> len(ns, width);
-  std::vector<unsigned long> nres(ns, 0);
   for (unsigned long r = 0; r < ns; ++r) {
     std::memset(names[r], 0, 8);
     std::strncpy(names[r], c.names[r].c_str(), 7);
-    std::memset(seqs[r], '.', seqs.cols());
-    std::memcpy(seqs[r] + 1, c.rows[r].data(), width);
-    for (char ch : c.rows[r]) nres[r] += ch != '-';
   }
 
   HeadlessRunInteraction interaction;
@@ -85,15 +81,15 @@ std::string runAndDescribe(const RunCase& c, const zemtra::EngineOptions& engine
   };
   bool ok = false;
   RunDetails details;
-  zemtra_kv(interaction, &ok, "zemtra.log", len.data(), nres.data(), names, seqs, c.fixed, c.matNo, c.gap, &details,
-            engine);
+  zemtra_kv(interaction, &ok, "zemtra.log", rows.len.data(), rows.nres.data(), names, rows.seqs, c.fixed, c.matNo,
+            c.gap, &details, engine);
 
   std::ostringstream out;
   out << "ok " << ok << " outcome " << static_cast<int>(details.outcome) << " written " << details.logWritten
       << "\nevents" << events.str() << "\nlen";
-  for (unsigned long l : len) out << ' ' << l;
+  for (unsigned long l : rows.len) out << ' ' << l;
   out << "\nrows\n";
-  for (unsigned long r = 0; r < ns; ++r) out << std::string(seqs[r], seqs.cols()) << '\n';
+  for (unsigned long r = 0; r < ns; ++r) out << std::string(rows.seqs[r], rows.seqs.cols()) << '\n';
   out << "joins";
   for (const auto& [a, b] : details.history.joins) out << ' ' << a << '-' << b;
   out << "\ndistances" << std::hexfloat;

@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "exactness_fixtures.h"
+#include "tests/support/working_rows.h"
 #include "tree/tree_kv.h"
 
 namespace {
@@ -30,17 +31,13 @@ std::string treeAndDescribe(const TreeCase& c, const zemtra::EngineOptions& engi
   unsigned long total = 0;
   for (const std::string& r : c.rows) total += r.size();
   const unsigned long width = total + 2;
-  KARVO::Matrix<char> seqs(ns, width);
+  ztest::WorkingRows rows(c.rows, width);
   KARVO::Matrix<char> names(ns, 8);
-  std::vector<unsigned long> len(ns);
   KARVO::Matrix<float> fscore(ns, ns);
   KARVO::Matrix<unsigned long> family(ns + 1, ns + 1);
   KARVO::Matrix<int> cmp(width, width);
   KARVO::Matrix<long> path(2, width);
   for (unsigned long r = 0; r < ns; ++r) {
-    std::fill(seqs[r], seqs[r] + width, '.');
-    std::copy(c.rows[r].begin(), c.rows[r].end(), seqs[r] + 1);
-    len[r] = c.rows[r].size();
     const std::string name = "T" + std::to_string(r + 1);
     std::snprintf(names[r], 8, "%s", name.c_str());
     for (unsigned long k = 0; k < ns; ++k) fscore[r][k] = c.distances[r * ns + k];
@@ -49,7 +46,8 @@ std::string treeAndDescribe(const TreeCase& c, const zemtra::EngineOptions& engi
   log << std::fixed << std::right << std::setprecision(1);
   int alen = -1;
   JoinHistory history;
-  tree_kv(log, c.matNo, c.gap, &alen, names, fscore, family, cmp, seqs, len.data(), path, c.fixed, &history, engine);
+  tree_kv(log, c.matNo, c.gap, &alen, names, fscore, family, cmp, rows.seqs, rows.len.data(), path, c.fixed, &history,
+          engine);
 
   std::ostringstream out;
   out << "alen " << alen << "\nfamily\n";
@@ -62,7 +60,7 @@ std::string treeAndDescribe(const TreeCase& c, const zemtra::EngineOptions& engi
   out << "\ndistances" << std::hexfloat;
   for (const float d : history.distances) out << ' ' << d;
   out << std::defaultfloat << "\nrows\n";
-  for (unsigned long r = 0; r < ns; ++r) out << len[r] << ' ' << std::string(seqs[r], width) << '\n';
+  for (unsigned long r = 0; r < ns; ++r) out << rows.len[r] << ' ' << std::string(rows.seqs[r], width) << '\n';
   out << "log\n" << log.str();
   return out.str();
 }
@@ -90,36 +88,27 @@ TreeCase randomCase(std::mt19937& rng, const std::vector<float>& values) {
   return c;
 }
 
-void expectSameTrees(std::mt19937& rng, const std::vector<float>& values, int cases) {
-  for (int n = 0; n < cases; ++n) {
-    const TreeCase c = randomCase(rng, values);
-    ASSERT_EQ(treeAndDescribe(c, {true, 0}), treeAndDescribe(c, {false, 0})) << "case " << n;
-  }
-}
-
-TEST(TreeExactness, TiedDistancesGiveTheReferenceJoins) {
-  std::mt19937 rng(404);
-  expectSameTrees(rng, {10.0f, 20.0f, 20.0f, 30.0f}, 150);
-}
-
-TEST(TreeExactness, DistancesWhoseMeansRoundGiveTheReferenceJoins) {
-  // Thirds and tenths do not add up exactly in single precision, so the
-  // summation order decides the last bit of every mean.
-  std::mt19937 rng(405);
-  expectSameTrees(rng, {0.1f, 0.2f, 0.3f, 1.0f / 3.0f, 2.0f / 3.0f, 33.3f, 998.9f}, 150);
-}
-
-TEST(TreeExactness, NegativeAndInfiniteDistancesGiveTheReferenceJoins) {
-  std::mt19937 rng(406);
+// Random tables drawn from value sets: ties; thirds and tenths, which do not
+// add up exactly in single precision, so the summation order decides the
+// last bit of every mean; negative and infinite values; and values just
+// below the joined mark, which the reference never refreshes.
+TEST(TreeExactness, RandomTablesGiveTheReferenceJoins) {
   const float inf = std::numeric_limits<float>::infinity();
-  expectSameTrees(rng, {-inf, -5.5f, 0.0f, -0.0f, 12.25f, 999.0f}, 100);
-}
-
-TEST(TreeExactness, DistancesJustBelowTheJoinedMarkGiveTheReferenceJoins) {
-  // The reference never refreshes a pair above 999: such tables must take
-  // its path.
-  std::mt19937 rng(407);
-  expectSameTrees(rng, {5.0f, 999.25f, 999.5f, 40.0f}, 100);
+  const struct {
+    unsigned seed;
+    std::vector<float> values;
+    int cases;
+  } sets[] = {{404, {10.0f, 20.0f, 20.0f, 30.0f}, 150},
+              {405, {0.1f, 0.2f, 0.3f, 1.0f / 3.0f, 2.0f / 3.0f, 33.3f, 998.9f}, 150},
+              {406, {-inf, -5.5f, 0.0f, -0.0f, 12.25f, 999.0f}, 100},
+              {407, {5.0f, 999.25f, 999.5f, 40.0f}, 100}};
+  for (const auto& set : sets) {
+    std::mt19937 rng(set.seed);
+    for (int n = 0; n < set.cases; ++n) {
+      const TreeCase c = randomCase(rng, set.values);
+      ASSERT_EQ(treeAndDescribe(c, {true, 0}), treeAndDescribe(c, {false, 0})) << "seed " << set.seed << ", case " << n;
+    }
+  }
 }
 
 TEST(TreeExactness, LargeTiedTablesGiveTheReferenceJoins) {

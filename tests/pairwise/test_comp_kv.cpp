@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(CompKvTest, FreshModeScoresResiduesAndZeroesGaps) {
+TEST(CompKvTest, FreshModeScoresResiduesZeroesGapsAndSkipsAnEmptyRow) {
   ztest::WorkingRows f({"AW-", "CWB"}, 8);
   KARVO::Matrix<int> cmp(8, 8);
   unsigned long lenJ = 99, lenK = 99;
@@ -19,6 +19,16 @@ TEST(CompKvTest, FreshModeScoresResiduesAndZeroesGaps) {
   EXPECT_EQ(cmp[2][2], 91);                              // W/W
   EXPECT_EQ(cmp[1][3], ScoMat::pairScore(0, 'A', 'D'));  // B scores as D
   for (int q = 1; q <= 3; ++q) EXPECT_EQ(cmp[3][q], 0);
+  // An empty row touches no cell but stores the lengths.
+  ztest::WorkingRows e({"", "ACD"}, 6);
+  cmp[1][1] = 7;
+  lenJ = lenK = 5;
+  first = true;
+  comp_kv(0, 1, 0, &lenJ, &lenK, cmp, e.seqs, e.len.data(), first);
+  EXPECT_FALSE(first);
+  EXPECT_EQ(lenJ, 0u);
+  EXPECT_EQ(lenK, 3u);
+  EXPECT_EQ(cmp[1][1], 7);
 }
 
 TEST(CompKvTest, AccumulatingModeAddsAndLeavesGapCellsAlone) {
@@ -30,19 +40,6 @@ TEST(CompKvTest, AccumulatingModeAddsAndLeavesGapCellsAlone) {
   comp_kv(1, 2, 0, &lenJ, &lenK, cmp, f.seqs, f.len.data(), first);
   EXPECT_EQ(cmp[1][1], ScoMat::pairScore(0, 'A', 'C') * 2);
   EXPECT_EQ(cmp[2][2], 100);  // C/C once; the gap row added nothing
-}
-
-TEST(CompKvTest, EmptyRowTouchesNoCellButStoresLengths) {
-  ztest::WorkingRows f({"", "ACD"}, 6);
-  KARVO::Matrix<int> cmp(6, 6);
-  cmp[1][1] = 7;
-  unsigned long lenJ = 5, lenK = 5;
-  bool first = true;
-  comp_kv(0, 1, 0, &lenJ, &lenK, cmp, f.seqs, f.len.data(), first);
-  EXPECT_FALSE(first);
-  EXPECT_EQ(lenJ, 0u);
-  EXPECT_EQ(lenK, 3u);
-  EXPECT_EQ(cmp[1][1], 7);
 }
 
 TEST(CompKvDeathTest, LengthMismatchInSeriesIsAnAssertion) {

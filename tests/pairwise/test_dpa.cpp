@@ -122,22 +122,19 @@ TEST(FredmanTest, ScoreAndPathEqualBruteForceOnRandomTinyInputs) {
   }
 }
 
-TEST(FredmanTest, EqualScoresEverywhereFavourPairsThenTailOfB) {
+TEST(FredmanTest, TiesFavourPairsThenTailOfBThenVerticalEnds) {
   // All ties: the traceback stays in pairs along the diagonal from the end
   // and the positions of B left over face gaps at the start.
   EXPECT_EQ(align({{0, 0, 0}, {0, 0, 0}}, 0, 5).columns, "HPP");
   EXPECT_EQ(align({{0, 0}, {0, 0}, {0, 0}}, 0, 5).columns, "VPP");
-}
-
-TEST(FredmanTest, EndStateTieGoesToVerticalBeforeHorizontal) {
-  // vert and horz both end at 0 above diag: starting in vert gives HPV,
-  // starting in horz would have given VPH.
+  // An end-state tie goes to vertical before horizontal: vert and horz both
+  // end at 0 above diag; starting in vert gives HPV, in horz it would be VPH.
   const Result tie = align({{10, 0}, {0, -100}}, 0, 4);
   EXPECT_EQ(tie.score, 0);
   EXPECT_EQ(tie.columns, "HPV");
 }
 
-TEST(FredmanTest, InteriorGapCostsOnceWhateverItsLength) {
+TEST(FredmanTest, InteriorGapCostsOnceWhateverItsLengthAndNothingForEmptyInput) {
   std::vector<std::vector<int>> shortGap(3, std::vector<int>(2, -5));
   shortGap[0][0] = 50;
   shortGap[2][1] = 50;
@@ -147,9 +144,7 @@ TEST(FredmanTest, InteriorGapCostsOnceWhateverItsLength) {
   EXPECT_EQ(align(shortGap, 7, 5).score, 93);
   EXPECT_EQ(align(longGap, 7, 14).score, 93);
   EXPECT_EQ(align(longGap, 7, 14).columns, "P" + std::string(10, 'V') + "P");
-}
-
-TEST(FredmanTest, EmptyInputGivesEmptyAlignment) {
+  // Empty input gives the empty alignment.
   KARVO::Matrix<int> empty(0, 0);
   Alignment aln(0);
   EXPECT_EQ(DPA::fredman<int>(40, empty, aln), 0);

@@ -25,14 +25,13 @@ TEST(ScoreKvTest, GapRulesInColumnMode) {
   EXPECT_EQ(columnScore("A--A-A", "AAAAAA", 40), 3 * v - 80);
 }
 
-TEST(ScoreKvTest, NoColumnsOrOnlyGapColumnsScoreZero) {
+TEST(ScoreKvTest, NoColumnsOrOnlyGapColumnsScoreZeroAndNegativeScoresPassThrough) {
   EXPECT_EQ(columnScore("-", "A", 40), 0);
   EXPECT_EQ(columnScore("--", "--", 40), 0);
   EXPECT_EQ(columnScore("-A-", "A-A", 40), 0);
   EXPECT_EQ(columnScore("", "", 40), 0);
+  EXPECT_EQ(columnScore("CM", "WM", 10, 14), -33 - 3);  // negative matrix scores pass through
 }
-
-TEST(ScoreKvTest, NegativeMatrixScoresPassThrough) { EXPECT_EQ(columnScore("CM", "WM", 10, 14), -33 - 3); }
 
 TEST(ScoreKvTest, PathModeKeepsPairedGapPositionsAsGapColumns) {
   ztest::WorkingRows f({"A-CA", "AGGA"}, 16);
@@ -62,7 +61,7 @@ TEST(NormKvTest, ZeroSelfScoresAreNotGuarded) {
   EXPECT_TRUE(std::isinf(norm_kv(0, 1, 2, 5, 14, 0, f.seqs, kNoPath)));
 }
 
-TEST(IdentityTest, ShorterSequenceDecides) {
+TEST(IdentityTest, ShorterSequenceDecidesOnExactCharacterEquality) {
   ztest::WorkingRows f({"ACDEFGHIKL", "----ACDEFGHIKLMNPQRS"}, 32);
   const unsigned long nres[] = {10, 16};
   KARVO::Matrix<long> path(2, 32);
@@ -73,14 +72,11 @@ TEST(IdentityTest, ShorterSequenceDecides) {
   EXPECT_EQ(pids_kv(0, 1, 20, f.seqs, nres, path), 100.0f);
   ztest::WorkingRows rows({"----ACDEFGHIKL------", "----ACDEFGHIKLMNPQRS"}, 32);
   EXPECT_EQ(pidf_kv(0, 1, 20, rows.seqs, nres), 100.0f);
-}
-
-TEST(IdentityTest, ExactCharacterEqualityAndEmptySequences) {
-  ztest::WorkingRows f({"BDA-", "DDA-"}, 8);
-  const unsigned long nres[] = {3, 3};
-  EXPECT_EQ(pidf_kv(0, 1, 4, f.seqs, nres), static_cast<float>(2.0 * 100.0 / 3.0));
-  const unsigned long none[] = {0, 3};
-  EXPECT_EQ(pidf_kv(0, 1, 4, f.seqs, none), 0.0f);
+  // Characters count as identical only when equal; an empty sequence gives 0.
+  ztest::WorkingRows g({"BDA-", "DDA-"}, 8);
+  const unsigned long three[] = {3, 3}, none[] = {0, 3};
+  EXPECT_EQ(pidf_kv(0, 1, 4, g.seqs, three), static_cast<float>(2.0 * 100.0 / 3.0));
+  EXPECT_EQ(pidf_kv(0, 1, 4, g.seqs, none), 0.0f);
 }
 
 TEST(PdifKvTest, CountsColumnsAndDifferences) {
@@ -91,7 +87,7 @@ TEST(PdifKvTest, CountsColumnsAndDifferences) {
   EXPECT_EQ(alilen[1][0], 3);
 }
 
-TEST(DistKvTest, TransformsUpperTriangleAndMirrorsIt) {
+TEST(DistKvTest, TransformsUpperTriangleAndMirrorsItButNotANonSquareTable) {
   KARVO::Matrix<float> m(3);
   m[0][0] = 100, m[0][1] = 50, m[0][2] = 0;
   m[1][0] = -5, m[1][1] = 7, m[1][2] = 100;
@@ -104,14 +100,11 @@ TEST(DistKvTest, TransformsUpperTriangleAndMirrorsIt) {
   EXPECT_EQ(m[1][0], m[0][1]);
   EXPECT_EQ(m[2][0], m[0][2]);
   EXPECT_EQ(m[1][1], 0.0f);
-}
-
-TEST(DistKvTest, AboveHundredGivesNegativeAndNonSquareIsUntouched) {
-  KARVO::Matrix<float> m(2);
-  m[0][1] = 120;
-  dist_kv(m);
-  EXPECT_LT(m[0][1], 0.0f);
-  KARVO::Matrix<float> wide(2, 3);
+  KARVO::Matrix<float> above(2);  // above 100 gives a negative distance
+  above[0][1] = 120;
+  dist_kv(above);
+  EXPECT_LT(above[0][1], 0.0f);
+  KARVO::Matrix<float> wide(2, 3);  // a table that is not square is left alone
   wide[0][1] = 50;
   dist_kv(wide);
   EXPECT_EQ(wide[0][1], 50.0f);

@@ -42,7 +42,7 @@ TEST(PairKvTest, AveragesRoundHalfUpAndTruncateNegativesTowardZero) {
   }
 }
 
-TEST(PairKvTest, WritesOneBasedPathWithGapMarks) {
+TEST(PairKvTest, WritesOneBasedPathWithGapMarksOrNoneForAnEmptyGroup) {
   PairRun r({{-9, 10, -9}, {-9, -9, 10}, {-9, -9, -9}});
   EXPECT_EQ(r.run(40, 1), 20);
   ASSERT_EQ(r.alen, 4);
@@ -53,16 +53,14 @@ TEST(PairKvTest, WritesOneBasedPathWithGapMarks) {
   }
   EXPECT_EQ(r.path[0][0], 1234);  // column 0 is not used
   EXPECT_EQ(r.path[0][5], 1234);  // nor columns past the alignment
-}
-
-TEST(PairKvTest, EmptyGroupGivesEmptyAlignment) {
+  // An empty group gives the empty alignment.
   for (auto lengths : {std::pair{0ul, 3ul}, std::pair{3ul, 0ul}}) {
-    PairRun r(std::vector<std::vector<int>>{});
-    r.lenJ = lengths.first;
-    r.lenK = lengths.second;
-    EXPECT_EQ(r.run(40, 1), 0);
-    EXPECT_EQ(r.alen, 0);
-    EXPECT_EQ(r.path[0][1], 1234);
+    PairRun empty(std::vector<std::vector<int>>{});
+    empty.lenJ = lengths.first;
+    empty.lenK = lengths.second;
+    EXPECT_EQ(empty.run(40, 1), 0);
+    EXPECT_EQ(empty.alen, 0);
+    EXPECT_EQ(empty.path[0][1], 1234);
   }
 }
 
@@ -76,7 +74,7 @@ TEST(PairKvTest, AlignmentLongerThanPathLeavesPathButReportsLength) {
   EXPECT_EQ(narrow[0][1], 77);
 }
 
-TEST(CopyKvTest, RewritesBothGroupsAlongThePath) {
+TEST(CopyKvTest, RewritesBothGroupsAlongThePathSkippingAnEmptyOne) {
   ztest::WorkingRows f({"AC-D", "A-CD", "KLM"}, 10);
   KARVO::Matrix<long> path(2, 10);
   // Group {0, 1} (4 columns) against {2} (3 columns) in 5 columns.
@@ -91,17 +89,13 @@ TEST(CopyKvTest, RewritesBothGroupsAlongThePath) {
   EXPECT_EQ(f.row(1), "A--CD");
   EXPECT_EQ(f.row(2), "K-L-M");
   EXPECT_EQ(f.seqs[2][6], '.');  // beyond the new length: untouched
-}
-
-TEST(CopyKvTest, GroupWithoutMembersIsSkipped) {
-  ztest::WorkingRows f({"AC", "KL"}, 6);
-  KARVO::Matrix<long> path(2, 6);
+  // A group without members is skipped.
+  ztest::WorkingRows h({"AC", "KL"}, 6);
   path[0][1] = 2;
   path[1][1] = 1;
-  const unsigned long g[] = {0};
-  copy_kv(g, 1, g, 0, 1, f.seqs, path, f.len.data());
-  EXPECT_EQ(f.row(0), "C");
-  EXPECT_EQ(f.row(1), "KL");
+  copy_kv(g1, 1, g2, 0, 1, h.seqs, path, h.len.data());
+  EXPECT_EQ(h.row(0), "C");
+  EXPECT_EQ(h.row(1), "KL");
 }
 
 TEST(CopyKvDeathTest, PathAsWideAsTheAlignmentEndsWith666) {

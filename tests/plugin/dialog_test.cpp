@@ -20,20 +20,16 @@ Widget& child(ZemtraDialog& dialog, const char* name) {
   return *widget;
 }
 
-TEST(ZemtraDialog, GapPenaltyIsBoundedFrom0To100) {
+// The gap penalty lies in 0..100, the prealigned count within the sequence count.
+TEST(ZemtraDialog, GapPenaltyAndPrealignedCountAreBounded) {
   ZemtraDialog dialog(5);
   auto& gap = child<QSpinBox>(dialog, "gapPenalty");
   gap.setValue(101);
   EXPECT_EQ(dialog.getGapPenalty(), 100);
   gap.setValue(-1);
   EXPECT_EQ(dialog.getGapPenalty(), 0);
-}
-
-TEST(ZemtraDialog, PrealignedCountIsBoundedByTheSequenceCount) {
-  ZemtraDialog five(5);
-  auto& prealigned = child<QSpinBox>(five, "prealigned");
-  prealigned.setValue(6);
-  EXPECT_EQ(five.getFixedSubAli(), 5);
+  child<QSpinBox>(dialog, "prealigned").setValue(6);
+  EXPECT_EQ(dialog.getFixedSubAli(), 5);
 
   ZemtraDialog none(0);
   child<QSpinBox>(none, "prealigned").setValue(1);

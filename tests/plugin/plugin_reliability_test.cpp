@@ -95,16 +95,6 @@ TEST_F(PluginReliability, LogNameLeavingThePersonalDirectoryIsNotOpened) {
                                 "/../escaped.log! ZEMTRA::PROCESS no log file\n"));
 }
 
-TEST_F(PluginReliability, LogNameThroughASymlinkedFolderIsNotOpened) {
-  const QString elsewhere = tmp_.filePath(QStringLiteral("elsewhere"));
-  ASSERT_TRUE(QDir().mkdir(elsewhere));
-  ASSERT_TRUE(QFile::link(elsewhere, personal_ + QStringLiteral("/linked")));
-  ASSERT_TRUE(runOnce(QStringLiteral("linked/run.log")));
-  EXPECT_FALSE(lastLogWritten_);
-  EXPECT_TRUE(QDir(elsewhere).isEmpty());
-  EXPECT_NE(lastLogProblem_.find("is refused"), std::string::npos) << lastLogProblem_;
-}
-
 #ifdef ZEMTRA_FAULT_INJECTION
 
 std::size_t heapInUse() { return mallinfo2().uordblks; }

@@ -32,7 +32,7 @@ QMessageBox* openMessageBox() {
 
 // --- the overwrite question --------------------------------------------------
 
-TEST(QtRunInteractionTest, OverwriteQuestionIsAnInformationBoxWithYesAsDefault) {
+TEST(QtRunInteractionTest, OverwriteQuestionIsAnInformationBoxWithYesAsDefaultAndEscapeRefusing) {
   QtRunInteraction interaction;
   QString title, text, yesText, cancelText;
   QMessageBox::Icon icon = QMessageBox::NoIcon;
@@ -59,10 +59,7 @@ TEST(QtRunInteractionTest, OverwriteQuestionIsAnInformationBoxWithYesAsDefault) 
   EXPECT_EQ(cancelText, "Cancel");
   EXPECT_TRUE(yesIsDefault);
   EXPECT_TRUE(cancelIsEscape);
-}
-
-TEST(QtRunInteractionTest, EscapeRefusesTheOverwrite) {
-  QtRunInteraction interaction;
+  // Escape refuses.
   QTimer::singleShot(0, [] {
     QMessageBox* box = openMessageBox();
     ASSERT_NE(box, nullptr);

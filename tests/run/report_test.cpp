@@ -59,32 +59,13 @@ struct Tables {
 
 constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kMax = std::numeric_limits<float>::max();
 
 // Halves that round to even, values that are not what they look like in
 // binary, signed zeros, huge and tiny numbers, infinities and NaNs.
-const std::vector<float> kAwkward = {0.0f,
-                                     -0.0f,
-                                     0.05f,
-                                     0.15f,
-                                     0.25f,
-                                     0.35f,
-                                     2.5f,
-                                     -2.5f,
-                                     99.95f,
-                                     100.0f,
-                                     -999.95f,
-                                     1e10f,
-                                     1e-40f,
-                                     kInf,
-                                     -kInf,
-                                     kNaN,
-                                     -kNaN,
-                                     123456.7f,
-                                     -0.04f,
-                                     0.45f,
-                                     1.0f / 3.0f,
-                                     66.65f,
-                                     std::numeric_limits<float>::max()};
+const std::vector<float> kAwkward = {0.0f,   -0.0f,     0.05f,    0.15f, 0.25f,       0.35f,  2.5f,  -2.5f,
+                                     99.95f, 100.0f,    -999.95f, 1e10f, 1e-40f,      kInf,   -kInf, kNaN,
+                                     -kNaN,  123456.7f, -0.04f,   0.45f, 1.0f / 3.0f, 66.65f, kMax};
 
 float identities(unsigned long r, unsigned long c) { return r == c ? 100.0f : r + c == 1 ? 50.0f : 0.0f; }
 float wideValues(unsigned long r, unsigned long c) {

@@ -6,42 +6,26 @@
 #include <fstream>
 #include <initializer_list>
 #include <string>
-#include <vector>
 
 #include "core/matrix.h"
 #include "tests/support/scratch_dir.h"
+#include "tests/support/working_rows.h"
 
 namespace run_test {
 
 // Rows of one selected range: every row as wide as the range, gaps
 // included; the working alignment is twice as wide, as the host makes it.
-struct RunInputs {
+struct RunInputs : ztest::WorkingRows {
   RunInputs(std::initializer_list<const char*> nameList, std::initializer_list<std::string> rows)
-      : names(nameList.size(), 8), seqs(rows.size(), 2 * (rows.size() == 0 ? 1 : rows.begin()->size())) {
+      : WorkingRows(rows, 2 * (rows.size() == 0 ? 1 : rows.begin()->size())), names(nameList.size(), 8) {
     unsigned long r = 0;
     for (const char* name : nameList) {
       std::memset(names[r], 0, names.cols());
-      std::strncpy(names[r], name, names.cols() - 1);
-      ++r;
-    }
-    r = 0;
-    for (const std::string& row : rows) {
-      std::memset(seqs[r], 0, seqs.cols());
-      std::memcpy(seqs[r] + 1, row.data(), row.size());
-      len.push_back(row.size());
-      unsigned long residues = 0;
-      for (char c : row) residues += c != '-';
-      nres.push_back(residues);
-      ++r;
+      std::strncpy(names[r++], name, names.cols() - 1);
     }
   }
 
-  std::string row(unsigned long r) const { return std::string(seqs[r] + 1, len[r]); }
-
   KARVO::Matrix<char> names;
-  KARVO::Matrix<char> seqs;
-  std::vector<unsigned long> len;
-  std::vector<unsigned long> nres;
 };
 
 using ztest::readFile;

@@ -66,8 +66,9 @@ RunInputs threeSequences() { return RunInputs({"first", "second", "third"}, {"WA
 
 // --- two sequences -----------------------------------------------------------
 
+// Percent signs in a name reach the file unchanged.
 TEST_F(RunTest, TwoSequenceRunWritesItsLogAndThePairwiseAlignmentBack) {
-  RunInputs in = twoSequences();
+  RunInputs in({"50%s%d", "seqB"}, {"WAC", "WC-"});
   run(in);
   ztest::expectGolden("run/two_sequences.log", readFile(tmp.file("zemtra.log")));
   EXPECT_TRUE(ok);
@@ -81,30 +82,13 @@ TEST_F(RunTest, TwoSequenceRunWritesItsLogAndThePairwiseAlignmentBack) {
   EXPECT_FALSE(interaction.progressActive());
 }
 
-TEST_F(RunTest, PercentSignsInNamesReachTheFileUnchanged) {
-  RunInputs in({"50%s%d", "b"}, {"WAC", "WC-"});
-  run(in);
-  EXPECT_NE(readFile(tmp.file("zemtra.log")).find("  1-50%s%d   100.0 100.0"), std::string::npos);
-}
-
 // --- more sequences ----------------------------------------------------------
 
 TEST_F(RunTest, ThreeSequenceRunLogsTreeAndStatisticsAndAlignsAllRowsToOneLength) {
   RunInputs in = threeSequences();
   run(in);
   const std::string log = readFile(tmp.file("zemtra.log"));
-  ASSERT_EQ(log.substr(0, kOpening.size()), kOpening);
-  const auto pairwise = log.find(" Pairwise comparison statistics: ");
-  const auto tree = log.find("****** Starting multiple alignment following tree construction ... *******");
-  const auto branching = log.find("Branching order: ");
-  const auto statistics = log.find(" Multiple comparison statistics: ");
-  ASSERT_NE(statistics, std::string::npos);
-  EXPECT_LT(pairwise, tree);
-  EXPECT_LT(tree, branching);
-  EXPECT_LT(branching, statistics);
-  EXPECT_EQ(log.find("Similarity score = "), std::string::npos);
-  const std::string ending = "\n\n" + std::string(76, '*') + "\n\n";
-  EXPECT_EQ(log.substr(log.size() - ending.size()), ending);
+  ztest::expectGolden("run/three_sequences.log", log);
   EXPECT_TRUE(ok);
   EXPECT_EQ(details.history.joins.size(), 2u);
   EXPECT_EQ(in.len[1], in.len[0]);
@@ -128,11 +112,7 @@ TEST_F(RunTest, AllPrealignedRowsAreMeasuredAsTheyStand) {
   run(in, "zemtra.log", 3);
   EXPECT_TRUE(ok);
   EXPECT_EQ(in.row(0), "WAC-D");
-  const std::string log = readFile(tmp.file("zemtra.log"));
-  const std::string identities =
-      "Percentage identities:\n\n             [  1] [  2] [  3]\n\n"
-      "  1-a        100.0 100.0 100.0\n";
-  EXPECT_NE(log.find(identities, log.find(" Multiple comparison statistics: ")), std::string::npos);
+  ztest::expectGolden("run/all_prealigned.log", readFile(tmp.file("zemtra.log")));
 }
 
 // --- cancellation (when it is noticed is the pairwise phase's test) -------------
@@ -171,19 +151,14 @@ TEST_F(RunTest, RefusedOverwriteKeepsTheOldLogAndStops) {
   EXPECT_EQ(in.row(0), "WAC");
 }
 
+// A log name with a slash names a file in a subdirectory.
 TEST_F(RunTest, AcceptedOverwriteReplacesTheOldLog) {
-  writeFile(tmp.file("zemtra.log"), "old log");
+  ASSERT_TRUE(std::filesystem::create_directory(tmp.file("runs")));
+  writeFile(tmp.file("runs/pair.log"), "old log");
   interaction.answerOverwrite = [](const std::string&) { return true; };
   RunInputs in = twoSequences();
-  run(in);
-  EXPECT_TRUE(ok);
-  EXPECT_EQ(readFile(tmp.file("zemtra.log")).substr(0, kOpening.size()), kOpening);
-}
-
-TEST_F(RunTest, LogNameWithSlashNamesAFileInASubdirectory) {
-  ASSERT_TRUE(std::filesystem::create_directory(tmp.file("runs")));
-  RunInputs in = twoSequences();
   run(in, "runs/pair.log");
+  EXPECT_TRUE(ok);
   EXPECT_EQ(readFile(tmp.file("runs/pair.log")).substr(0, kOpening.size()), kOpening);
 }
 

@@ -16,18 +16,16 @@ std::unique_ptr<KARVO::Matrix<float>> distances(unsigned long ns, float fill) {
   return d;
 }
 
-TEST(ClusterTrackerApplies, AcceptsNumbersUpTo999AndAnyDiagonal) {
+TEST(ClusterTrackerApplies, AcceptsNumbersUpTo999AndAnyDiagonalOnly) {
   const auto d = distances(3, 999.0f);
   (*d)[0][1] = (*d)[1][0] = -kInf;
   (*d)[2][2] = std::numeric_limits<float>::quiet_NaN();
   EXPECT_TRUE(ClusterTracker::applies(*d, 3));
-}
-
-TEST(ClusterTrackerApplies, RefusesNotANumberAndAnythingAbove999) {
+  // Refused: not a number and anything above 999.
   for (float bad : {999.01f, 1000.0f, kInf, std::numeric_limits<float>::quiet_NaN()}) {
-    const auto d = distances(4, 10.0f);
-    (*d)[3][1] = bad;  // one triangle is enough
-    EXPECT_FALSE(ClusterTracker::applies(*d, 4)) << bad;
+    const auto refused = distances(4, 10.0f);
+    (*refused)[3][1] = bad;  // one triangle is enough
+    EXPECT_FALSE(ClusterTracker::applies(*refused, 4)) << bad;
   }
 }
 

@@ -49,14 +49,6 @@ struct TreeInput {
     return log.str();
   }
 
-  // The same with the engine chosen here instead of by the environment.
-  std::string run(const zemtra::EngineOptions& engine, JoinHistory& history) {
-    std::ostringstream log;
-    log << std::fixed << std::right << std::setprecision(1);
-    tree_kv(log, 0, 10, &alen, names, fscore, family, cmp, seqs, len.data(), path, 0, &history, engine);
-    return log.str();
-  }
-
   std::string row(unsigned long r) const { return std::string(seqs[r] + 1, len[r]); }
 
   std::vector<unsigned long> familyRow(unsigned long r) const {

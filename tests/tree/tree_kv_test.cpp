@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -44,55 +45,36 @@ struct FourSequences : ::testing::Test {
   TreeInput in;
 };
 
-TEST_F(FourSequences, RefreshGivesSingleSequenceTheMeanDistanceToTheFamily) {
-  ProTable t(in.fscore);
-  t.join(1, 2);
-  in.family[0][0] = 1;
-  in.family[0][1] = 2;
-
-  refreshClusterDistances(4, in.fscore, in.family, t.pro);
-
-  EXPECT_EQ(t.pro[1][3], 1.875f);
-  EXPECT_EQ(t.pro[3][1], 1.875f);
-  EXPECT_EQ(t.pro[2][3], 1.875f);
-  EXPECT_EQ(t.pro[1][4], 3.875f);
-  EXPECT_EQ(t.pro[4][2], 3.875f);
-  EXPECT_EQ(t.pro[3][4], 7.0f) << "two single sequences keep their input distance";
-  EXPECT_EQ(t.pro[1][2], kJoinedMark);
-}
-
-TEST_F(FourSequences, RefreshGivesEveryPairOfTwoFamiliesTheMeanOverAllMemberPairs) {
-  ProTable t(in.fscore);
-  t.join(1, 2);
-  t.join(3, 4);
-  in.family[0][0] = 1;
-  in.family[0][1] = 2;
-  in.family[1][0] = 3;
-  in.family[1][1] = 4;
-
-  refreshClusterDistances(4, in.fscore, in.family, t.pro);
-
-  for (unsigned long a : {1UL, 2UL}) {
-    for (unsigned long b : {3UL, 4UL}) {
-      EXPECT_EQ(t.pro[a][b], 2.875f) << a << "," << b;
-      EXPECT_EQ(t.pro[b][a], 2.875f) << b << "," << a;
+// Families {1, 2} (and {3, 4}) against the rest: a single sequence gets the
+// mean distance to the family, two families the mean over all member pairs,
+// two single sequences keep their input distance and pairs above 999 stay.
+TEST_F(FourSequences, RefreshGivesEachPairTheMeanDistanceOverItsMembers) {
+  for (const bool twoFamilies : {false, true}) {
+    ProTable t(in.fscore);
+    t.join(1, 2);
+    in.family[0][0] = 1;
+    in.family[0][1] = 2;
+    in.family[1][0] = twoFamilies ? 3 : 0;
+    in.family[1][1] = twoFamilies ? 4 : 0;
+    if (twoFamilies)
+      t.join(3, 4);
+    else
+      t.pro[1][4] = t.pro[4][1] = 999.5f;
+    refreshClusterDistances(4, in.fscore, in.family, t.pro);
+    const std::vector<std::tuple<unsigned long, unsigned long, float>> expected =
+        twoFamilies ? std::vector<std::tuple<unsigned long, unsigned long, float>>{{1, 3, 2.875f},
+                                                                                   {1, 4, 2.875f},
+                                                                                   {2, 3, 2.875f},
+                                                                                   {2, 4, 2.875f},
+                                                                                   {3, 4, kJoinedMark}}
+                    : std::vector<std::tuple<unsigned long, unsigned long, float>>{
+                          {1, 3, 1.875f}, {2, 3, 1.875f}, {1, 4, 999.5f}, {2, 4, 3.875f}, {3, 4, 7.0f}};
+    for (const auto& [a, b, d] : expected) {
+      EXPECT_EQ(t.pro[a][b], d) << a << "," << b << (twoFamilies ? ", two families" : "");
+      EXPECT_EQ(t.pro[b][a], d) << b << "," << a;
     }
+    EXPECT_EQ(t.pro[1][2], kJoinedMark);
   }
-  EXPECT_EQ(t.pro[1][2], kJoinedMark);
-  EXPECT_EQ(t.pro[3][4], kJoinedMark);
-}
-
-TEST_F(FourSequences, RefreshLeavesPairsAbove999Alone) {
-  ProTable t(in.fscore);
-  t.join(1, 2);
-  t.pro[1][3] = t.pro[3][1] = 999.5f;
-  in.family[0][0] = 1;
-  in.family[0][1] = 2;
-
-  refreshClusterDistances(4, in.fscore, in.family, t.pro);
-
-  EXPECT_EQ(t.pro[1][3], 999.5f);
-  EXPECT_EQ(t.pro[2][3], 1.875f);
 }
 
 TEST(ClosestPair, TiesGoToTheEarliestPairInRowMajorOrder) {
