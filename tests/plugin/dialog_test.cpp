@@ -58,14 +58,18 @@ TEST(ZemtraDialog, MatrixListFollowsTheScoringTables) {
   EXPECT_EQ(dialog.getMatNo(), 14);
 }
 
+namespace {
+const GuideTreeNode& nodeAt(const GuideTree& tree, int index) { return tree.nodes.at(static_cast<std::size_t>(index)); }
+}  // namespace
+
 TEST(GuideTree, TwoSequencesMakeOneJoinOverTwoLeaves) {
   const GuideTree tree = buildGuideTree({{0, 1}}, {1, 2});
   ASSERT_EQ(tree.nodes.size(), 3u);
-  const GuideTreeNode& root = tree.nodes[tree.root];
+  const GuideTreeNode& root = nodeAt(tree, tree.root);
   EXPECT_EQ(root.size, 2);
   EXPECT_EQ(root.index, -1);
-  EXPECT_EQ(tree.nodes[root.left].index, 0);
-  EXPECT_EQ(tree.nodes[root.right].index, 1);
+  EXPECT_EQ(nodeAt(tree, root.left).index, 0);
+  EXPECT_EQ(nodeAt(tree, root.right).index, 1);
   EXPECT_FLOAT_EQ(root.x, 1.5f);
 }
 
@@ -73,11 +77,11 @@ TEST(GuideTree, PrealignedBlockBecomesAChainFromTheFirstSequence) {
   // Sequences 1 to 3 prealigned, then sequence 4 joined to the block.
   const GuideTree tree = buildGuideTree({{0, 1}, {0, 2}, {0, 3}}, {1, 2, 3, 4});
   ASSERT_EQ(tree.nodes.size(), 7u);
-  const GuideTreeNode* node = &tree.nodes[tree.root];
+  const GuideTreeNode* node = &nodeAt(tree, tree.root);
   for (long rightLeaf = 3; rightLeaf >= 1; --rightLeaf) {
-    EXPECT_EQ(tree.nodes[node->right].index, rightLeaf);
+    EXPECT_EQ(nodeAt(tree, node->right).index, rightLeaf);
     EXPECT_EQ(node->size, rightLeaf + 1);
-    node = &tree.nodes[node->left];
+    node = &nodeAt(tree, node->left);
   }
   EXPECT_EQ(node->index, 0);
 }
