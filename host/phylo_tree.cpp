@@ -7,6 +7,31 @@
 #include <numeric>
 
 namespace KARVO {
+
+std::string xmlText(std::string_view text) {
+  std::string out;
+  for (const char c : text) {
+    switch (c) {
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      default:
+        // Control characters are not allowed in XML text.
+        out += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
+    }
+  }
+  return out;
+}
+
 namespace {
 
 // Shortest text that reads back as the same value, without an exponent and
@@ -50,30 +75,6 @@ std::vector<int> preorder(const PhyloTree& tree) {
     for (auto it = children.rbegin(); it != children.rend(); ++it) pending.push_back(*it);
   }
   return order;
-}
-
-std::string xmlText(std::string_view text) {
-  std::string out;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '>':
-        out += "&gt;";
-        break;
-      case '"':
-        out += "&quot;";
-        break;
-      default:
-        // Control characters are not allowed in XML text.
-        out += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
-    }
-  }
-  return out;
 }
 
 class NewickReader {

@@ -82,6 +82,10 @@ PhyloLayout layoutTree(const PhyloTree& tree);
 // nearest to a fifth of width; 0 when width is not positive.
 double scaleBarLength(double width);
 
+// Text as it may stand in XML character data or an attribute value: the
+// markup characters escaped, control characters as blanks.
+std::string xmlText(std::string_view text);
+
 // A horizontal phylogram: root on the left, one line per leaf with its name,
 // a scale bar in the tree's distance units; at most about 1,000 pixels wide
 // unless the names alone need more, 18 pixels per leaf high.

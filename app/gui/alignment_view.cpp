@@ -13,6 +13,7 @@
 #include <sstream>
 
 #include "app/gui/view_geometry.h"
+#include "host/phylo_tree.h"
 
 namespace karvo_gui {
 
@@ -56,28 +57,7 @@ constexpr std::array<ZoomLevel, 13> kZoomLevels{{{1, 0},
                                                  {0, 3.0}}};
 constexpr int kDefaultZoom = 7;
 
-std::string xmlEscaped(const QString& text) {
-  std::string out;
-  for (char c : text.toStdString()) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '>':
-        out += "&gt;";
-        break;
-      case '"':
-        out += "&quot;";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
-}
+std::string xmlEscaped(const QString& text) { return KARVO::xmlText(text.toStdString()); }
 
 std::string svgColour(const QColor& colour) { return colour.name(QColor::HexRgb).toStdString(); }
 
