@@ -1,11 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
 
 #include "host/alignment_io.h"
 #include "host/gzip.h"
 #include "host/input_notes.h"
+#include "tests/support/golden.h"
 #include "tests/support/scratch_dir.h"
 
 namespace {
@@ -132,46 +134,26 @@ TEST(ReadErrors, UnexpectedCharacterGivesLineAndColumn) {
   }
 }
 
+// Each line of host/read_errors.txt is "NAME INPUT -> MESSAGE", the input with
+// \n, \r and \0 escaped. The inputs include faults found by fuzzing the readers.
 TEST(ReadErrors, EachFaultIsNamedWithItsPlace) {
-  const struct {
-    std::string text, name, message;
-  } cases[] = {
-      {"", "e.fa", "e.fa: empty file, no sequences"},
-      {" \n\n", "e.fa", "e.fa: empty file, no sequences"},
-      {std::string(">s\nAC\0D\n", 8), "t.fa", "t.fa:2:3: binary data (byte 0x00), not an alignment file"},
-      {"hello\nworld\n", "t.txt", "t.txt: unknown format (neither FASTA, Clustal, MSF nor Stockholm)"},
-      {">a\n>b\n", "t.fa", "t.fa: only headers, no residues in any sequence"},
-      // Columns count from the line start after Windows line ends.
-      {"CLUSTAL\r\n\r\na   AC1\r\n", "t.aln", "t.aln:3:7: unexpected character '1' in sequence a"},
-      {">s\nAC*\nD\n", "t.fa", "t.fa:2:3: '*' inside sequence s (it may only end it)"},
-      {">s\nA\n>s\nC\n", "t.fa", "t.fa:3:2: duplicate sequence name s (first at line 1)"},
-      {">\nAC\n", "t.fa", "t.fa:1:2: header without a sequence name"},
-      {"CLUSTAL\n\na ACD\nb AC\n", "t.aln",
-       "t.aln:4:3: sequence b has 2 columns in this block, the block's first row has 3"},
-      {"CLUSTAL\n\na AC\nb AC\n\nb D\na D\n", "t.aln",
-       "t.aln:6:1: sequence b where a was expected (every block lists the sequences in the same order)"},
-      {"CLUSTAL\n\na AC\nb AC\n\na D\n", "t.aln",
-       "t.aln:6: block has 1 rows, expected one for each of the 2 sequences"},
-      {"PileUp\n\n Name: one Len: 5\n//\none ACDE\n", "t.msf",
-       "t.msf:3:17: sequence one has 4 columns, its 'Name:' line says Len: 5"},
-      {"PileUp\n\n Name: one\n//\ntwo AC\n", "t.msf", "t.msf:5:1: sequence two is not among the 'Name:' lines"},
-      {"PileUp\n Name: one\n", "t.msf", "t.msf: no '//' line ending the MSF header"},
-      {"# STOCKHOLM 1.0\ns AC\n", "t.sto", "t.sto: no '//' line ending the alignment"},
-  };
-  for (const auto& c : cases) EXPECT_EQ(errorOf(c.text, c.name), c.message) << c.text;
-}
-
-// Found by fuzzing the readers.
-
-TEST(ReadRegressions, MsfLengthBeyondAnyNumberIsAnErrorAtItsColumn) {
-  EXPECT_EQ(errorOf("PileUp\n\n Name: one Len: 99999999999999999999999\n//\none ACDE\n", "t.msf"),
-            "t.msf:3:17: Len: 99999999999999999999999 is too large");
-}
-
-TEST(ReadRegressions, AlignmentOfGapsOnlyIsRefusedInEveryFormat) {
-  EXPECT_EQ(errorOf("CLUSTAL W\n\none ---\ntwo -.-\n", "t.aln"), "t.aln: only gaps, no residues in any sequence");
-  EXPECT_EQ(errorOf("# STOCKHOLM 1.0\none ---\n//\n", "t.sto"), "t.sto: only gaps, no residues in any sequence");
-  EXPECT_EQ(errorOf(">one\n---\n>two\n\n", "t.fa"), "t.fa: only gaps, no residues in any sequence");
+  std::ifstream table(ztest::goldenPath("host/read_errors.txt"));
+  std::string line, actual;
+  while (std::getline(table, line)) {
+    const std::size_t space = line.find(' '), arrow = line.find(" -> ");
+    std::string text;
+    for (std::size_t at = space + 1; at < arrow; ++at) {
+      if (line[at] != '\\') {
+        text += line[at];
+        continue;
+      }
+      const char code = line[++at];
+      text += code == 'n' ? '\n' : code == 'r' ? '\r' : code == '0' ? '\0' : code;
+    }
+    actual += line.substr(0, arrow) + " -> " + errorOf(text, line.substr(0, space)) + "\n";
+  }
+  EXPECT_FALSE(actual.empty());
+  ztest::expectGolden("host/read_errors.txt", actual);
 }
 
 TEST(ReadRegressions, StrayCarriageReturnIsNeverPartOfAName) {
