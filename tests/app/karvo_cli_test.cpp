@@ -1,6 +1,7 @@
 // The karvo binary end to end: options, outputs, refusals, cancellation,
 // exit statuses and the machine's limits, each run in its own scratch folder
-// and personal directory. Messages of bad input are in tests/badinput.
+// and personal directory. Messages of bad input, and what --version, --help
+// and --verbose print, are in tests/badinput.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -130,16 +131,6 @@ TEST_F(AlignRun, PrealignedRowsKeepTheirAlignmentToEachOther) {
   EXPECT_EQ(b, "MV--HLTPEEKSAVTAL");
 }
 
-TEST_F(AlignRun, LogNameIsRelativeToTheCurrentFolderAndNothingElseIsKept) {
-  std::filesystem::create_directory(dir / "logs");
-  const ProcessResult result = karvo({"align", input(), "--log", "logs/run.log"}, {.workingDir = dir.path()});
-  ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_NE(result.err.find("run log: logs/run.log\n"), std::string::npos);
-  EXPECT_NE(readFile(dir / "logs/run.log").find("Penalty: 40"), std::string::npos);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir / "logs"), {}), 1);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(personal()), {}), 0);
-}
-
 // Also shows that --gap reaches the run.
 TEST_F(AlignRun, SecondRunReplacesTheDefaultLogWithoutAsking) {
   for (const char* gap : {"30", "20"}) {
@@ -149,11 +140,6 @@ TEST_F(AlignRun, SecondRunReplacesTheDefaultLogWithoutAsking) {
   }
   EXPECT_NE(readFile(personal() + "/zemtra.log").find("Penalty: 20"), std::string::npos);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(personal()), {}), 1);
-}
-
-// The one-line summary is in the bad-input catalogue's successful cases.
-TEST_F(AlignRun, VerboseShowsThePluginDiagnostics) {
-  EXPECT_NE(karvo({"align", input(), "-q", "--verbose"}).err.find("Calculating Zemtra.\n"), std::string::npos);
 }
 
 using Progress = KarvoCli;
@@ -244,15 +230,6 @@ TEST_F(KarvoCli, GuiLoadsTheWindowLibraryOnDemand) {
   EXPECT_EQ(
       karvo({"gui", input(), "--screenshot", picture}, {.environment = {{"QT_QPA_PLATFORM", "offscreen"}}}).status, 0);
   EXPECT_GT(std::filesystem::file_size(picture), 0u);
-}
-
-TEST_F(KarvoCli, VersionIsPrinted) { EXPECT_EQ(karvo({"--version"}).out, "karvo 1.0.0\n"); }
-
-TEST_F(KarvoCli, HelpListsTheExitStatusesAndWhereTheDefaultLogGoes) {
-  const ProcessResult result = karvo({"align", "--help"});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_NE(result.out.find("130 cancelled"), std::string::npos);
-  EXPECT_NE(result.out.find("zemtra.log in the personal temporary directory"), std::string::npos);
 }
 
 using Matrices = KarvoCli;
