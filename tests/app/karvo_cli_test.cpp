@@ -155,32 +155,20 @@ TEST_F(Progress, BarShownAtATerminalUnlessQuiet) {
   EXPECT_EQ(quiet.err, "");
 }
 
-class ExistingLog : public KarvoCli {
- protected:
-  void SetUp() override {
-    KarvoCli::SetUp();
-    log = dir.write("mine.log", "old log\n");
-  }
-  std::string log;
-};
-
 // Without a terminal it is refused before the run, and --force replaces it:
 // both are in the bad-input catalogue.
-TEST_F(ExistingLog, TheAnswerAtTheTerminalDecides) {
-  const ProcessResult yes =
-      karvo({"align", input(), "--log", log, "-o", dir / "out.fa", "-q"}, {.terminal = true, .typed = "y\n"});
-  EXPECT_EQ(yes.status, 0) << yes.err;
-  EXPECT_NE(yes.err.find("Overwrite " + log + "? [y/N] "), std::string::npos);
-  EXPECT_NE(readFile(log).find("Penalty: 40"), std::string::npos);
-
-  dir.write("mine.log", "old log\n");
-  std::filesystem::remove(dir / "out.fa");
-  const ProcessResult no =
-      karvo({"align", input(), "--log", log, "-o", dir / "out.fa", "-q"}, {.terminal = true, .typed = "n\n"});
+TEST_F(KarvoCli, ExistingLogIsReplacedOnlyWhenTheAnswerAtTheTerminalIsYes) {
+  const std::string log = dir.write("mine.log", "old log\n");
+  const std::vector<std::string> args{"align", input(), "--log", log, "-o", dir / "out.fa", "-q"};
+  const ProcessResult no = karvo(args, {.terminal = true, .typed = "n\n"});
   EXPECT_EQ(no.status, 2);
   EXPECT_NE(no.err.find("karvo: kept " + log + "; nothing was aligned"), std::string::npos);
   EXPECT_EQ(readFile(log), "old log\n");
   EXPECT_FALSE(std::filesystem::exists(dir / "out.fa"));
+  const ProcessResult yes = karvo(args, {.terminal = true, .typed = "y\n"});
+  EXPECT_EQ(yes.status, 0) << yes.err;
+  EXPECT_NE(yes.err.find("Overwrite " + log + "? [y/N] "), std::string::npos);
+  EXPECT_NE(readFile(log).find("Penalty: 40"), std::string::npos);
 }
 
 // Cancelling through the stand-in plug-in, and refusals, are in the

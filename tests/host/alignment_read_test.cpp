@@ -84,36 +84,23 @@ TEST(ReadFasta, NormalisesLinesCaseGapsStarsAndLineEnds) {
   EXPECT_EQ(read(cases[3].first)->sequence(1).description, "desc");
 }
 
-TEST(ReadClustal, JoinsBlocksAndIgnoresConservationAndCounts) {
-  auto a = read(
-      "CLUSTAL W (1.83) multiple sequence alignment\n\n\n"
-      "alpha      AC-D 3\n"
-      "beta       A-ED 3\n"
-      "           *  *\n\n"
-      "alpha      KL 5\n"
-      "beta       -L 4\n");
-  EXPECT_THAT(rows(*a), ElementsAre("alpha AC-DKL", "beta A-ED-L"));
-}
-
-TEST(ReadMsf, ReadsNamedRowsWithAllGapCharacters) {
-  auto a = read(
-      "!!AA_MULTIPLE_ALIGNMENT 1.0\n\n"
-      " t.msf  MSF: 12  Type: P  Check: 1234 ..\n\n"
-      " Name: one  Len: 12  Check: 1  Weight: 1.00\n"
-      " Name: two  Len: 12  Check: 2  Weight: 1.00\n\n//\n\n"
-      "           1                      12\n"
-      "one   ACDEF.GHIK ~~\n"
-      "two   AC-EFKGHIK LM\n");
-  EXPECT_THAT(rows(*a), ElementsAre("one ACDEF-GHIK--", "two AC-EFKGHIKLM"));
-}
-
-TEST(ReadStockholm, SkipsMarkupAndKeepsDescriptions) {
-  auto a = read(
-      "# STOCKHOLM 1.0\n#=GF ID test\n#=GS s1 DE first one\n"
-      "s1 AC..D\ns2 A-CE.\n#=GC SS_cons .....\n\n"
-      "s1 K\ns2 L\n//\n");
-  EXPECT_THAT(rows(*a), ElementsAre("s1 AC--DK", "s2 A-CE-L"));
-  EXPECT_EQ(a->sequence(0).description, "first one");
+// Clustal with its conservation line and counts over two blocks, MSF with
+// every gap character, Stockholm with markup and a description.
+TEST(ReadOtherFormats, JoinBlocksAndSkipTheirMarkup) {
+  const std::pair<const char*, std::vector<std::string>> cases[] = {
+      {"CLUSTAL W (1.83) multiple sequence alignment\n\n\nalpha      AC-D 3\nbeta       A-ED 3\n"
+       "           *  *\n\nalpha      KL 5\nbeta       -L 4\n",
+       {"alpha AC-DKL", "beta A-ED-L"}},
+      {"!!AA_MULTIPLE_ALIGNMENT 1.0\n\n t.msf  MSF: 12  Type: P  Check: 1234 ..\n\n"
+       " Name: one  Len: 12  Check: 1  Weight: 1.00\n Name: two  Len: 12  Check: 2  Weight: 1.00\n\n//\n\n"
+       "           1                      12\none   ACDEF.GHIK ~~\ntwo   AC-EFKGHIK LM\n",
+       {"one ACDEF-GHIK--", "two AC-EFKGHIKLM"}},
+      {"# STOCKHOLM 1.0\n#=GF ID test\n#=GS s1 DE first one\ns1 AC..D\ns2 A-CE.\n#=GC SS_cons .....\n\n"
+       "s1 K\ns2 L\n//\n",
+       {"s1 AC--DK", "s2 A-CE-L"}},
+  };
+  for (const auto& [text, expected] : cases) EXPECT_EQ(rows(*read(text)), expected) << text;
+  EXPECT_EQ(read(cases[2].first)->sequence(0).description, "first one");
 }
 
 TEST(ReadAlignmentFile, NamesAMissingFile) {
