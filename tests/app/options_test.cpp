@@ -1,5 +1,5 @@
 // The pure option helpers: column ranges, matrix names, gap penalties,
-// commands, output formats, log targets, the progress line and the
+// output formats, log targets, the progress line and the
 // overwrite answer. The refusals they lead to are
 // checked end to end in tests/badinput.
 #include <gtest/gtest.h>
@@ -17,15 +17,12 @@
 
 using namespace karvo_app;
 
-TEST(ColumnRange, ReadsBothEndsInclusive) {
+TEST(ColumnRange, ReadsBothEndsInclusiveAndRejectsMalformedOrEmptyRanges) {
   const auto span = parseColumnRange("3:17");
   ASSERT_TRUE(span);
   EXPECT_EQ(span->first, 3u);
   EXPECT_EQ(span->last, 17u);
   EXPECT_TRUE(parseColumnRange("5:5"));
-}
-
-TEST(ColumnRange, RejectsMalformedOrEmptyRanges) {
   for (const char* text : {"", "5", "0:4", "7:3", "a:b", "3:", ":4", "3:4x", "-1:4", "3:4:5", " 3:4"}) {
     EXPECT_FALSE(parseColumnRange(text)) << text;
   }
@@ -59,14 +56,6 @@ TEST(GapPenalty, OnlyWholeNumbersFromZeroToHundred) {
   for (const char* bad : {"20.5", "101", "-1", "", "4e1", " 40"}) EXPECT_NE(gapPenaltyProblem(bad), "") << bad;
 }
 
-TEST(UnknownCommand, SuggestsTheNearestCommandWithinTwoEdits) {
-  const std::vector<std::string_view> commands{"align", "matrices", "gui"};
-  EXPECT_EQ(unknownCommandMessage("aling", commands), "unknown command 'aling'; did you mean 'align'?");
-  EXPECT_EQ(unknownCommandMessage("matices", commands), "unknown command 'matices'; did you mean 'matrices'?");
-  EXPECT_EQ(unknownCommandMessage("window", commands),
-            "unknown command 'window' (commands: align, matrices, gui; see karvo --help)");
-}
-
 TEST(OutputFormat, ComesFromTheOptionOrTheNameAndNeverSilentlyFromNothing) {
   using KARVO::AlignmentFormat;
   EXPECT_EQ(outputFormatFor("", "").format, AlignmentFormat::Fasta);
@@ -80,7 +69,7 @@ TEST(OutputFormat, ComesFromTheOptionOrTheNameAndNeverSilentlyFromNothing) {
   }
 }
 
-TEST(LogTarget, SplitsAPathRelativeToTheCurrentFolder) {
+TEST(LogTarget, SplitsAPathRelativeToTheCurrentFolderAndRejectsPathsNamingNoFile) {
   const std::pair<const char*, const char*> cases[] = {
       {"run.log", "."}, {"./run.log", "."}, {"/run.log", "/"}, {"/tmp/x/run.log", "/tmp/x"}, {"../run.log", ".."}};
   for (const auto& [text, folder] : cases) {
@@ -90,9 +79,6 @@ TEST(LogTarget, SplitsAPathRelativeToTheCurrentFolder) {
     EXPECT_EQ(target->name, "run.log") << text;
   }
   EXPECT_EQ(logTargetFor("")->folder, "");  // the default log: personal directory
-}
-
-TEST(LogTarget, RejectsPathsThatNameNoFile) {
   for (const char* text : {"logs/", "/", "a/.", "a/.."}) EXPECT_FALSE(logTargetFor(text)) << text;
 }
 

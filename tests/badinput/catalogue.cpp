@@ -73,7 +73,7 @@ std::vector<CatalogueCase> readCatalogue(const std::string& path) {
       c.status = std::stoi(value);
     } else if (key == "message" || key == "message~") {
       c.messageIsPattern = key == "message~";
-      c.message = c.messageIsPattern ? value : unescape(value);
+      c.message = unescape(value);
     } else {
       malformed(path, lineNo, "unknown key '" + key + "'");
     }
