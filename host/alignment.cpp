@@ -159,7 +159,7 @@ void Alignment::stripGapCols(const ColumnRange& range) {
   // A selection boundary moves left by the removed columns before it.
   auto shifted = [&removed](unsigned long boundary) {
     unsigned long before = 0;
-    for (unsigned long c = 0; c < boundary && c < removed.size(); ++c) before += removed[c] ? 1 : 0;
+    for (unsigned long c = 0; c < boundary && c < removed.size(); ++c) before += removed[c] ? 1UL : 0UL;
     return boundary - before;
   };
   selection = {shifted(selection.first), shifted(selection.second)};

@@ -59,13 +59,13 @@ GuideTree buildGuideTree(const std::vector<std::pair<unsigned long, unsigned lon
     if (node->left != nullptr) {
       const int child = static_cast<int>(tree.nodes.size());
       tree.nodes.push_back(flatNode(*node->left));
-      tree.nodes[position].left = child;
+      tree.nodes[static_cast<std::size_t>(position)].left = child;
       pending.emplace_back(node->left, child);
     }
     if (node->right != nullptr) {
       const int child = static_cast<int>(tree.nodes.size());
       tree.nodes.push_back(flatNode(*node->right));
-      tree.nodes[position].right = child;
+      tree.nodes[static_cast<std::size_t>(position)].right = child;
       pending.emplace_back(node->right, child);
     }
   }
