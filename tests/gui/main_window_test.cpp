@@ -121,7 +121,7 @@ TEST_F(RecoveryAtStartTest, RecoveryIsOpenedWhenAcceptedAndDiscardedWhenDeclined
     const RecoveryFiles files = leaveRecovery("/data/kinases.aln");
     MainWindow& window = makeWindow();
     ModalAutoAnswer answer([accept](QWidget& modal) {
-      qobject_cast<QMessageBox*>(&modal)->button(accept ? QMessageBox::Yes : QMessageBox::No)->click();
+      accept ? acceptAsShown(modal) : qobject_cast<QMessageBox*>(&modal)->button(QMessageBox::No)->click();
     });
     window.offerRecovery();
     EXPECT_FALSE(fs::exists(files.alignmentPath));

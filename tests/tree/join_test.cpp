@@ -65,11 +65,11 @@ TEST_F(JoinTest, AlignPairOpensANewFamilyRow) {
   expectJoinedExactly({2, 4});
 }
 
-// FamFind hands over to AddToFamily, which appends the sequence as the second group.
-TEST_F(JoinTest, FamFindAddsASingleFirstToTheFamilyOfOther) {
+// AddToFamily appends the sequence to the family row as the second group (FamFind's
+// hand-over to it is in FamFindUsesTheLiveFamilyNotTheSubClusterRecord and every run).
+TEST_F(JoinTest, AddToFamilyAppendsASingleSequenceToTheFamilyRow) {
   setRow(0, {4, 5});
-  int nfam = 1;
-  FamFind(nfam, 1, 5, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters);
+  AddToFamily(1, 0, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters);
   EXPECT_EQ(in.familyRow(0), (Row{4, 5, 1}));
   EXPECT_EQ(log.str(), kHead + "Cluster: [N4 N5]\nCluster: [N1]\n\n\n\nSimilarity score: 312\n");
   EXPECT_EQ(counters.nJ, 2);
@@ -79,12 +79,11 @@ TEST_F(JoinTest, FamFindAddsASingleFirstToTheFamilyOfOther) {
   expectJoinedExactly({1, 4, 5});
 }
 
-// And to AlignFamilies, which appends the higher row to the lower and keeps it.
-TEST_F(JoinTest, FamFindJoinsTwoFamiliesLowerRowFirst) {
+// AlignFamilies appends the higher row to the lower and keeps it.
+TEST_F(JoinTest, AlignFamiliesJoinsTwoFamiliesLowerRowFirst) {
   setRow(0, {1, 2});
   setRow(1, {3, 4});
-  int nfam = 2;
-  FamFind(nfam, 4, 1, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters);
+  AlignFamilies(0, 1, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters);
   EXPECT_EQ(in.familyRow(0), (Row{1, 2, 3, 4}));
   EXPECT_EQ(in.familyRow(1), (Row{3, 4}));
   EXPECT_EQ(log.str(), kHead + "Cluster: [N1 N2]\nCluster: [N3 N4]\n\n\n\nSimilarity score: 312\n");
