@@ -198,8 +198,13 @@ MainWindow::MainWindow(const std::vector<std::string>& pluginDirs, QWidget* pare
 }
 
 MainWindow::~MainWindow() {
-  // Clearing the stack on the way out must not update the actions.
+  // Clearing the stack and hiding the panels on the way out must not reach
+  // this window once its own part is gone.
   undoStack_->disconnect(this);
+  treeDock_->disconnect(this);
+  for (QObject* watched : {static_cast<QObject*>(treeDock_), static_cast<QObject*>(treeView_->viewport()),
+                           static_cast<QObject*>(view_->viewport())})
+    watched->removeEventFilter(this);
   // The plug-ins are told they are no longer needed before they are unloaded.
   for (auto& [index, plugin] : loaded_) {
     if (auto cleanup = reinterpret_cast<void (*)()>(plugin->symbol("Cleanup"))) cleanup();
