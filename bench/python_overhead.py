@@ -22,18 +22,13 @@ import time
 from pathlib import Path
 
 import zemtra
+from Bio import SeqIO
 
 ROOT = Path(__file__).resolve().parents[1]
 
 
 def read_fasta(path):
-    pairs = []
-    for line in Path(path).read_text().splitlines():
-        if line.startswith(">"):
-            pairs.append([line[1:].split()[0], ""])
-        elif line.strip():
-            pairs[-1][1] += line.strip()
-    return [tuple(pair) for pair in pairs]
+    return [(record.id, str(record.seq)) for record in SeqIO.parse(str(path), "fasta")]
 
 
 def karvo_align(karvo, path):

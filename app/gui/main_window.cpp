@@ -186,9 +186,7 @@ MainWindow::MainWindow(const std::vector<std::string>& pluginDirs, QWidget* pare
     alignTreeWithRows();
   });
   connect(view_, &AlignmentView::rowsMoved, this, &MainWindow::alignTreeWithRows);
-  for (QObject* watched : {static_cast<QObject*>(treeDock_), static_cast<QObject*>(treeView_->viewport()),
-                           static_cast<QObject*>(view_->viewport())})
-    watched->installEventFilter(this);
+  for (QObject* watched : treeFollowedObjects()) watched->installEventFilter(this);
   connect(treeView_, &TreeView::leafClicked, this, &MainWindow::selectTreeNode);
   connect(treeView_, &TreeView::nodeClicked, this, &MainWindow::selectTreeNode);
   updateActions();
@@ -202,9 +200,7 @@ MainWindow::~MainWindow() {
   // this window once its own part is gone.
   undoStack_->disconnect(this);
   treeDock_->disconnect(this);
-  for (QObject* watched : {static_cast<QObject*>(treeDock_), static_cast<QObject*>(treeView_->viewport()),
-                           static_cast<QObject*>(view_->viewport())})
-    watched->removeEventFilter(this);
+  for (QObject* watched : treeFollowedObjects()) watched->removeEventFilter(this);
   // The plug-ins are told they are no longer needed before they are unloaded.
   for (auto& [index, plugin] : loaded_) {
     if (auto cleanup = reinterpret_cast<void (*)()>(plugin->symbol("Cleanup"))) cleanup();
@@ -721,6 +717,10 @@ void MainWindow::alignTreeWithRows() {
   const long above = static_cast<long>(view_->firstVisibleRow());
   const int rowsTop = offset + view_->rulerHeight();
   treeView_->followRows(rowsTop - static_cast<int>(above) * height + height / 2, height, rowsTop);
+}
+
+std::array<QObject*, 3> MainWindow::treeFollowedObjects() const {
+  return {treeDock_, treeView_->viewport(), view_->viewport()};
 }
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event) {

@@ -6,6 +6,7 @@
 #include <QMainWindow>
 #include <QString>
 #include <QStringList>
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -141,6 +142,9 @@ class MainWindow : public QMainWindow {
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
+  // What the tree panel follows: its dock and both scroll areas' viewports.
+  std::array<QObject*, 3> treeFollowedObjects() const;
+
   friend class EditCommand;
   friend class RunCommand;
 
