@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(MatrixTest, ZeroDimensionGivesEmptyMatrix) {
+TEST(MatrixTest, ZeroDimensionOrLengthHoldsNoStorage) {
   KARVO::Matrix<int> noRows(0, 5);
   KARVO::Matrix<int> noCols(5, 0);
   KARVO::Matrix<int> square(0);
@@ -13,6 +13,9 @@ TEST(MatrixTest, ZeroDimensionGivesEmptyMatrix) {
     EXPECT_EQ(empty->cols(), 0u);
     EXPECT_EQ(empty->rowTable(), nullptr);
   }
+  Array<char> none(0);
+  EXPECT_EQ(none.length, 0u);
+  EXPECT_EQ(none.data, nullptr);
 }
 
 TEST(MatrixTest, RowsLieInOneBlockColumnCountApart) {
@@ -26,12 +29,6 @@ TEST(MatrixTest, RowsLieInOneBlockColumnCountApart) {
   KARVO::Matrix<float> square(3);
   EXPECT_EQ(square.cols(), 3u);
   EXPECT_EQ(square[2], square[0] + 6);
-}
-
-TEST(ArrayTest, ZeroLengthHoldsNoStorage) {
-  Array<char> none(0);
-  EXPECT_EQ(none.length, 0u);
-  EXPECT_EQ(none.data, nullptr);
 }
 
 }  // namespace

@@ -31,25 +31,19 @@ TEST(CompKvTest, FreshModeScoresResiduesZeroesGapsAndSkipsAnEmptyRow) {
   EXPECT_EQ(cmp[1][1], 7);
 }
 
-TEST(CompKvTest, AccumulatingModeAddsAndLeavesGapCellsAlone) {
-  ztest::WorkingRows f({"AC", "A-", "CC"}, 6);
-  KARVO::Matrix<int> cmp(6, 6);
+// A series adds pair by pair and leaves gap cells alone; a member of another
+// length fails the series' assertions.
+TEST(CompKvDeathTest, AccumulatingModeAddsAndAssertsOneLengthPerSide) {
+  ztest::WorkingRows f({"AC", "A-", "CC", "ACD"}, 8);
+  KARVO::Matrix<int> cmp(8, 8);
   unsigned long lenJ = 0, lenK = 0;
   bool first = true;
   comp_kv(0, 2, 0, &lenJ, &lenK, cmp, f.seqs, f.len.data(), first);
   comp_kv(1, 2, 0, &lenJ, &lenK, cmp, f.seqs, f.len.data(), first);
   EXPECT_EQ(cmp[1][1], ScoMat::pairScore(0, 'A', 'C') * 2);
   EXPECT_EQ(cmp[2][2], 100);  // C/C once; the gap row added nothing
-}
-
-TEST(CompKvDeathTest, LengthMismatchInSeriesIsAnAssertion) {
-  ztest::WorkingRows f({"AC", "ACD", "AC"}, 8);
-  KARVO::Matrix<int> cmp(8, 8);
-  unsigned long lenJ = 0, lenK = 0;
-  bool first = true;
-  comp_kv(0, 2, 0, &lenJ, &lenK, cmp, f.seqs, f.len.data(), first);
-  EXPECT_DEATH(comp_kv(1, 2, 0, &lenJ, &lenK, cmp, f.seqs, f.len.data(), first), "comp_kv.*\\*lenj == lenJ");
-  EXPECT_DEATH(comp_kv(0, 1, 0, &lenJ, &lenK, cmp, f.seqs, f.len.data(), first), "\\*lenk == lenK");
+  EXPECT_DEATH(comp_kv(3, 2, 0, &lenJ, &lenK, cmp, f.seqs, f.len.data(), first), "comp_kv.*\\*lenj == lenJ");
+  EXPECT_DEATH(comp_kv(0, 3, 0, &lenJ, &lenK, cmp, f.seqs, f.len.data(), first), "\\*lenk == lenK");
 }
 
 }  // namespace

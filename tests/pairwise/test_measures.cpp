@@ -47,18 +47,15 @@ TEST(ScoreKvTest, PathModeKeepsPairedGapPositionsAsGapColumns) {
   EXPECT_EQ(score_kv(0, 1, 5, 0, 40, 1, f.seqs, path), 2 * v + ScoMat::pairScore(0, 'C', 'G') - 40);
 }
 
-TEST(NormKvTest, SelfComparisonIsHundred) {
-  ztest::WorkingRows f({"MKV-LAW", "MKV-LAW"}, 16);
+// Zero self scores are not guarded: C scores 0 against itself in matrix 14.
+TEST(NormKvTest, SelfComparisonIsHundredAndZeroSelfScoresAreNotGuarded) {
+  ztest::WorkingRows f({"MKV-LAW", "MKV-LAW", "CC", "CC"}, 16);
   for (int matNo : {0, 4, 10}) {
     const int s = score_kv(0, 0, 7, matNo, 40, 0, f.seqs, kNoPath);
     EXPECT_EQ(norm_kv(0, 0, 7, s, matNo, 0, f.seqs, kNoPath), 100.0f);
   }
-}
-
-TEST(NormKvTest, ZeroSelfScoresAreNotGuarded) {
-  ztest::WorkingRows f({"CC", "CC"}, 8);  // C scores 0 against itself in matrix 14
-  EXPECT_TRUE(std::isnan(norm_kv(0, 1, 2, 0, 14, 0, f.seqs, kNoPath)));
-  EXPECT_TRUE(std::isinf(norm_kv(0, 1, 2, 5, 14, 0, f.seqs, kNoPath)));
+  EXPECT_TRUE(std::isnan(norm_kv(2, 3, 2, 0, 14, 0, f.seqs, kNoPath)));
+  EXPECT_TRUE(std::isinf(norm_kv(2, 3, 2, 5, 14, 0, f.seqs, kNoPath)));
 }
 
 TEST(IdentityTest, ShorterSequenceDecidesOnExactCharacterEquality) {

@@ -132,12 +132,15 @@ TEST_F(RunTest, CancelIsNoticedAtTheNextRowStart) {
 
 // --- the log's place ---------------------------------------------------------
 
-TEST_F(RunTest, RefusedOverwriteKeepsTheOldLogAndStops) {
+// Refused, the old log stays and the run stops; accepted, it is replaced. A
+// log name with a slash names a file in a subdirectory.
+TEST_F(RunTest, OverwriteQuestionKeepsOrReplacesTheOldLog) {
   writeFile(tmp.file("zemtra.log"), "old log");
   std::string asked;
-  interaction.answerOverwrite = [&asked](const std::string& path) {
+  bool answer = false;
+  interaction.answerOverwrite = [&](const std::string& path) {
     asked = path;
-    return false;
+    return answer;
   };
   RunInputs in = twoSequences();
   ok = true;
@@ -149,16 +152,12 @@ TEST_F(RunTest, RefusedOverwriteKeepsTheOldLogAndStops) {
   EXPECT_EQ(readFile(tmp.file("zemtra.log")), "old log");
   EXPECT_FALSE(std::filesystem::exists(tmp.file("karvo.log")));
   EXPECT_EQ(in.row(0), "WAC");
-}
-
-// A log name with a slash names a file in a subdirectory.
-TEST_F(RunTest, AcceptedOverwriteReplacesTheOldLog) {
   ASSERT_TRUE(std::filesystem::create_directory(tmp.file("runs")));
   writeFile(tmp.file("runs/pair.log"), "old log");
-  interaction.answerOverwrite = [](const std::string&) { return true; };
-  RunInputs in = twoSequences();
+  answer = true;
   run(in, "runs/pair.log");
   EXPECT_TRUE(ok);
+  EXPECT_EQ(asked, tmp.file("runs/pair.log"));
   EXPECT_EQ(readFile(tmp.file("runs/pair.log")).substr(0, kOpening.size()), kOpening);
 }
 

@@ -103,28 +103,23 @@ TEST_F(JoinTest, FamFindUsesTheLiveFamilyNotTheSubClusterRecord) {
 
 using JoinDeathTest = JoinTest;
 
-TEST_F(JoinDeathTest, FamFindRefusesJoinsOfASequenceWithItselfOrItsOwnFamily) {
+// Joins of a sequence with itself or its own family, empty rows and rows
+// without a terminator are refused.
+TEST_F(JoinDeathTest, JoinsRefuseSelfJoinsAndRowsWithoutRoom) {
   int nfam = 0;
   EXPECT_DEATH(FamFind(nfam, 2, 2, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
                "tree_kv.*FamFind.*" + literal("First != Other"));
   EXPECT_DEATH(FamFind(nfam, 3, 2, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
                literal("First < Other"));
+  EXPECT_DEATH(AddToFamily(1, 2, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
+               "tree_kv.*AddToFamily.*" + literal("0 < vacant"));
   setRow(0, {1, 2, 3});
   nfam = 1;
   EXPECT_DEATH(FamFind(nfam, 1, 3, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
                literal("( singleFirst || singleOther ) || ( familyFirst != familyOther )"));
-}
-
-TEST_F(JoinDeathTest, AddToFamilyRefusesAnEmptyRowOrOneWithoutTerminator) {
-  EXPECT_DEATH(AddToFamily(1, 2, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
-               "tree_kv.*AddToFamily.*" + literal("0 < vacant"));
   setRow(0, {1, 2, 3, 4, 5, 9});
   EXPECT_DEATH(AddToFamily(1, 0, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
                literal("0 == family[ familyOther ][vacant]"));
-}
-
-TEST_F(JoinDeathTest, AlignFamiliesRefusesAReceivingRowWithoutTerminator) {
-  setRow(0, {1, 2, 3, 4, 5, 9});
   setRow(1, {2, 4});
   EXPECT_DEATH(AlignFamilies(0, 1, in.family, in.cmp, in.seqs, in.len.data(), in.names, in.path, pro, counters),
                literal("0 == family[ familyFirst ][vacant]"));

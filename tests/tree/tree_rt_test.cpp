@@ -72,47 +72,37 @@ TEST(CreateTree2, NoJoinGivesTheLeafOfSequenceOne) {
   freeTree(nullptr);  // ignored
 }
 
-TEST(CreateTree2, FullClusteringDrawsWithoutCrossings) {
+// A full clustering with a sub-cluster, and a prealigned block, which is a
+// chain.
+TEST(CreateTree2, FullClusteringAndPrealignedChainDrawWithoutCrossings) {
   SixSequences in;
-  JoinHistory history;
-  in.run(0, &history);
-  ASSERT_GE(history.families.size(), 2UL) << "the example is meant to have a sub-cluster";
-  JoinTables tables(history);
-
-  TreeNode* root = tables.build();
-
-  ASSERT_NE(root, nullptr);
-  EXPECT_EQ(root->parent, nullptr);
-  EXPECT_EQ(root->size, 6);
-  EXPECT_EQ(root->id, 5);
-  checkSubtree(root, tables.order[0]);
-  freeTree(root);
+  JoinHistory full, block;
+  in.run(0, &full);
+  ASSERT_GE(full.families.size(), 2UL) << "the example is meant to have a sub-cluster";
+  block.joins = {{0, 1}, {0, 2}, {0, 3}};
+  block.families = {{1, 2, 3, 4}};
+  for (const JoinHistory* history : {&full, &block}) {
+    JoinTables tables(*history);
+    TreeNode* root = tables.build();
+    ASSERT_NE(root, nullptr);
+    EXPECT_EQ(root->parent, nullptr);
+    EXPECT_EQ(root->size, static_cast<int>(history->families[0].size()));
+    EXPECT_EQ(root->id, static_cast<int>(history->joins.size()));
+    checkSubtree(root, tables.order[0]);
+    if (history == &block) {
+      EXPECT_EQ(root->right->index, 3UL);
+      EXPECT_EQ(root->left->right->index, 2UL);
+      EXPECT_EQ(root->left->left->left->index, 0UL);
+      EXPECT_EQ(root->left->left->right->index, 1UL);
+      EXPECT_EQ(root->x, 3.125f);
+    }
+    freeTree(root);
+  }
 }
 
-TEST(CreateTree2, PrealignedBlockIsAChain) {
-  JoinHistory history;
-  history.joins = {{0, 1}, {0, 2}, {0, 3}};
-  history.families = {{1, 2, 3, 4}};
-  JoinTables tables(history);
-
-  TreeNode* root = tables.build();
-
-  EXPECT_EQ(root->right->index, 3UL);
-  EXPECT_EQ(root->left->right->index, 2UL);
-  EXPECT_EQ(root->left->left->left->index, 0UL);
-  EXPECT_EQ(root->left->left->right->index, 1UL);
-  EXPECT_EQ(root->height, 3.0f);
-  EXPECT_EQ(root->x, 3.125f);
-  checkSubtree(root, tables.order[0]);
-  freeTree(root);
-}
-
-TEST(CreateTree2DeathTest, RefusesSequenceNumbersOutsideTheLeaves) {
+TEST(CreateTree2DeathTest, RefusesSequenceNumbersOutsideTheLeavesAndReportsMemoryErrors) {
   EXPECT_DEATH(singleLeaf(0), "tree_rt.*CreateTree2.*" + literal("0 < family[0][i]"));
   EXPECT_DEATH(singleLeaf(2), literal("family[0][i] <= lastIndex"));
-}
-
-TEST(MemErrorDeathTest, ReportsWhereAndExitsWithOne) {
   EXPECT_EXIT(memerror("CreateTree2() at pos 3"), ::testing::ExitedWithCode(1),
               literal("\n\nOut of memory CreateTree2() at pos 3.\n"));
 }
