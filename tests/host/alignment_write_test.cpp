@@ -96,16 +96,15 @@ TEST(RoundTrip, FastaClustalMsfStockholmKeepNamesAndRows) {
 }
 
 TEST(FormatFromName, KnowsNamesAndExtensions) {
-  const std::pair<const char*, std::optional<AlignmentFormat>> cases[] = {{"MSF", AlignmentFormat::Msf},
-                                                                          {"dir.x/out.FASTA", AlignmentFormat::Fasta},
-                                                                          {"out.aln", AlignmentFormat::Clustal},
-                                                                          {"dir.aln/out", std::nullopt},
-                                                                          {"out.sto.GZ", AlignmentFormat::Stockholm},
-                                                                          {"out.clw", AlignmentFormat::Clustal},
-                                                                          {"out.phylip", AlignmentFormat::Phylip},
-                                                                          {"out.gz", std::nullopt},
-                                                                          {"out.txt", std::nullopt}};
-  for (const auto& [name, format] : cases) EXPECT_EQ(KARVO::formatFromName(name), format) << name;
+  EXPECT_EQ(KARVO::formatFromName("MSF"), AlignmentFormat::Msf);
+  EXPECT_EQ(KARVO::formatFromName("dir.x/out.FASTA"), AlignmentFormat::Fasta);
+  EXPECT_EQ(KARVO::formatFromName("out.aln"), AlignmentFormat::Clustal);
+  EXPECT_EQ(KARVO::formatFromName("dir.aln/out"), std::nullopt);
+  EXPECT_EQ(KARVO::formatFromName("out.sto.GZ"), AlignmentFormat::Stockholm);
+  EXPECT_EQ(KARVO::formatFromName("out.clw"), AlignmentFormat::Clustal);
+  EXPECT_EQ(KARVO::formatFromName("out.phylip"), AlignmentFormat::Phylip);
+  EXPECT_EQ(KARVO::formatFromName("out.gz"), std::nullopt);
+  EXPECT_EQ(KARVO::formatFromName("out.txt"), std::nullopt);
 }
 
 class AtomicWrite : public testing::Test {

@@ -18,8 +18,8 @@
 #include "host/alignment_io.h"
 #include "pairwise/dpa.h"
 #include "plugin/zemtra_plugin.h"
-#include "plugin_fixture.h"
 #include "run/headless_run_interaction.h"
+#include "tests/support/alignment_rows.h"
 
 namespace {
 

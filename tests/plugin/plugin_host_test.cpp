@@ -21,8 +21,8 @@
 #include "app/gui/modal_auto_answer.h"
 #include "host/alignment.h"
 #include "plugin/zemtra_plugin.h"
-#include "plugin_fixture.h"
 #include "run/headless_run_interaction.h"
+#include "tests/support/alignment_rows.h"
 
 namespace {
 

@@ -16,8 +16,8 @@
 #include "host/alignment.h"
 #include "host/logger.h"
 #include "plugin/zemtra_plugin.h"
-#include "plugin_fixture.h"
 #include "run/headless_run_interaction.h"
+#include "tests/support/alignment_rows.h"
 
 #ifdef ZEMTRA_FAULT_INJECTION
 #include "failing_new.h"

@@ -1,5 +1,5 @@
-// What the plug-in tests share: an alignment built from rows with every
-// column selected, and the rows of an alignment after a run.
+// Alignments built from rows with every column selected, their rows read
+// back, and the built plug-in's entries.
 #pragma once
 
 #include <dlfcn.h>
