@@ -5,23 +5,16 @@
 
 #include <stdexcept>
 
+#include "tests/support/alignment_rows.h"
+
 namespace {
 
 using KARVO::Alignment;
 using KARVO::Residue;
 using testing::HasSubstr;
 
-std::unique_ptr<Alignment> make(const std::vector<std::string>& rows) {
-  std::vector<KARVO::SequenceInfo> infos;
-  for (std::size_t r = 0; r < rows.size(); ++r) infos.push_back({"seq" + std::to_string(r), ""});
-  return Alignment::fromRows(infos, rows);
-}
-
-std::vector<std::string> texts(const Alignment& a) {
-  std::vector<std::string> out;
-  for (unsigned long r = 0; r < a.sequenceCount(); ++r) out.push_back(a.rowText(r));
-  return out;
-}
+const auto make = [](const std::vector<std::string>& rows) { return ztest::alignmentOf(rows); };
+const auto texts = ztest::rowsOf;
 
 // The alignment's layout of residue objects, to prove that nothing moved.
 std::vector<std::vector<Residue*>> snapshot(const Alignment& a) { return a.columns; }

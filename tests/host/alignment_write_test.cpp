@@ -121,7 +121,9 @@ class AtomicWrite : public testing::Test {
   std::unique_ptr<Alignment> a = small();
 };
 
-TEST_F(AtomicWrite, ReplacesTheTargetKeepingItsModeAndLeavesNothingElse) {
+// A plain target keeps its mode, a name ending in .gz is compressed, a
+// symbolic link stays and its file is replaced; nothing else is left.
+TEST_F(AtomicWrite, ReplacesTheTargetCompressingGzAndFollowingSymbolicLinks) {
   const std::string target = dir / "out.fa";
   spit(target, "old");
   ::chmod(target.c_str(), 0640);
@@ -129,37 +131,29 @@ TEST_F(AtomicWrite, ReplacesTheTargetKeepingItsModeAndLeavesNothingElse) {
   EXPECT_EQ(ztest::readFile(target), written(*a, AlignmentFormat::Fasta));
   EXPECT_EQ(fs::status(target).permissions(), fs::perms(0640));
   EXPECT_THAT(entries(dir.path()), ElementsAre("out.fa"));
-}
 
-TEST_F(AtomicWrite, CompressesANameEndingInGz) {
   KARVO::writeAlignmentFile(dir / "out.sto.gz", *a, AlignmentFormat::Stockholm);
   EXPECT_EQ(KARVO::gunzip(ztest::readFile(dir / "out.sto.gz")), written(*a, AlignmentFormat::Stockholm));
-  EXPECT_THAT(entries(dir.path()), ElementsAre("out.sto.gz"));
-}
+  EXPECT_THAT(entries(dir.path()), ElementsAre("out.fa", "out.sto.gz"));
 
-TEST_F(AtomicWrite, ReplacesTheFileBehindASymbolicLink) {
-  spit(dir / "real.fa", "old");
-  fs::create_symlink("real.fa", dir / "link.fa");
+  fs::create_symlink("out.fa", dir / "link.fa");
+  a = Alignment::fromRows({{"other", ""}}, {"KLM"});
   KARVO::writeAlignmentFile(dir / "link.fa", *a, AlignmentFormat::Fasta);
   EXPECT_TRUE(fs::is_symlink(dir / "link.fa"));
-  EXPECT_EQ(ztest::readFile(dir / "real.fa"), written(*a, AlignmentFormat::Fasta));
+  EXPECT_EQ(ztest::readFile(target), written(*a, AlignmentFormat::Fasta));
 }
 
-TEST_F(AtomicWrite, FailsForAMissingFolder) {
-  const std::string target = dir / "missing/out.fa";
-  EXPECT_EQ(messageOf(target), "cannot write " + target + ": No such file or directory");
+// A missing folder, a directory in the way (its temporary file removed) and a
+// full device each give the system's reason.
+TEST_F(AtomicWrite, FailsWithTheSystemsReasonAndLeavesNothingBehind) {
+  const std::string missing = dir / "missing/out.fa";
+  EXPECT_EQ(messageOf(missing), "cannot write " + missing + ": No such file or directory");
   EXPECT_THAT(entries(dir.path()), testing::IsEmpty());
-}
-
-TEST_F(AtomicWrite, FailsOverADirectoryAndRemovesItsTemporaryFile) {
   fs::create_directory(dir / "out.fa");
   spit(dir / "out.fa/kept", "x");
   EXPECT_EQ(messageOf(dir / "out.fa"), "cannot write " + (dir / "out.fa") + ": Is a directory");
   EXPECT_THAT(entries(dir.path()), ElementsAre("out.fa"));
   EXPECT_EQ(ztest::readFile(dir / "out.fa/kept"), "x");
-}
-
-TEST_F(AtomicWrite, FailsCleanlyOnAFullDevice) {
   EXPECT_EQ(messageOf("/dev/full"), "cannot write /dev/full: No space left on device");
 }
 

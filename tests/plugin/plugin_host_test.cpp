@@ -22,6 +22,7 @@
 #include "host/alignment.h"
 #include "plugin/zemtra_plugin.h"
 #include "run/headless_run_interaction.h"
+#include "tests/support/alignment_rows.h"
 
 namespace {
 
@@ -59,19 +60,8 @@ Answer refuseOverwrite() {
   return [](QWidget& box) { qobject_cast<QMessageBox*>(&box)->button(QMessageBox::Cancel)->click(); };
 }
 
-std::vector<std::string> rowsOf(const KARVO::Alignment& alignment) {
-  std::vector<std::string> rows;
-  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) rows.push_back(alignment.rowText(r));
-  return rows;
-}
-
-std::unique_ptr<KARVO::Alignment> alignmentOf(const std::vector<std::string>& rows) {
-  std::vector<KARVO::SequenceInfo> sequences;
-  for (std::size_t i = 0; i < rows.size(); ++i) sequences.push_back({"seq" + std::to_string(i), ""});
-  auto alignment = KARVO::Alignment::fromRows(sequences, rows);
-  alignment->selection = {0, alignment->columnCount()};
-  return alignment;
-}
+using ztest::alignmentOf;
+using ztest::rowsOf;
 
 std::string withoutGaps(std::string row) {
   std::erase(row, '-');
@@ -83,11 +73,9 @@ const std::vector<std::string> kExample{"AC-D", "--E-", "----", "K-LM"};
 class PluginHost : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    handle_ = dlopen(ZEMTRA_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(handle_, nullptr) << dlerror();
-    execute1_ = reinterpret_cast<Execute1Fn>(dlsym(handle_, "Execute1"));
-    withParameters_ = reinterpret_cast<ExecuteWithParametersFn>(dlsym(handle_, "ExecuteWithParameters"));
-    ASSERT_NE(execute1_, nullptr);
+    execute1_ = ztest::pluginEntry<Execute1Fn>("Execute1");
+    withParameters_ = ztest::pluginEntry<ExecuteWithParametersFn>("ExecuteWithParameters");
+    ASSERT_NE(execute1_, nullptr) << dlerror();
     ASSERT_NE(withParameters_, nullptr);
   }
 
@@ -132,7 +120,6 @@ class PluginHost : public ::testing::Test {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
   }
 
-  static inline void* handle_ = nullptr;
   static inline Execute1Fn execute1_ = nullptr;
   static inline ExecuteWithParametersFn withParameters_ = nullptr;
   QTemporaryDir tmp_;

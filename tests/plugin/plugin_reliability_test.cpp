@@ -17,6 +17,7 @@
 #include "host/logger.h"
 #include "plugin/zemtra_plugin.h"
 #include "run/headless_run_interaction.h"
+#include "tests/support/alignment_rows.h"
 
 #ifdef ZEMTRA_FAULT_INJECTION
 #include "failing_new.h"
@@ -25,21 +26,14 @@
 namespace {
 
 std::unique_ptr<KARVO::Alignment> smallAlignment() {
-  const std::vector<std::string> rows{"MVLSPADKTNV", "MVHLTPEEKSA", "MVLSEGEWQLV", "MVHLTPEEKTA"};
-  std::vector<KARVO::SequenceInfo> infos;
-  for (std::size_t i = 0; i < rows.size(); ++i) infos.push_back({"seq" + std::to_string(i), ""});
-  auto alignment = KARVO::Alignment::fromRows(infos, rows);
-  alignment->selection = {0, alignment->columnCount()};
-  return alignment;
+  return ztest::alignmentOf({"MVLSPADKTNV", "MVHLTPEEKSA", "MVLSEGEWQLV", "MVHLTPEEKTA"});
 }
 
 class PluginReliability : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    handle_ = dlopen(ZEMTRA_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(handle_, nullptr) << dlerror();
-    execute_ = reinterpret_cast<ExecuteWithParametersFn>(dlsym(handle_, "ExecuteWithParameters"));
-    ASSERT_NE(execute_, nullptr);
+    execute_ = ztest::pluginEntry<ExecuteWithParametersFn>("ExecuteWithParameters");
+    ASSERT_NE(execute_, nullptr) << dlerror();
   }
 
   void SetUp() override {
@@ -62,10 +56,7 @@ class PluginReliability : public ::testing::Test {
     const bool rewritten = execute_(*alignment, parameters, interaction, &report);
     lastLogWritten_ = report.run.logWritten;
     lastLogProblem_ = report.run.logProblem;
-    if (rows != nullptr) {
-      rows->clear();
-      for (unsigned long r = 0; r < alignment->sequenceCount(); ++r) rows->push_back(alignment->rowText(r));
-    }
+    if (rows != nullptr) *rows = ztest::rowsOf(*alignment);
     return rewritten;
   }
 
@@ -75,7 +66,6 @@ class PluginReliability : public ::testing::Test {
     return file.open(QIODevice::ReadOnly) ? QString::fromLatin1(file.readAll()) : QString();
   }
 
-  static inline void* handle_ = nullptr;
   static inline ExecuteWithParametersFn execute_ = nullptr;
   QTemporaryDir tmp_;
   QString personal_;
@@ -155,7 +145,7 @@ TEST_F(PluginReliability, AllocationFailureAnywhereReachesTheHostWithEverythingR
 // The plug-in's estimate of a run bounds what the run really holds at its
 // peak, for each engine the environment can choose.
 TEST_F(PluginReliability, MemoryEstimateBoundsTheRunsPeak) {
-  const auto estimate = reinterpret_cast<EstimateRunMemoryFn>(dlsym(handle_, "EstimateRunMemory"));
+  const auto estimate = ztest::pluginEntry<EstimateRunMemoryFn>("EstimateRunMemory");
   ASSERT_NE(estimate, nullptr);
   std::vector<std::string> rows;
   unsigned seed = 7;
@@ -164,11 +154,8 @@ TEST_F(PluginReliability, MemoryEstimateBoundsTheRunsPeak) {
     for (int c = 0; c < 260 + r; ++c) row += "ACDEFGHIKLMNPQRSTVWY"[(seed = seed * 1103515245u + 12345u) >> 16 & 15];
     rows.push_back(row + std::string(300 - row.size(), '-'));
   }
-  std::vector<KARVO::SequenceInfo> infos;
-  for (std::size_t i = 0; i < rows.size(); ++i) infos.push_back({"s" + std::to_string(i), ""});
   ASSERT_TRUE(runOnce());  // fills first-use caches
-  auto alignment = KARVO::Alignment::fromRows(infos, rows);
-  alignment->selection = {0, 300};
+  auto alignment = ztest::alignmentOf(rows, "s");
   const std::uint64_t need = estimate(24, 300, 0);
   const long before = failing_new::liveBytes();
   failing_new::resetPeak();
