@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "host/alignment_io.h"
+#include "formats/alignment_io.h"
 
 namespace karvo_app {
 

@@ -8,8 +8,8 @@
 #include <set>
 #include <sstream>
 
-#include "host/alignment_formats.h"
-#include "host/alignment_io.h"
+#include "formats/alignment_formats.h"
+#include "formats/alignment_io.h"
 
 namespace {
 

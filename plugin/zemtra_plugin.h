@@ -35,9 +35,18 @@ namespace KARVO {
 class Alignment;
 }
 
+// How a range is re-aligned. Progressive is the method of the dialog and
+// the default; Consistency is the second method (pair-HMM posteriors made
+// consistent over third sequences, posterior-maximising progressive
+// alignment and refinement), run only through ExecuteWithParameters.
+enum class ZemtraMethod { Progressive, Consistency };
+
 // The run parameters that the dialog otherwise asks for, and where the log
 // goes.
 struct ZemtraParameters {
+  ZemtraMethod method = ZemtraMethod::Progressive;
+  int consistencyRounds = 2;  // Consistency only: rounds of the consistency transformation
+  int refineIterations = 100;  // Consistency only: refinement attempts
   int matNo = 0;
   int gap = 40;
   int prealigned = 0;
@@ -83,6 +92,9 @@ struct ZemtraRunReport {
   // Set by the caller: keep the complete run log text in logText.
   bool wantLogText = false;
   std::string logText;  // byte for byte the log file's content (also when no file is written)
+  // Consistency runs: per column of the re-aligned range, its reliability in
+  // [0, 1]; empty for progressive runs.
+  std::vector<float> columnConfidence;
 };
 
 extern "C" {

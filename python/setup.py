@@ -3,8 +3,8 @@
     python3 -m venv --system-site-packages venv
     venv/bin/pip install --no-build-isolation ./python
 
-The extension module and the two libraries it loads (libZemtraBatch.so.0,
-libkarvo_core.so) go into the package folder, found there through $ORIGIN.
+The extension module and the libraries it loads (libZemtraBatch.so.0,
+libkarvo_core.so, libkarvo_formats.so) go into the package folder, found there through $ORIGIN.
 CMAKE_BUILD_PARALLEL_LEVEL and CMAKE_CXX_COMPILER_LAUNCHER (ccache) are
 honoured as CMake honours them.
 """

@@ -13,7 +13,7 @@
 #include <sstream>
 
 #include "app/gui/view_geometry.h"
-#include "host/phylo_tree.h"
+#include "formats/phylo_tree.h"
 
 namespace karvo_gui {
 

@@ -34,7 +34,7 @@
 
 #include "app/gui/alignment_view.h"
 #include "app/gui/run_log.h"
-#include "host/alignment_io.h"
+#include "formats/alignment_io.h"
 #include "host/config.h"
 #include "host/file_io.h"
 

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "host/alignment_io.h"
+#include "formats/alignment_io.h"
 
 namespace karvo_gui {
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "host/alignment.h"
-#include "host/phylo_tree.h"
+#include "formats/phylo_tree.h"
 #include "plugin/zemtra_plugin.h"
 
 namespace karvo_gui {

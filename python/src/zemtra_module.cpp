@@ -22,10 +22,10 @@
 #include <vector>
 
 #include "host/alignment.h"
-#include "host/alignment_formats.h"
-#include "host/alignment_io.h"
+#include "formats/alignment_formats.h"
+#include "formats/alignment_io.h"
 #include "host/file_io.h"
-#include "host/phylo_tree.h"
+#include "formats/phylo_tree.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/matrix_names.h"
 

@@ -15,7 +15,7 @@
 #include "app/gui/alignment_view.h"
 #include "app/gui/modal_auto_answer.h"
 #include "gui_fixture.h"
-#include "host/alignment_io.h"
+#include "formats/alignment_io.h"
 
 namespace karvo_gui {
 namespace {

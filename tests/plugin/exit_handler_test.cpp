@@ -15,7 +15,7 @@
 #include <variant>
 
 #include "host/alignment.h"
-#include "host/alignment_io.h"
+#include "formats/alignment_io.h"
 #include "pairwise/dpa.h"
 #include "plugin/zemtra_plugin.h"
 #include "run/headless_run_interaction.h"

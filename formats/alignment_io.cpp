@@ -3,7 +3,7 @@
 // the usual ones (Bio++'s reader among them) report a malformed file without
 // the line and column of the fault, which a user needs to fix the file. So
 // every format is read here, and every error names file:line:column.
-#include "host/alignment_io.h"
+#include "formats/alignment_io.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,9 +16,9 @@
 #include <iterator>
 #include <sstream>
 
-#include "host/alignment_formats.h"
+#include "formats/alignment_formats.h"
 #include "host/file_io.h"
-#include "host/gzip.h"
+#include "formats/gzip.h"
 
 namespace KARVO {
 

@@ -1,4 +1,4 @@
-#include "host/input_notes.h"
+#include "formats/input_notes.h"
 
 #include <cctype>
 

@@ -9,9 +9,9 @@
 #include <fstream>
 #include <sstream>
 
-#include "host/alignment_formats.h"
-#include "host/alignment_io.h"
-#include "host/gzip.h"
+#include "formats/alignment_formats.h"
+#include "formats/alignment_io.h"
+#include "formats/gzip.h"
 #include "tests/support/golden.h"
 #include "tests/support/scratch_dir.h"
 

@@ -1,4 +1,4 @@
-#include "host/phylo_tree.h"
+#include "formats/phylo_tree.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,4 +1,4 @@
-#include "host/gzip.h"
+#include "formats/gzip.h"
 
 #include <zlib.h>
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <cctype>
 
-#include "host/alignment_formats.h"
+#include "formats/alignment_formats.h"
 
 namespace KARVO::formats {
 

@@ -5,8 +5,8 @@
 #include <charconv>
 #include <cstdio>
 
-#include "host/alignment_formats.h"
-#include "host/alignment_io.h"
+#include "formats/alignment_formats.h"
+#include "formats/alignment_io.h"
 
 namespace KARVO::formats {
 

@@ -1,7 +1,7 @@
 // The parts of the tree module that the command-line tests cannot reach:
 // Newick reading (the window opens files from other programs), quoting,
 // malformed join histories and layouts of trees without lengths.
-#include "host/phylo_tree.h"
+#include "formats/phylo_tree.h"
 
 #include <gtest/gtest.h>
 

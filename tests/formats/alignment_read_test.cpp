@@ -4,9 +4,9 @@
 #include <fstream>
 #include <sstream>
 
-#include "host/alignment_io.h"
-#include "host/gzip.h"
-#include "host/input_notes.h"
+#include "formats/alignment_io.h"
+#include "formats/gzip.h"
+#include "formats/input_notes.h"
 #include "tests/support/golden.h"
 #include "tests/support/scratch_dir.h"
 
