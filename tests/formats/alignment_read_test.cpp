@@ -125,10 +125,10 @@ TEST(ReadErrors, UnexpectedCharacterGivesLineAndColumn) {
   }
 }
 
-// Each line of host/read_errors.txt is "NAME INPUT -> MESSAGE", the input with
+// Each line of formats/read_errors.txt is "NAME INPUT -> MESSAGE", the input with
 // \n, \r and \0 escaped. The inputs include faults found by fuzzing the readers.
 TEST(ReadErrors, EachFaultIsNamedWithItsPlace) {
-  std::ifstream table(ztest::goldenPath("host/read_errors.txt"));
+  std::ifstream table(ztest::goldenPath("formats/read_errors.txt"));
   std::string line, actual;
   while (std::getline(table, line)) {
     const std::size_t space = line.find(' '), arrow = line.find(" -> ");
@@ -144,7 +144,7 @@ TEST(ReadErrors, EachFaultIsNamedWithItsPlace) {
     actual += line.substr(0, arrow) + " -> " + errorOf(text, line.substr(0, space)) + "\n";
   }
   EXPECT_FALSE(actual.empty());
-  ztest::expectGolden("host/read_errors.txt", actual);
+  ztest::expectGolden("formats/read_errors.txt", actual);
 }
 
 }  // namespace
