@@ -1,5 +1,6 @@
 #include "app/completion.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace karvo_app {

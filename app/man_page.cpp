@@ -1,5 +1,6 @@
 #include "app/man_page.h"
 
+#include <algorithm>
 #include <cctype>
 #include <vector>
 

@@ -134,3 +134,7 @@ install(DIRECTORY ${ZEMTRA_DOCS_DIR}/ DESTINATION ${man_dir} COMPONENT runtime
 install(FILES ${ZEMTRA_DOCS_DIR}/karvo-gui.1 DESTINATION ${man_dir} COMPONENT gui)
 install(FILES ${ZEMTRA_DOCS_DIR}/karvo.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   RENAME karvo COMPONENT runtime)
+
+if(ZEMTRA_BUILD_TESTS)
+  include(${PROJECT_SOURCE_DIR}/tests/install/install_tests.cmake)
+endif()

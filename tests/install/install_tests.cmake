@@ -3,10 +3,10 @@
 # prefix, one `cpack -G DEB` into a scratch folder, one Snakemake run. They
 # need the whole build, so they run after it like every other test; the
 # sanitizer build leaves them out (they check the layout, not memory).
+# Included by cmake/install.cmake, once the interpreter is known.
 if(ZEMTRA_SANITIZE)
   return()
 endif()
-find_package(Python3 QUIET COMPONENTS Interpreter)
 if(NOT Python3_Interpreter_FOUND)
   message(STATUS "install tests left out: no Python interpreter")
   return()
@@ -18,9 +18,9 @@ set(install_test_environment
   ZEMTRA_INSTALL_LIBDIR=${CMAKE_INSTALL_LIBDIR}
   ZEMTRA_CXX=${CMAKE_CXX_COMPILER}
   KARVO=$<TARGET_FILE:karvo_app>)
-foreach(test install_tree packages workflow)
+foreach(test tree packages workflow)
   add_test(NAME install_${test}
-    COMMAND ${Python3_EXECUTABLE} -m pytest -q -rs -p no:cacheprovider ${CMAKE_CURRENT_SOURCE_DIR}/test_${test}.py)
+    COMMAND ${Python3_EXECUTABLE} -m pytest -q -rs -p no:cacheprovider ${PROJECT_SOURCE_DIR}/tests/install/test_${test}.py)
   set_tests_properties(install_${test} PROPERTIES ENVIRONMENT "${install_test_environment}" TIMEOUT 600)
 endforeach()
 # Without Snakemake the workflow test says so and counts as skipped.
