@@ -1,80 +1,82 @@
 // karvo: the command-line host of the Zemtra plug-in. Each subcommand lives
-// in its own file; main only dispatches.
+// in its own file and the whole command line in command_line.cpp; main only
+// dispatches.
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <array>
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <string>
 
-#include "app/align_command.h"
 #include "app/align_options.h"
+#include "app/command_line.h"
+#include "app/completion.h"
 #include "app/exit_status.h"
 #include "app/gui/gui_launch.h"
-#include "app/matrices_command.h"
+#include "app/man_page.h"
 
 namespace {
 
-constexpr std::array<std::string_view, 3> kCommands{"align", "matrices", "gui"};
+using karvo_app::CommandLine;
 
-bool isCommand(std::string_view word) { return std::find(kCommands.begin(), kCommands.end(), word) != kCommands.end(); }
+bool isCommand(const CommandLine& commandLine, std::string_view word) {
+  for (const std::string_view name : karvo_app::commandNames(commandLine.app)) {
+    if (name == word) return true;
+  }
+  return false;
+}
 
 // `karvo FILE` opens FILE in the window.
-bool isBareFile(int argc, char** argv) {
+bool isBareFile(const CommandLine& commandLine, int argc, char** argv) {
   if (argc != 2) return false;
   const std::string arg = argv[1];
   std::error_code error;
-  return !arg.empty() && arg[0] != '-' && !isCommand(arg) && std::filesystem::is_regular_file(arg, error);
+  return !arg.empty() && arg[0] != '-' && !isCommand(commandLine, arg) && std::filesystem::is_regular_file(arg, error);
 }
 
 // The first word when it is neither an option nor a command.
-std::optional<std::string> unknownCommand(int argc, char** argv) {
+std::optional<std::string> unknownCommand(const CommandLine& commandLine, int argc, char** argv) {
   if (argc < 2) return std::nullopt;
   const std::string word = argv[1];
-  if (word.empty() || word[0] == '-' || isCommand(word)) return std::nullopt;
+  if (word.empty() || word[0] == '-' || isCommand(commandLine, word)) return std::nullopt;
   return word;
+}
+
+// The build's hidden requests: `karvo --man-page [COMMAND]` writes a manual
+// page, `karvo --bash-completion` the completion script, to standard output.
+std::optional<int> writeGenerated(const CommandLine& commandLine, int argc, char** argv) {
+  if (argc < 2) return std::nullopt;
+  const std::string request = argv[1];
+  if (request == "--bash-completion" && argc == 2) {
+    std::cout << karvo_app::bashCompletion(commandLine.app);
+    return karvo_app::kExitOk;
+  }
+  if (request != "--man-page" || argc > 3) return std::nullopt;
+  const std::string command = argc == 3 ? argv[2] : "";
+  const auto page = karvo_app::manPage(commandLine.app, command, KARVO_VERSION);
+  if (!page) {
+    std::cerr << "karvo: --man-page: no command '" << command << "'\n";
+    return karvo_app::kExitUsage;
+  }
+  std::cout << *page;
+  return karvo_app::kExitOk;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   using namespace karvo_app;
-  if (isBareFile(argc, argv)) {
+  CommandLine commandLine(KARVO_VERSION);
+  if (isBareFile(commandLine, argc, argv)) {
     karvo_gui::GuiOptions options;
     options.file = argv[1];
     return karvo_gui::launchGui(options);
   }
-  if (const auto word = unknownCommand(argc, argv)) {
-    std::cerr << "karvo: " << unknownCommandMessage(*word, {kCommands.begin(), kCommands.end()}) << '\n';
+  if (const auto status = writeGenerated(commandLine, argc, argv)) return *status;
+  if (const auto word = unknownCommand(commandLine, argc, argv)) {
+    std::cerr << "karvo: " << unknownCommandMessage(*word, commandNames(commandLine.app)) << '\n';
     return kExitUsage;
   }
-  CLI::App app("Re-aligns protein sequences with the Zemtra plug-in.", "karvo");
-  app.set_version_flag("--version", "karvo " KARVO_VERSION);
-  app.require_subcommand(1);
-  app.footer(kExitStatusHelp);
-
-  AlignOptions alignOptions;
-  const CLI::App* align = addAlignCommand(app, alignOptions);
-  MatricesOptions matricesOptions;
-  const CLI::App* matrices = addMatricesCommand(app, matricesOptions);
-
-  karvo_gui::GuiOptions guiOptions;
-  std::string guiFile, guiSelect, guiScreenshot, guiExport, guiColour;
-  CLI::App* gui = app.add_subcommand("gui", "Opens the desktop window.");
-  gui->add_option("file", guiFile, "Alignment to open");
-  gui->add_option("--select", guiSelect, "Columns FIRST:LAST to select (1-based, inclusive)")
-      ->check(
-          [](const std::string& text) { return parseColumnRange(text) ? std::string() : columnRangeProblem(text); });
-  gui->add_option("--screenshot", guiScreenshot, "Write a PNG picture of the window and exit");
-  gui->add_option("--export-image", guiExport,
-                  "Write a picture of the alignment (.png or .svg; the --select columns) and exit; needs no display");
-  gui->add_option("--colour", guiColour, "Colour scheme")->check(CLI::IsMember(karvo_gui::colourSchemeNames()));
-  gui->add_flag("--run", guiOptions.run,
-                "Run the plug-in first with the dialog's defaults, on the selection or else on all columns");
-  gui->add_option("--plugin-dir", guiOptions.pluginDir, "Look for plug-ins only in this folder");
-  gui->add_flag("--verbose", guiOptions.verbose, "Show the plug-in's diagnostic messages");
-
+  CLI::App& app = commandLine.app;
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& request) {
@@ -88,15 +90,8 @@ int main(int argc, char** argv) {
     return kExitUsage;
   }
 
-  if (align->parsed()) return runAlign(alignOptions);
-  if (matrices->parsed()) return runMatrices(matricesOptions);
-  if (gui->parsed()) {
-    if (!guiFile.empty()) guiOptions.file = guiFile;
-    if (!guiSelect.empty()) guiOptions.select = parseColumnRange(guiSelect);
-    if (!guiScreenshot.empty()) guiOptions.screenshot = guiScreenshot;
-    if (!guiExport.empty()) guiOptions.exportImage = guiExport;
-    if (!guiColour.empty()) guiOptions.colour = guiColour;
-    return karvo_gui::launchGui(guiOptions);
-  }
+  if (commandLine.alignCommand->parsed()) return runAlign(commandLine.align);
+  if (commandLine.matricesCommand->parsed()) return runMatrices(commandLine.matrices);
+  if (commandLine.guiCommand->parsed()) return karvo_gui::launchGui(commandLine.gui.parsed());
   return kExitUsage;
 }

@@ -19,8 +19,19 @@ std::vector<std::string> pluginSearchDirs(const PluginSearch& search) {
     if (colon > start) dirs.push_back(search.pathVariable.substr(start, colon - start));
     start = colon + 1;
   }
-  if (!search.executableDir.empty()) dirs.push_back(search.executableDir);
+  if (!search.executableDir.empty()) {
+    dirs.push_back(search.executableDir);
+    const std::string installed = besideExecutable(search.executableDir, kInstalledPluginDir);
+    if (installed != search.executableDir) dirs.push_back(installed);
+  }
   return dirs;
+}
+
+std::string besideExecutable(const std::string& executableDir, const std::string& relative) {
+  if (executableDir.empty()) return "";
+  std::string joined = (fs::path(executableDir) / relative).lexically_normal().string();
+  if (joined.size() > 1 && joined.back() == '/') joined.pop_back();
+  return joined;
 }
 
 std::string executableDir() {

@@ -1,5 +1,6 @@
 // Finding and loading plug-in libraries the way the host application does:
-// next to the executable, or in folders the user names.
+// in folders the user names, next to the executable, or in the plug-in
+// folder of an installed tree.
 #pragma once
 
 #include <memory>
@@ -15,6 +16,12 @@ namespace karvo_app {
 // toolkit, and the windowed one where a folder has only that.
 inline const std::vector<std::string> kPluginFileNames{"libZemtraBatch.so.0", "libZemtra.so.0"};
 
+// Folders of an installed tree relative to the folder holding karvo
+// (bin/../lib/karvo/plugins in the GNU layout), set by the build from the
+// install layout, so that a tree moved to another prefix still finds them.
+inline constexpr const char* kInstalledPluginDir = KARVO_PLUGIN_DIR_FROM_BIN;
+inline constexpr const char* kInstalledPrivateLibDir = KARVO_PRIVATE_LIBDIR_FROM_BIN;
+
 class PluginError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -26,11 +33,17 @@ struct PluginSearch {
   std::string executableDir;  // the folder of the running executable
 };
 
-// The folders to look in, in order, without empty entries.
+// The folders to look in, in order, without empty entries: the explicit
+// folder alone, else the path variable's folders, the executable's folder
+// and the installed plug-in folder beside it.
 std::vector<std::string> pluginSearchDirs(const PluginSearch& search);
 
 // The folder of the running executable ("" when it cannot be told).
 std::string executableDir();
+
+// executableDir joined with a relative path, without "." and ".." steps;
+// "" when executableDir is "".
+std::string besideExecutable(const std::string& executableDir, const std::string& relative);
 
 // A loaded plug-in library; released (after its Cleanup) on destruction,
 // though it stays mapped until the process ends.

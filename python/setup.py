@@ -4,7 +4,8 @@
     venv/bin/pip install --no-build-isolation ./python
 
 The extension module and the libraries it loads (libZemtraBatch.so.0,
-libkarvo_core.so, libkarvo_formats.so) go into the package folder, found there through $ORIGIN.
+libkarvo_core.so.0, libkarvo_formats.so.0) go into the package folder, found there through
+$ORIGIN.
 CMAKE_BUILD_PARALLEL_LEVEL and CMAKE_CXX_COMPILER_LAUNCHER (ccache) are
 honoured as CMake honours them.
 """
@@ -41,6 +42,7 @@ class CMakeBuild(build_ext):
             "-DCMAKE_BUILD_TYPE=Release",
             "-DZEMTRA_BUILD_TESTS=OFF",
             "-DZEMTRA_PYTHON=ON",
+            "-DZEMTRA_PYTHON_BUNDLE=ON",
             f"-DPython3_EXECUTABLE={sys.executable}",
         ]
         subprocess.run(configure, check=True)

@@ -15,6 +15,7 @@ packages=(
   python3-pytest python3-biopython python3-numpy librsvg2-bin
   clang libclang-rt-14-dev llvm
   python3-dev pybind11-dev python3-pytest python3-biopython python3-numpy python3-venv python3-pip
+  dpkg-dev file man-db lintian snakemake
 )
 
 missing=()

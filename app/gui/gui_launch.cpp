@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <string>
 
@@ -16,6 +17,18 @@ namespace {
 std::string environmentValue(const char* name) {
   const char* value = std::getenv(name);
   return value != nullptr ? value : "";
+}
+
+// Beside the executable in the build folder, in karvo's own library folder
+// when installed; the first of them when neither has it (its load error
+// then names the file).
+std::string windowLibraryPath() {
+  const std::string dir = karvo_app::executableDir();
+  const std::string beside = dir + "/" + kGuiLibrary;
+  const std::string installed =
+      karvo_app::besideExecutable(dir, karvo_app::kInstalledPrivateLibDir) + "/" + kGuiLibrary;
+  std::error_code error;
+  return !std::filesystem::exists(beside, error) && std::filesystem::exists(installed, error) ? installed : beside;
 }
 
 }  // namespace
@@ -50,7 +63,7 @@ int launchGui(const GuiOptions& options) {
     std::cerr << "karvo: " << problem << '\n';
     return 1;
   }
-  const std::string path = karvo_app::executableDir() + "/libkarvo_gui.so";
+  const std::string path = windowLibraryPath();
   // Kept loaded until the process ends: the toolkit registers exit handlers.
   void* handle = dlopen(path.c_str(), RTLD_NOW);
   if (handle == nullptr) {

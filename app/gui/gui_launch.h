@@ -1,5 +1,5 @@
 // Opening the desktop window from the karvo command. The window and its
-// toolkit live in libkarvo_gui.so, loaded only when the window is asked for,
+// toolkit live in libkarvo_gui.so.0, loaded only when the window is asked for,
 // so that the command line never maps the toolkit's libraries.
 #pragma once
 
@@ -7,7 +7,8 @@
 
 namespace karvo_gui {
 
-// The name the window library exports its entry point under.
+// The window library's file and the name it exports its entry point under.
+inline constexpr const char* kGuiLibrary = "libkarvo_gui.so.0";
 inline constexpr const char* kGuiEntryPoint = "karvoRunGui";
 using RunGuiFn = int (*)(const GuiOptions& options);
 
@@ -17,7 +18,8 @@ using RunGuiFn = int (*)(const GuiOptions& options);
 // the toolkit would abort the process.
 std::string displayProblem();
 
-// Loads libkarvo_gui.so from the executable's folder and runs the window;
+// Loads the window library from the executable's folder (or, installed,
+// karvo's library folder beside it) and runs the window;
 // returns its exit status, or 1 after a one-line message when there is no
 // display or the library cannot be loaded.
 int launchGui(const GuiOptions& options);

@@ -18,9 +18,13 @@ TEST(AtomicFile, FolderOfABareNameIsTheCurrentFolder) {
   EXPECT_EQ(KARVO::folderOf("a/b/out.fa"), "a/b");
 }
 
-TEST(PluginSearch, ExplicitFolderIsTheOnlyPlaceElseThePathVariableBeforeTheExecutableFolder) {
+TEST(PluginSearch, ExplicitFolderIsTheOnlyPlaceElseThePathVariableBeforeTheExecutableAndInstalledFolders) {
   EXPECT_EQ(pluginSearchDirs({"/opt/p", "/a:/b", "/bin"}), std::vector<std::string>{"/opt/p"});
-  EXPECT_EQ(pluginSearchDirs({"", "/a::/b:", "/bin"}), (std::vector<std::string>{"/a", "/b", "/bin"}));
+  EXPECT_EQ(pluginSearchDirs({"", "/a::/b:", "/opt/k/bin"}),
+            (std::vector<std::string>{"/a", "/b", "/opt/k/bin", besideExecutable("/opt/k/bin", kInstalledPluginDir)}));
+  EXPECT_EQ(besideExecutable("/opt/k/bin", "../lib/karvo/plugins"), "/opt/k/lib/karvo/plugins");
+  EXPECT_EQ(besideExecutable("/opt/k/bin/", "../lib/"), "/opt/k/lib");
+  EXPECT_EQ(besideExecutable("", "../lib"), "");
 }
 
 TEST(PluginLoader, MissingPluginNamesTheFoldersSearched) {
