@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "app/gui/main_window.h"
-
 namespace karvo_gui {
 namespace {
 
@@ -39,18 +37,6 @@ TEST(WindowTexts, SelectionOneBasedWithAnEnDashAndPluginsAfterTheirLibrary) {
   EXPECT_EQ(pluginDisplayName("libZemtra.so.0"), "Zemtra");
   EXPECT_EQ(pluginDisplayName("libZemtra.so"), "Zemtra");
   EXPECT_EQ(pluginDisplayName("faulty.so.2.1"), "faulty");
-}
-
-TEST(RecentFiles, PutsTheNewestFirstOnceAndKeepsEight) {
-  QStringList list;
-  for (int i = 0; i < 10; ++i) list = addRecentFile(list, QStringLiteral("/f%1").arg(i));
-  ASSERT_EQ(list.size(), kMaxRecentFiles);
-  EXPECT_EQ(list.front(), QStringLiteral("/f9"));
-  EXPECT_EQ(list.back(), QStringLiteral("/f2"));
-  list = addRecentFile(list, QStringLiteral("/f5"));
-  EXPECT_EQ(list.size(), kMaxRecentFiles);
-  EXPECT_EQ(list.front(), QStringLiteral("/f5"));
-  EXPECT_EQ(list.count(QStringLiteral("/f5")), 1);
 }
 
 }  // namespace
