@@ -28,7 +28,9 @@ struct ConsistencyRunOutput {
 };
 
 // Runs the engine on input with the log placed as log says. details
-// receives the outcome, log path and problem, timings, the guide tree as a
+// receives the outcome, log path and problem, timings (pairwise: the
+// posteriors and their consistency transformation; tree: guide tree,
+// progressive alignment and refinement; total), the guide tree as a
 // join history (distances 1 - expected accuracy) and the two tables:
 // identity from the finished alignment, distance the join distance that
 // united each pair. Needs at least two rows (else FewerThanTwoSequences and
