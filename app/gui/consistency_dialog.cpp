@@ -12,6 +12,7 @@ std::optional<ConsistencySettings> askConsistencySettings(QWidget* parent, const
                                                           const ConsistencySettings& start) {
   QDialog dialog(parent);
   dialog.setWindowTitle(title);
+  dialog.setMinimumWidth(380);
   auto* layout = new QFormLayout(&dialog);
   auto* note = new QLabel(QDialog::tr("Re-aligns the selected columns with pair posteriors made consistent over "
                                       "third sequences, then refines the result."),

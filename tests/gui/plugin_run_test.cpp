@@ -169,6 +169,8 @@ TEST_F(ZemtraRunTest, TheConsistencyEntryIsOneUndoStepWithItsLogAndConfidence) {
     EXPECT_EQ(refine->maximum(), 1000);
     refine->setValue(20);
     modal.findChild<QSpinBox*>(QStringLiteral("consistencyRounds"))->setValue(1);
+    QDir().mkpath(QStringLiteral(SCREENSHOT_DIR));
+    modal.grab().save(QStringLiteral(SCREENSHOT_DIR "/consistency_dialog.png"), "PNG");
     acceptAsShown(modal);
   });
   ASSERT_EQ(window().runConsistencyWithDialog(zemtra), MainWindow::RunOutcome::Changed);
@@ -182,7 +184,6 @@ TEST_F(ZemtraRunTest, TheConsistencyEntryIsOneUndoStepWithItsLogAndConfidence) {
   window().setColourScheme(ColourScheme::Confidence);
   view.setSelection({});
   QCoreApplication::processEvents();
-  QDir().mkpath(QStringLiteral(SCREENSHOT_DIR));
   ASSERT_TRUE(window().grab().save(QStringLiteral(SCREENSHOT_DIR "/colour_confidence.png"), "PNG"));
   const QImage cells = view.viewport()->grab().toImage();
   const QPoint corner(view.cellWidth() / 2 - 1, view.cellHeight() / 2 - 1);
