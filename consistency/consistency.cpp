@@ -90,6 +90,15 @@ bool parallelFor(std::size_t count, unsigned threads, const Progress& progress, 
   return !cancelled();
 }
 
+struct RunContext {
+  const Input& in;
+  unsigned fixed;
+  const Options& options;
+  const Progress& progress;
+  long done = 0;
+  long total = 0;
+};
+
 struct PairList {
   std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;  // x < y, both with residues, not both prealigned
 };
@@ -115,19 +124,25 @@ std::vector<std::uint32_t> thirdSequences(const Input& in, std::uint32_t x, std:
   return z;
 }
 
-std::vector<double> pairDistances(const Input& in, const PosteriorSet& post) {
-  const std::size_t n = in.codes.size();
-  std::vector<double> d(n * n, 1.0);
-  for (std::size_t x = 0; x < n; ++x) {
-    d[x * n + x] = 0.0;
-    for (std::size_t y = x + 1; y < n; ++y) {
-      const std::size_t shorter = std::min(in.codes[x].size(), in.codes[y].size());
-      if (shorter == 0) continue;
-      const double accuracy = std::min(1.0, post.get(x, y).sum() / static_cast<double>(shorter));
-      d[x * n + y] = d[y * n + x] = 1.0 - accuracy;
-    }
+// 1 - expected accuracy for every pair; 1 where a row has no residues.
+bool pairDistances(RunContext& ctx, const PairList& list, const PosteriorSet& post, std::vector<double>& d) {
+  const std::size_t n = ctx.in.codes.size();
+  d.assign(n * n, 1.0);
+  for (std::size_t x = 0; x < n; ++x) d[x * n + x] = 0.0;
+  std::vector<double> accuracy(list.pairs.size());
+  long ignored = 0;
+  const bool ok = parallelFor(list.pairs.size(), ctx.options.threads, Progress{{}, ctx.progress.cancel}, ignored, 0,
+                              [&](std::size_t k, unsigned) {
+                                accuracy[k] = expectedAccuracy(post.get(list.pairs[k].first, list.pairs[k].second));
+                              });
+  for (std::size_t k = 0; k < list.pairs.size(); ++k) {
+    const auto [x, y] = list.pairs[k];
+    d[x * n + y] = d[y * n + x] = 1.0 - std::min(1.0, accuracy[k]);
   }
-  return d;
+  for (std::uint32_t x = 0; x < ctx.fixed; ++x) {
+    for (std::uint32_t y = x + 1; y < ctx.fixed; ++y) d[x * n + y] = d[y * n + x] = 0.0;
+  }
+  return ok;
 }
 
 Group singleton(const Input& in, std::uint32_t r) {
@@ -162,15 +177,6 @@ double alignedPosterior(const Group& g, const PosteriorSet& post, std::vector<do
 }  // namespace
 
 namespace {
-
-struct RunContext {
-  const Input& in;
-  unsigned fixed;
-  const Options& options;
-  const Progress& progress;
-  long done = 0;
-  long total = 0;
-};
 
 bool computePosteriors(RunContext& ctx, const PairList& list, PosteriorSet& post) {
   const Input& in = ctx.in;
@@ -309,7 +315,12 @@ Result align(const std::vector<std::string>& rows, unsigned fixed, const Options
     return result;
   }
   t = Clock::now();
-  result.tree = guideTree(pairDistances(in, post), n, in.units);
+  std::vector<double> distance;
+  if (!pairDistances(ctx, list, post, distance)) {
+    result.cancelled = true;
+    return result;
+  }
+  result.tree = guideTree(distance, n, in.units);
   result.timings.tree = secondsSince(t);
   t = Clock::now();
   Group alignment = progressive(ctx, result.tree, post);

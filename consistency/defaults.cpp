@@ -8,13 +8,13 @@ namespace zemtra::consistency {
 
 PairHmmParams defaultPairHmmParams() {
   PairHmmParams p;
-  p.startMatch = 0.6;
-  p.startShort = 0.1;
-  p.startLong = 0.1;
-  p.openShort = 0.02;
-  p.openLong = 0.005;
-  p.extendShort = 0.4;
-  p.extendLong = 0.9;
+  p.startMatch = 0.330498;
+  p.startShort = 0.176971;
+  p.startLong = 0.15778;
+  p.openShort = 0.0287294;
+  p.openLong = 0.00373155;
+  p.extendShort = 0.683151;
+  p.extendLong = 0.989977;
   return p;
 }
 

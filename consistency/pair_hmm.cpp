@@ -163,20 +163,21 @@ SparsePosterior pairPosteriors(const std::vector<std::uint8_t>& x, const std::ve
     const double inv = i < n ? 1.0 / work.scale[i + 1] : 0.0;
     for (std::size_t j = m + 1; j-- > 0;) {
       double* b = cur + j * kStates;
-      if (i == n && j == m) {
-        std::fill(b, b + kStates, 1.0);
-        continue;
-      }
+      const bool end = i == n && j == m;
       const double mterm = (nx && j < m) ? odds[x[i] * 21u + y[j]] * nx[(j + 1) * kStates + kM] * inv : 0.0;
       const double xs = nx ? nx[j * kStates + kX1] * inv : 0.0;
       const double xl = nx ? nx[j * kStates + kX2] * inv : 0.0;
       const double ys = j < m ? b[kStates + kY1] : 0.0;
       const double yl = j < m ? b[kStates + kY2] : 0.0;
-      b[kM] = t.mm * mterm + t.o1 * (xs + ys) + t.o2 * (xl + yl);
-      b[kX1] = t.c1 * mterm + t.e1 * xs;
-      b[kY1] = t.c1 * mterm + t.e1 * ys;
-      b[kX2] = t.c2 * mterm + t.e2 * xl;
-      b[kY2] = t.c2 * mterm + t.e2 * yl;
+      if (end) {
+        std::fill(b, b + kStates, 1.0);
+      } else {
+        b[kM] = t.mm * mterm + t.o1 * (xs + ys) + t.o2 * (xl + yl);
+        b[kX1] = t.c1 * mterm + t.e1 * xs;
+        b[kY1] = t.c1 * mterm + t.e1 * ys;
+        b[kX2] = t.c2 * mterm + t.e2 * xl;
+        b[kY2] = t.c2 * mterm + t.e2 * yl;
+      }
       const double* fc = f + (i * w + j) * kStates;
       if (counts) countCell(fc, t, mterm * invTotal, xs * invTotal, xl * invTotal, ys * invTotal, yl * invTotal, c);
       if (counts && i == 0 && j == 0) {

@@ -73,6 +73,22 @@ SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_
   return out;
 }
 
+double expectedAccuracy(const SparsePosterior& m) {
+  const std::size_t rows = m.rows(), cols = m.cols;
+  if (rows == 0 || cols == 0) return 0.0;
+  std::vector<double> prev(cols + 1, 0.0), cur(cols + 1, 0.0);
+  for (std::size_t i = 0; i < rows; ++i) {
+    std::uint32_t k = m.rowStart[i];
+    for (std::size_t j = 1; j <= cols; ++j) {
+      double pair = prev[j - 1];
+      if (k < m.rowStart[i + 1] && m.entries[k].col == j - 1) pair += m.entries[k++].p;
+      cur[j] = std::max({pair, prev[j], cur[j - 1]});
+    }
+    std::swap(prev, cur);
+  }
+  return prev[cols] / static_cast<double>(std::min(rows, cols));
+}
+
 SparsePosterior alignedPairPosterior(const std::vector<std::uint32_t>& columnsX,
                                      const std::vector<std::uint32_t>& columnsY) {
   SparsePosterior out;

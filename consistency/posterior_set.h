@@ -34,6 +34,11 @@ SparsePosterior transpose(const SparsePosterior& m);
 SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_t y,
                               const std::vector<std::uint32_t>& thirds, std::vector<float>& dense);
 
+// Expected accuracy of the pair: the largest summed posterior of any
+// alignment of x and y (the maximum expected accuracy alignment), divided by
+// the shorter length; 0 when either is empty.
+double expectedAccuracy(const SparsePosterior& m);
+
 // Posteriors of two rows of an existing alignment: 1 where their residues
 // share a column, given the column of every residue of each row.
 SparsePosterior alignedPairPosterior(const std::vector<std::uint32_t>& columnsX,
