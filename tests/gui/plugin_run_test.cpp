@@ -180,6 +180,9 @@ TEST_F(ZemtraRunTest, TheConsistencyEntryIsOneUndoStepWithItsLogAndConfidence) {
   ztest::expectGolden("gui/consistency_globins.txt", rows);
   EXPECT_TRUE(view.hasConfidence());
   EXPECT_GT(view.annotationHeight(), plainRows);
+  const std::string figure = view.figureSvg({}, {0, 40});  // the exported figure has the row too
+  EXPECT_NE(figure.find(">Confidence<"), std::string::npos);
+  EXPECT_NE(figure.find("fill=\"#2e9960\""), std::string::npos);
 
   window().setColourScheme(ColourScheme::Confidence);
   view.setSelection({});
