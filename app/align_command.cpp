@@ -8,6 +8,7 @@
 #include <iostream>
 #include <optional>
 
+#include "app/align_method.h"
 #include "app/align_options.h"
 #include "app/engine_exit.h"
 #include "app/exit_status.h"
@@ -15,12 +16,14 @@
 #include "app/plugin_loader.h"
 #include "app/run_memory.h"
 #include "app/terminal_interaction.h"
-#include "host/alignment.h"
+#include "consistency/consistency.h"
 #include "formats/alignment_io.h"
-#include "host/config.h"
-#include "host/file_io.h"
 #include "formats/input_notes.h"
 #include "formats/phylo_tree.h"
+#include "host/alignment.h"
+#include "host/config.h"
+#include "host/file_io.h"
+#include "pairwise/engine_options.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/matrix_names.h"
 
@@ -45,6 +48,7 @@ struct Settings {
   LogTarget log;
   KARVO::AlignmentFormat format = KARVO::AlignmentFormat::Fasta;
   std::optional<ColumnSpan> span;
+  bool consistency = false;
 };
 
 // What the command needs to know about a call once it returned.
@@ -86,6 +90,8 @@ Settings checkOptions(const AlignOptions& options) {
     settings.span = parseColumnRange(options.range);
     if (!settings.span) throw Failure(kExitUsage, columnRangeProblem(options.range));
   }
+  if (const std::string problem = methodOptionsProblem(options); !problem.empty()) throw Failure(kExitUsage, problem);
+  settings.consistency = options.method == "consistency";
   const auto log = logTargetFor(options.log);
   if (!log) throw Failure(kExitUsage, "--log " + options.log + " does not name a file");
   settings.log = *log;
@@ -101,7 +107,8 @@ void checkOutputPaths(const AlignOptions& options) {
   const std::pair<const char*, const std::string*> outputs[] = {{"-o", &options.output},
                                                                 {"--tree-newick", &options.treeNewick},
                                                                 {"--tree-svg", &options.treeSvg},
-                                                                {"--distances", &options.distances}};
+                                                                {"--distances", &options.distances},
+                                                                {"--confidence", &options.confidence}};
   // Standard output takes one of them: the alignment unless -o names a file.
   const char* onStandardOutput = options.output.empty() || isStandardStream(options.output) ? "-o" : nullptr;
   for (const auto& [option, path] : outputs) {
@@ -120,8 +127,8 @@ void checkOutputPaths(const AlignOptions& options) {
 
 // Nothing the command writes may replace the file it reads.
 void checkInputKeptApart(const AlignOptions& options, const Settings& settings) {
-  std::vector<std::string> outputs{options.output, options.treeNewick, options.treeSvg, options.distances,
-                                   settings.log.given};
+  std::vector<std::string> outputs{options.output,    options.treeNewick, options.treeSvg,
+                                   options.distances, options.confidence, settings.log.given};
   for (const std::string& output : outputs) {
     std::error_code error;
     if (!output.empty() && !isStandardStream(output) && fs::equivalent(output, options.input, error)) {
@@ -295,15 +302,16 @@ std::unique_ptr<KARVO::Alignment> reordered(const KARVO::Alignment& alignment, c
   return KARVO::Alignment::fromRows(sequences, texts);
 }
 
-void writeResult(const AlignOptions& options, const Settings& settings, const KARVO::Alignment& alignment) {
+void writeResult(const AlignOptions& options, const Settings& settings, const KARVO::Alignment& alignment,
+                 const std::vector<KARVO::ColumnMarks>& marks) {
   if (options.output.empty() || isStandardStream(options.output)) {
-    KARVO::writeAlignment(std::cout, alignment, settings.format);
+    KARVO::writeAlignment(std::cout, alignment, settings.format, marks);
     std::cout.flush();
     if (!std::cout) throw Failure(kExitOutputFailed, "cannot write the alignment to standard output");
     return;
   }
   try {
-    KARVO::writeAlignmentFile(options.output, alignment, settings.format);
+    KARVO::writeAlignmentFile(options.output, alignment, settings.format, marks);
   } catch (const std::exception& error) {
     throw Failure(kExitOutputFailed, error.what());
   }
@@ -374,6 +382,11 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
   parameters.prealigned = options.prealigned;
   parameters.logName = settings.log.name;
   parameters.logFolder = settings.log.folder;
+  if (settings.consistency) {
+    parameters.method = ZemtraMethod::Consistency;
+    if (options.consistencyRounds >= 0) parameters.consistencyRounds = options.consistencyRounds;
+    if (options.refine >= 0) parameters.refineIterations = options.refine;
+  }
   try {
     execute(alignment, parameters, interaction, &report);
   } catch (...) {
@@ -410,7 +423,13 @@ int align(const AlignOptions& options) {
   confirmLogPath(settings.log, logQuestion);
 
   const std::unique_ptr<KARVO::Alignment> alignment = readSelected(options, settings);
-  checkMemory(*alignment, options.pluginDir);
+  if (settings.consistency) {
+    if (const auto refusal = checkConsistencyRun(*alignment, options.quiet ? nullptr : &std::cerr))
+      throw Failure(kExitUsage, *refusal);
+  } else {
+    checkMemory(*alignment, options.pluginDir);
+  }
+  const unsigned long firstColumn = firstColumnAfterRun(*alignment, alignment->selection);
   if (settings.log.given.empty()) checkPersonalDir();
   ZemtraRunReport report;
   report.wantTree = false;
@@ -419,11 +438,16 @@ int align(const AlignOptions& options) {
 
   if (!run.logWritten) std::cerr << "karvo: warning: the run log could not be written to " << run.logPath << '\n';
   const RunOutputs outputs = runOutputs(options, *alignment, report);
+  std::vector<KARVO::ColumnMarks> marks;
+  if (settings.consistency && settings.format == KARVO::AlignmentFormat::Stockholm)
+    marks.push_back(confidenceMarks(report.columnConfidence, firstColumn, alignment->columnCount()));
   if (outputs.order.empty())
-    writeResult(options, settings, *alignment);
+    writeResult(options, settings, *alignment, marks);
   else
-    writeResult(options, settings, *reordered(*alignment, report, outputs.order));
+    writeResult(options, settings, *reordered(*alignment, report, outputs.order), marks);
   writeTreeAndTables(options, report, outputs);
+  if (!options.confidence.empty())
+    writeOutputFile(options.confidence, confidenceTsv(report.columnConfidence, firstColumn));
   if (!options.quiet && run.logWritten) {
     std::cerr << "karvo: aligned " << report.sentRows.size() << " sequences in " << columnsText(run.range)
               << "; run log: " << run.logPath << '\n';
@@ -488,6 +512,7 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
       ->type_name("input|tree")
       ->capture_default_str()
       ->check(CLI::IsMember({"input", "tree"}));
+  addMethodOptions(*command, options);
   command
       ->add_option("--plugin-dir", options.pluginDir,
                    "Folder holding the plug-in: libZemtraBatch.so.0 (the window-less build, preferred) or "

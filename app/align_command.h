@@ -22,8 +22,12 @@ struct AlignOptions {
   std::string format;  // empty: from the output name, else FASTA
   std::string treeNewick;
   std::string treeSvg;
-  std::string distances;        // pairwise tables: TSV, or PHYLIP for .phy and .dist
-  std::string order = "input";  // rows of the outputs: "input" or "tree" (the guide tree's leaf order)
+  std::string distances;               // pairwise tables: TSV, or PHYLIP for .phy and .dist
+  std::string order = "input";         // rows of the outputs: "input" or "tree" (the guide tree's leaf order)
+  std::string method = "progressive";  // "progressive" or "consistency"
+  int consistencyRounds = -1;          // consistency only; -1: not given (the plug-in's default)
+  int refine = -1;                     // consistency only; -1: not given (the plug-in's default)
+  std::string confidence;              // consistency only: column confidences as TSV
   std::string pluginDir;
   bool quiet = false;
   bool verbose = false;

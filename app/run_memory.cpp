@@ -22,7 +22,8 @@ std::optional<std::uint64_t> memAvailable() {
   return std::nullopt;
 }
 
-// Whole GiB, with one decimal below 10 GiB so that two close amounts differ.
+}  // namespace
+
 std::string gibText(std::uint64_t bytes) {
   const double gib = static_cast<double>(bytes) / static_cast<double>(std::uint64_t{1} << 30);
   std::ostringstream text;
@@ -31,8 +32,6 @@ std::string gibText(std::uint64_t bytes) {
   text << gib;
   return text.str();
 }
-
-}  // namespace
 
 std::optional<std::uint64_t> availableMemory() {
   std::optional<std::uint64_t> available = memAvailable();

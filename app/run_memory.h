@@ -19,4 +19,8 @@ std::optional<std::uint64_t> availableMemory();
 // available; choose a smaller --range"; nullopt when need fits.
 std::optional<std::string> memoryRefusal(unsigned long columns, std::uint64_t need, std::uint64_t available);
 
+// Bytes as GiB: whole, with one decimal below 10 GiB so that two close
+// amounts differ ("1.5", "22").
+std::string gibText(std::uint64_t bytes);
+
 }  // namespace karvo_app

@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "formats/alignment_io.h"
 #include "host/alignment.h"
 
 namespace KARVO::formats {
@@ -115,7 +116,8 @@ std::unique_ptr<Alignment> readStockholm(const TextFile& file);
 void writeFasta(std::ostream& out, const Alignment& alignment);
 void writeClustal(std::ostream& out, const Alignment& alignment);
 void writeMsf(std::ostream& out, const Alignment& alignment);
-void writeStockholm(std::ostream& out, const Alignment& alignment);
+// Lines of column marks follow the rows as "#=GC" lines.
+void writeStockholm(std::ostream& out, const Alignment& alignment, const std::vector<ColumnMarks>& columnMarks = {});
 void writePhylip(std::ostream& out, const Alignment& alignment);
 
 // The Clustal conservation mark of one column given as its characters, one

@@ -17,8 +17,8 @@
 #include <sstream>
 
 #include "formats/alignment_formats.h"
-#include "host/file_io.h"
 #include "formats/gzip.h"
+#include "host/file_io.h"
 
 namespace KARVO {
 
@@ -157,7 +157,14 @@ std::unique_ptr<Alignment> readAlignment(std::istream& in, const std::string& di
   return parse(std::move(content), displayName);
 }
 
-void writeAlignment(std::ostream& out, const Alignment& alignment, AlignmentFormat format) {
+void writeAlignment(std::ostream& out, const Alignment& alignment, AlignmentFormat format,
+                    const std::vector<ColumnMarks>& columnMarks) {
+  for (const ColumnMarks& line : columnMarks) {
+    if (line.marks.size() != alignment.columnCount()) {
+      throw std::invalid_argument("the " + line.tag + " line has " + std::to_string(line.marks.size()) + " marks for " +
+                                  std::to_string(alignment.columnCount()) + " columns");
+    }
+  }
   switch (format) {
     case AlignmentFormat::Fasta:
       formats::writeFasta(out, alignment);
@@ -169,7 +176,7 @@ void writeAlignment(std::ostream& out, const Alignment& alignment, AlignmentForm
       formats::writeMsf(out, alignment);
       return;
     case AlignmentFormat::Stockholm:
-      formats::writeStockholm(out, alignment);
+      formats::writeStockholm(out, alignment, columnMarks);
       return;
     case AlignmentFormat::Phylip:
       formats::writePhylip(out, alignment);
@@ -177,9 +184,10 @@ void writeAlignment(std::ostream& out, const Alignment& alignment, AlignmentForm
   }
 }
 
-void writeAlignmentFile(const std::string& path, const Alignment& alignment, AlignmentFormat format) {
+void writeAlignmentFile(const std::string& path, const Alignment& alignment, AlignmentFormat format,
+                        const std::vector<ColumnMarks>& columnMarks) {
   std::ostringstream text;
-  writeAlignment(text, alignment, format);
+  writeAlignment(text, alignment, format, columnMarks);
   writeFileAtomically(path, hasGzipExtension(path) ? gzip(text.str()) : text.str());
 }
 

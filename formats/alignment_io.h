@@ -46,13 +46,25 @@ std::unique_ptr<Alignment> readAlignment(std::istream& in, const std::string& di
 
 inline constexpr const char* kStandardInputName = "standard input";
 
-void writeAlignment(std::ostream& out, const Alignment& alignment, AlignmentFormat format);
+// A line of per-column marks, one character per column of the alignment.
+// Stockholm carries it as "#=GC <tag> <marks>" below the rows; the other
+// formats have no place for it and leave it out.
+struct ColumnMarks {
+  std::string tag;
+  std::string marks;
+};
+
+// Throws std::invalid_argument when a line of marks is not as long as the
+// alignment is wide.
+void writeAlignment(std::ostream& out, const Alignment& alignment, AlignmentFormat format,
+                    const std::vector<ColumnMarks>& columnMarks = {});
 
 // Writes to a temporary file in the same folder and renames it over path, so
 // that path is never half-written; a path ending in ".gz" is written
 // gzip-compressed. Throws std::runtime_error with a one-line message naming
 // path on failure (nothing is left behind).
-void writeAlignmentFile(const std::string& path, const Alignment& alignment, AlignmentFormat format);
+void writeAlignmentFile(const std::string& path, const Alignment& alignment, AlignmentFormat format,
+                        const std::vector<ColumnMarks>& columnMarks = {});
 
 // A format's name as --format takes it: "fasta", "clustal", "msf",
 // "stockholm" or "phylip", in that order.

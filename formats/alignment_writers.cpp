@@ -137,7 +137,7 @@ void writeMsf(std::ostream& out, const Alignment& alignment) {
 }
 
 // One block with every row on one line; descriptions as "#=GS name DE".
-void writeStockholm(std::ostream& out, const Alignment& alignment) {
+void writeStockholm(std::ostream& out, const Alignment& alignment, const std::vector<ColumnMarks>& columnMarks) {
   out << "# STOCKHOLM 1.0\n";
   const std::size_t nameWidth = longestName(alignment);
   bool anyDescription = false;
@@ -148,9 +148,13 @@ void writeStockholm(std::ostream& out, const Alignment& alignment) {
     anyDescription = true;
   }
   if (anyDescription) out << '\n';
+  // Rows and marks start in one column.
+  std::size_t start = nameWidth + 2;
+  for (const ColumnMarks& line : columnMarks) start = std::max(start, line.tag.size() + 6);
   for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) {
-    out << padded(alignment.sequence(r).name, nameWidth + 2) << alignment.rowText(r) << '\n';
+    out << padded(alignment.sequence(r).name, start) << alignment.rowText(r) << '\n';
   }
+  for (const ColumnMarks& line : columnMarks) out << padded("#=GC " + line.tag, start) << line.marks << '\n';
   out << "//\n";
 }
 

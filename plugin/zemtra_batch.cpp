@@ -17,6 +17,9 @@ class GivenParameters : public ParameterSource {
   std::string logName() const override { return parameters_.logName; }
   std::string logFolder() const override { return parameters_.logFolder; }
   bool writeLogFile() const override { return parameters_.writeLogFile; }
+  ZemtraMethod method() const override { return parameters_.method; }
+  int consistencyRounds() const override { return parameters_.consistencyRounds; }
+  int refineIterations() const override { return parameters_.refineIterations; }
 
  private:
   const ZemtraParameters& parameters_;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "plugin/guide_tree.h"
+#include "run/consistency_run.h"
 #include "run/zemtra_kv.h"
 
 unsigned long sequenceCount(const KARVO::Alignment& alignment) {
@@ -29,6 +30,45 @@ GuideTree runGuideTree(const RunDetails& details, std::size_t runRows) {
   }
   if (runRows == 2 && details.outcome == RunOutcome::Completed) return buildGuideTree({{0, 1}}, {1, 2});
   return {};
+}
+
+// The progressive run: the range packed into the run's matrices, rows at
+// most twice the range width.
+std::vector<std::string> progressiveRows(const KARVO::Alignment& alignment, const KARVO::ColumnRange& range,
+                                         const SentRows& sent, const ParameterSource& parameters,
+                                         RunInteraction& interaction, const RunLogOptions& log, RunDetails& details) {
+  RunInputs inputs(sent.rows.size(), range.second - range.first);
+  fillRunInputs(alignment, range, sent.rows, inputs);
+  interaction.debugMessage("Do the real thing");
+  bool ok = false;
+  zemtra_kv(interaction, &ok, log, inputs.len.data(), inputs.nres.data(), inputs.names, inputs.seqs, sent.fixed,
+            parameters.matNo(), parameters.gapPenalty(), &details, zemtra::defaultEngineOptions());
+  interaction.debugMessage("Re-alignment by Zemtra done, returning results");
+  return resultRows(inputs.seqs, sent.rows, sequenceCount(alignment), inputs.len[0]);
+}
+
+// The consistency run: the sent rows' ranges as text, any width back.
+std::vector<std::string> consistencyRows(const KARVO::Alignment& alignment, const KARVO::ColumnRange& range,
+                                         const SentRows& sent, const ParameterSource& parameters,
+                                         RunInteraction& interaction, const RunLogOptions& log, RunDetails& details,
+                                         std::vector<float>& columnConfidence) {
+  ConsistencyRunInput input;
+  input.rows = rangeTexts(alignment, range, sent.rows);
+  for (const unsigned long row : sent.rows) input.names.push_back(alignment.GetSeqName(row));
+  input.fixed = sent.fixed;
+  input.consistencyRounds = parameters.consistencyRounds();
+  input.refineIterations = parameters.refineIterations();
+  input.threads = zemtra::threadCount(zemtra::defaultEngineOptions());
+  interaction.debugMessage("Do the real thing");
+  ConsistencyRunOutput output = consistencyRun(interaction, log, input, details);
+  interaction.debugMessage("Re-alignment by Zemtra done, returning results");
+  // A run that did not complete hands back the rows as they were sent.
+  std::vector<std::string>& sentBack = output.rows.empty() ? input.rows : output.rows;
+  const std::size_t length = sentBack.front().size();
+  std::vector<std::string> rows(sequenceCount(alignment), std::string(length, '-'));
+  for (std::size_t i = 0; i < sent.rows.size(); ++i) rows[sent.rows[i]] = std::move(sentBack[i]);
+  columnConfidence = std::move(output.columnConfidence);
+  return rows;
 }
 
 }  // namespace
@@ -83,6 +123,20 @@ void fillRunInputs(const KARVO::Alignment& alignment, const KARVO::ColumnRange& 
   }
 }
 
+std::vector<std::string> rangeTexts(const KARVO::Alignment& alignment, const KARVO::ColumnRange& range,
+                                    const std::vector<unsigned long>& sent) {
+  std::vector<std::string> texts;
+  texts.reserve(sent.size());
+  for (const unsigned long row : sent) {
+    std::string text(range.second - range.first, '-');
+    for (unsigned long j = 0; j < text.size(); ++j) {
+      if (const KARVO::Residue* item = alignment.getItem(row, range.first + j)) text[j] = item->code();
+    }
+    texts.push_back(std::move(text));
+  }
+  return texts;
+}
+
 std::vector<std::string> resultRows(const KARVO::Matrix<char>& seqs, const std::vector<unsigned long>& sent,
                                     unsigned long hostRows, unsigned long length) {
   std::vector<std::string> rows(hostRows, std::string(length, '-'));
@@ -133,26 +187,17 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
 
   for (std::size_t i = sent.fixed; i < sent.rows.size(); ++i) alignment.packRow(sent.rows[i], range);
 
-  RunInputs inputs(sent.rows.size(), range.second - range.first);
-  fillRunInputs(alignment, range, sent.rows, inputs);
-
-  const int matNo = parameters.matNo();
-  const int gap = parameters.gapPenalty();
   RunLogOptions log;
   log.folder = parameters.logFolder();
   log.name = parameters.logName();
   log.writeFile = parameters.writeLogFile();
   if (out.wantLogText) log.text = &out.logText;
-  interaction.debugMessage("Do the real thing");
 
-  bool ok = false;
   RunDetails details;
-  zemtra_kv(interaction, &ok, log, inputs.len.data(), inputs.nres.data(), inputs.names, inputs.seqs, sent.fixed, matNo,
-            gap, &details, zemtra::defaultEngineOptions());
-
-  interaction.debugMessage("Re-alignment by Zemtra done, returning results");
-  const unsigned long length = inputs.len[0];
-  const std::vector<std::string> rows = resultRows(inputs.seqs, sent.rows, sequenceCount(alignment), length);
+  const std::vector<std::string> rows =
+      parameters.method() == ZemtraMethod::Consistency
+          ? consistencyRows(alignment, range, sent, parameters, interaction, log, details, out.columnConfidence)
+          : progressiveRows(alignment, range, sent, parameters, interaction, log, details);
   alignment.rearrange(range, rows);
   alignment.stripGapCols({0, alignment.columnCount()});
 

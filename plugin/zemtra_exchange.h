@@ -30,6 +30,11 @@ class ParameterSource {
   virtual std::string logFolder() const { return {}; }
   // False: no log file, only the text.
   virtual bool writeLogFile() const { return true; }
+  // The method and the consistency method's settings; the dialog runs the
+  // progressive method.
+  virtual ZemtraMethod method() const { return ZemtraMethod::Progressive; }
+  virtual int consistencyRounds() const { return ZemtraParameters{}.consistencyRounds; }
+  virtual int refineIterations() const { return ZemtraParameters{}.refineIterations; }
 };
 
 // The number of sequences as the plug-in counts them: the entries of the
@@ -72,11 +77,16 @@ void fillRunInputs(const KARVO::Alignment& alignment, const KARVO::ColumnRange& 
 std::vector<std::string> resultRows(const KARVO::Matrix<char>& seqs, const std::vector<unsigned long>& sent,
                                     unsigned long hostRows, unsigned long length);
 
+// The range of every sent row as text: residue codes and '-'.
+std::vector<std::string> rangeTexts(const KARVO::Alignment& alignment, const KARVO::ColumnRange& range,
+                                    const std::vector<unsigned long>& sent);
+
 // The exchange with the parameters from the dialog and the run's Qt dialogs.
 bool doZemtra(KARVO::Alignment& alignment);
 
 // The whole exchange of one call: asks the parameters, sends the selected
-// range through the run and writes the result back. True when the alignment
+// range through the run of the method they name and writes the result back
+// (for a run that did not complete, the sent rows as they were sent). True when the alignment
 // was rewritten. report, when not null, learns how the call went. The host's
 // rearrange throws std::invalid_argument for strings that do not fit; the
 // strings built here always fit, and anything thrown passes to the caller.

@@ -38,7 +38,13 @@ class Alignment;
 // How a range is re-aligned. Progressive is the method of the dialog and
 // the default; Consistency is the second method (pair-HMM posteriors made
 // consistent over third sequences, posterior-maximising progressive
-// alignment and refinement), run only through ExecuteWithParameters.
+// alignment and refinement), run only through ExecuteWithParameters. It
+// takes no matrix and no gap penalty, has no width limit and never ends the
+// process; its report has the same shape: run.history holds its guide tree
+// (joins of the groups' lowest run rows, distance 1 - expected accuracy of
+// the two groups, NaN for a prealigned block), run.identity the percent
+// identity in the re-aligned range, run.distance the distance of the join
+// that united each pair, and the log is the method's own short report.
 enum class ZemtraMethod { Progressive, Consistency };
 
 // The run parameters that the dialog otherwise asks for, and where the log

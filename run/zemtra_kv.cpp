@@ -1,19 +1,16 @@
 #include "run/zemtra_kv.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <chrono>
 #include <iomanip>
 #include <string>
 
-#include "host/config.h"
-#include "host/logger.h"
 #include "pairwise/pair_kv.h"
 #include "run/log_file.h"
 #include "run/multiple_phase.h"
 #include "run/pairwise_phase.h"
 #include "run/report.h"
+#include "run/run_log.h"
 
 namespace {
 
@@ -48,25 +45,6 @@ void writePairwiseTables(std::ostream& log, const RunInput& input, const RunStor
   log << '\n';
 }
 
-// Puts the log file in place and hands the text to the host's logger, which
-// also receives it when the file cannot be written, and to text when asked.
-// Returns whether the file was written.
-bool finishLog(RunLogFile& log, const std::string& logPath, bool fileAsked, std::string* text) {
-  const bool written = log.commit();
-  if (text != nullptr) {
-    text->clear();
-    log.readBack([text](std::string_view piece) { text->append(piece); });
-  }
-  Logger::Entry entry;
-  log.readBack([&entry](std::string_view piece) { entry.append(piece); });
-  if (!written && fileAsked) {
-    entry.append("\nCould not open ");
-    entry.append(logPath);
-    entry.append("! ZEMTRA::PROCESS no log file");
-  }
-  return written;
-}
-
 // The pairwise phase's tables as the host receives them.
 void keepPairwiseTables(const RunStorage& storage, unsigned long ns, RunDetails& result) {
   KARVO::Matrix<float> distance(ns, ns);
@@ -82,16 +60,6 @@ void keepPairwiseTables(const RunStorage& storage, unsigned long ns, RunDetails&
 
 double secondsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-bool isDirectory(const std::string& path) {
-  struct stat info;
-  return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
-
-bool exists(const std::string& path) {
-  struct stat info;
-  return ::stat(path.c_str(), &info) == 0;
 }
 
 }  // namespace
@@ -130,31 +98,13 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const RunLogOptions& logOp
   RunStorage storage(ns, seqs.cols());
   const RunInput input{len, nres, names, seqs, fixed, matNo, gap};
 
-  // Without a file the personal directory is not even looked for.
-  const bool personal = logOptions.folder.empty();
-  const std::string dir = !logOptions.writeFile ? std::string()
-                          : personal            ? Config::GetPersonalTmpDir()
-                                                : logOptions.folder;
-  const std::string& logName = logOptions.name;
-  const std::string logPath = logOptions.writeFile ? dir + "/" + logName : std::string();
-  result.logPath = logPath;
-  if (logOptions.writeFile && !isDirectory(dir) && (!personal || ::mkdir(dir.c_str(), 0700) != 0)) {
-    interaction.debugMessage("zemtra::Can not create dir : " + dir);
-    interaction.debugMessage("        multiple alignment process interrupted. ");
+  RunLogPlace place;
+  if (!placeRunLog(interaction, logOptions, result, place)) {
     *ok = false;
-    result.outcome = RunOutcome::DirectoryFailed;
-    result.logProblem = (personal ? "cannot create the log folder " : "the log folder is not a folder: ") + dir;
-    return;
-  }
-  if (logOptions.writeFile && exists(logPath) && !interaction.confirmOverwrite(logPath)) {
-    interaction.debugMessage("Cancel");
-    *ok = false;
-    result.outcome = RunOutcome::OverwriteRefused;
-    result.logProblem = "the existing log " + logPath + " was kept";
     return;
   }
 
-  RunLogFile logFile(dir, logName, logOptions.writeFile);
+  RunLogFile logFile(place.dir, logOptions.name, logOptions.writeFile);
   std::ostream& log = logFile.stream();
   // An allocation failure must reach the host, not end in a cut-off log.
   log.exceptions(std::ios::badbit);
@@ -198,7 +148,6 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const RunLogOptions& logOp
   }
 
   result.outcome = completed ? RunOutcome::Completed : RunOutcome::Cancelled;
-  result.logWritten = finishLog(logFile, logPath, logOptions.writeFile, logOptions.text);
-  if (!result.logWritten) result.logProblem = logFile.problem();
+  finishRunLog(logFile, place, logOptions, result);
   result.timings.total = secondsSince(started);
 }

@@ -2,18 +2,15 @@
 
 #include <QEvent>
 #include <QFontDatabase>
-#include <QFontInfo>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
 #include <algorithm>
 #include <array>
-#include <cstring>
-#include <sstream>
 
+#include "app/gui/figure/figure.h"
 #include "app/gui/view_geometry.h"
-#include "formats/phylo_tree.h"
 
 namespace karvo_gui {
 
@@ -22,20 +19,6 @@ namespace {
 // Names longer than this are elided; shorter ones still get room for this many.
 constexpr int kLongestNameShown = 24;
 constexpr int kShortestNameRoom = 6;
-constexpr int kNamePadding = 6;
-
-const QColor kRulerBackground(0xee, 0xee, 0xee);
-const QColor kNamesBackground(0xf5, 0xf5, 0xf5);
-const QColor kBorder(0xb0, 0xb0, 0xb0);
-const QColor kSelectionBand(0x3d, 0x6f, 0xd8);
-const QColor kMatchFill(0xff, 0xd4, 0x00, 110);
-const QColor kMatchBorder(0xe0, 0x80, 0x00);
-const QColor kCurrentMatch(0xd0, 0x10, 0x10);
-const QColor kConservationBar(0x4a, 0x6f, 0xb5);
-const QColor kGapBar(0x90, 0x90, 0x90);
-// Residues without a colour of their own, when cells are too small for letters.
-const QRgb kPlainResidue = qRgb(0xc8, 0xc8, 0xc8);
-
 // Zoom levels: blocks of so many pixels without letters, then letters at a
 // scale of the view's font.
 struct ZoomLevel {
@@ -56,10 +39,6 @@ constexpr std::array<ZoomLevel, 13> kZoomLevels{{{1, 0},
                                                  {0, 2.5},
                                                  {0, 3.0}}};
 constexpr int kDefaultZoom = 7;
-
-std::string xmlEscaped(const QString& text) { return KARVO::xmlText(text.toStdString()); }
-
-std::string svgColour(const QColor& colour) { return colour.name(QColor::HexRgb).toStdString(); }
 
 }  // namespace
 
@@ -118,6 +97,7 @@ void AlignmentView::reloadAlignment() {
   if (blockRows_.first >= blockRows_.second || selection_.first >= selection_.second) blockRows_ = {0, 0};
   if (hasAnchor_ && (anchorColumn_ >= columnCount() || anchorRow_ >= rowCount())) hasAnchor_ = false;
   stats_ = columnStats(rows_);
+  applyConfidence();
   recomputeColours();
   if (!motif_.empty()) {
     matches_ = findMotif(rows_, motif_);
@@ -135,7 +115,8 @@ void AlignmentView::recomputeColours() {
   const unsigned long width = columnCount();
   // Colours by letter, for every column (schemes that look at the column
   // keep one table per column).
-  const bool byColumn = scheme_ == ColourScheme::Conservation || scheme_ == ColourScheme::Identity;
+  const bool byColumn =
+      scheme_ == ColourScheme::Conservation || scheme_ == ColourScheme::Identity || scheme_ == ColourScheme::Confidence;
   std::vector<std::array<unsigned char, 256>> tables(byColumn ? width : 1);
   for (std::size_t t = 0; t < tables.size(); ++t) {
     const ColumnStats column = byColumn ? stats_[t] : ColumnStats{};
@@ -167,7 +148,26 @@ void AlignmentView::setAnnotationsShown(bool shown) {
   viewport()->update();
 }
 
-int AlignmentView::annotationHeight() const { return annotationsShown_ && !rows_.empty() ? 4 * annotationRow_ : 0; }
+int AlignmentView::annotationHeight() const {
+  return annotationsShown_ && !rows_.empty() ? figure::annotationBandHeight(annotationRow_, hasConfidence()) : 0;
+}
+
+bool AlignmentView::hasConfidence() const {
+  return std::any_of(confidence_.begin(), confidence_.end(), [](float value) { return value >= 0; });
+}
+
+void AlignmentView::setColumnConfidence(std::vector<float> confidence) {
+  confidence_ = std::move(confidence);
+  applyConfidence();
+  recomputeColours();
+  updateScrollBars();
+  viewport()->update();
+  emit rowsMoved();
+}
+
+void AlignmentView::applyConfidence() {
+  for (std::size_t c = 0; c < stats_.size(); ++c) stats_[c].confidence = c < confidence_.size() ? confidence_[c] : -1;
+}
 
 void AlignmentView::setZoom(int level) {
   level = std::clamp(level, 0, zoomLevels() - 1);
@@ -326,396 +326,6 @@ const QImage& AlignmentView::tile(unsigned char colour, char code) {
     painter.drawText(QRect(0, 0, cellWidth_, cellHeight_), Qt::AlignCenter, QString(QLatin1Char(code)));
   }
   return cached;
-}
-
-AlignmentView::Frame AlignmentView::viewportFrame() const {
-  Frame frame;
-  frame.size = viewport()->size();
-  const VisibleSpan rows = visibleSpan(
-      {firstVisibleRow(), frame.size.height() - rulerHeight_ - annotationHeight(), cellHeight_, rowCount()});
-  const VisibleSpan columns =
-      visibleSpan({firstVisibleColumn(), frame.size.width() - namesWidth_, cellWidth_, columnCount()});
-  frame.firstRow = rows.first;
-  frame.rows = rows.count;
-  frame.firstColumn = columns.first;
-  frame.columns = columns.count;
-  return frame;
-}
-
-void AlignmentView::paintEvent(QPaintEvent*) {
-  QPainter painter(viewport());
-  paintFrame(painter, viewportFrame());
-}
-
-void AlignmentView::paintFrame(QPainter& painter, const Frame& frame) {
-  const QRect all(QPoint(0, 0), frame.size);
-  painter.fillRect(all, palette().color(QPalette::Base));
-  if (rows_.empty() || columnCount() == 0) {
-    painter.setPen(palette().color(QPalette::PlaceholderText));
-    painter.drawText(
-        all, Qt::AlignCenter,
-        alignment_ == nullptr ? tr("Open an alignment with File \u2192 Open") : tr("The alignment is empty"));
-    return;
-  }
-  paintGrid(painter, frame);
-  if (frame.overlays) paintOverlays(painter, frame);
-  paintRuler(painter, frame);
-  paintNames(painter, frame);
-  paintAnnotations(painter, frame);
-  painter.fillRect(QRect(0, 0, namesWidth_, rulerHeight_), kRulerBackground);
-  painter.setPen(kBorder);
-  painter.drawLine(namesWidth_ - 1, 0, namesWidth_ - 1, frame.size.height());
-  painter.drawLine(0, rulerHeight_ - 1, frame.size.width(), rulerHeight_ - 1);
-  if (annotationHeight() > 0) {
-    const int top = frame.size.height() - annotationHeight();
-    painter.drawLine(0, top, frame.size.width(), top);
-  }
-}
-
-void AlignmentView::paintGrid(QPainter& painter, const Frame& frame) {
-  const int width = frame.size.width() - namesWidth_;
-  const int height = frame.size.height() - rulerHeight_ - annotationHeight();
-  if (width <= 0 || height <= 0) return;
-  // The cells are composed into one image by copying pixels, then drawn at once.
-  if (gridBuffer_.size() != QSize(width, height)) gridBuffer_ = QImage(width, height, QImage::Format_RGB32);
-  const QRgb background = palette().color(QPalette::Base).rgb();
-  gridBuffer_.fill(background);
-  std::array<QRgb, kPaletteSize> colours{};
-  for (int i = 0; i < kPaletteSize; ++i) {
-    const QColor colour = paletteColour(static_cast<unsigned char>(i));
-    colours[static_cast<std::size_t>(i)] = colour.isValid() ? colour.rgb() : kPlainResidue;
-  }
-  uchar* bits = gridBuffer_.bits();
-  const qsizetype stride = gridBuffer_.bytesPerLine();
-  const bool letters = lettersShown();
-  for (unsigned long r = 0; r < frame.rows; ++r) {
-    const std::string& text = rows_[frame.firstRow + r];
-    const std::vector<unsigned char>& rowColours = colours_[frame.firstRow + r];
-    const int y = static_cast<int>(r) * cellHeight_;
-    const int lines = std::min(cellHeight_, height - y);
-    if (!letters) {
-      // Blocks without letters: the first line of the row is coloured
-      // pixel by pixel and copied to the row's other lines.
-      auto* line = reinterpret_cast<QRgb*>(bits + y * stride);
-      for (unsigned long c = 0; c < frame.columns; ++c) {
-        const int x = static_cast<int>(c) * cellWidth_;
-        const QRgb fill = text[frame.firstColumn + c] == '-' ? background : colours[rowColours[frame.firstColumn + c]];
-        std::fill(line + x, line + std::min(x + cellWidth_, width), fill);
-      }
-      for (int extra = 1; extra < lines; ++extra) {
-        std::memcpy(bits + (y + extra) * stride, line, static_cast<std::size_t>(width) * 4);
-      }
-      continue;
-    }
-    for (unsigned long c = 0; c < frame.columns; ++c) {
-      const char code = text[frame.firstColumn + c];
-      if (code == '-') continue;
-      const int x = static_cast<int>(c) * cellWidth_;
-      const int pixels = std::min(cellWidth_, width - x);
-      const QImage& cell = tile(rowColours[frame.firstColumn + c], code);
-      for (int line = 0; line < lines; ++line) {
-        std::memcpy(bits + (y + line) * stride + x * 4, cell.constScanLine(line), static_cast<std::size_t>(pixels) * 4);
-      }
-    }
-  }
-  painter.drawImage(namesWidth_, rulerHeight_, gridBuffer_);
-}
-
-void AlignmentView::paintOverlays(QPainter& painter, const Frame& frame) {
-  painter.save();
-  const int gridBottom = frame.size.height() - annotationHeight();
-  painter.setClipRect(QRect(namesWidth_, rulerHeight_, frame.size.width() - namesWidth_, gridBottom - rulerHeight_));
-  const auto cellRect = [&](unsigned long row, unsigned long firstColumn, unsigned long lastColumn) {
-    const int x = namesWidth_ + (static_cast<int>(firstColumn) - static_cast<int>(frame.firstColumn)) * cellWidth_;
-    const int y = rulerHeight_ + (static_cast<int>(row) - static_cast<int>(frame.firstRow)) * cellHeight_;
-    return QRect(x, y, static_cast<int>(lastColumn - firstColumn + 1) * cellWidth_, cellHeight_);
-  };
-  // Find matches of the visible rows.
-  const auto firstMatch = std::lower_bound(matches_.begin(), matches_.end(), frame.firstRow,
-                                           [](const MotifMatch& m, unsigned long row) { return m.row < row; });
-  for (auto match = firstMatch; match != matches_.end() && match->row < frame.firstRow + frame.rows; ++match) {
-    if (match->lastColumn < frame.firstColumn || match->firstColumn >= frame.firstColumn + frame.columns) continue;
-    const QRect box = cellRect(match->row, match->firstColumn, match->lastColumn);
-    painter.fillRect(box, kMatchFill);
-    const bool current = currentMatch_ >= 0 && &*match == &matches_[static_cast<std::size_t>(currentMatch_)];
-    painter.setPen(QPen(current ? kCurrentMatch : kMatchBorder, current ? 2 : 1));
-    painter.drawRect(box.adjusted(0, 0, -1, -1));
-  }
-  // The selected block.
-  const RowRange rows = selectedRows();
-  const unsigned long lastColumn = frame.firstColumn + frame.columns;
-  const unsigned long lastRow = frame.firstRow + frame.rows;
-  if (rows.first < rows.second && selection_.first < lastColumn && selection_.second > frame.firstColumn &&
-      rows.first < lastRow && rows.second > frame.firstRow) {
-    const unsigned long fromRow = std::max(rows.first, frame.firstRow);
-    const unsigned long toRow = std::min(rows.second, lastRow);
-    const QRect top =
-        cellRect(fromRow, std::max(selection_.first, frame.firstColumn), std::min(selection_.second, lastColumn) - 1);
-    const QRect block(top.topLeft(), QSize(top.width(), static_cast<int>(toRow - fromRow) * cellHeight_));
-    QColor shade = kSelectionBand;
-    shade.setAlpha(60);
-    painter.fillRect(block, shade);
-    painter.setPen(kSelectionBand);
-    painter.drawRect(block.adjusted(0, 0, -1, -1));
-  }
-  painter.restore();
-}
-
-unsigned long AlignmentView::rulerStep() const {
-  // Every tenth column gets its number while the numbers fit; when zoomed
-  // out, every 50th, 100th, ...
-  const int room = QFontMetrics(font()).horizontalAdvance(QStringLiteral("000000"));
-  unsigned long step = 10;
-  for (int factor = 0; static_cast<long>(step) * cellWidth_ < room; ++factor) step *= factor % 2 == 0 ? 5 : 2;
-  return step;
-}
-
-void AlignmentView::paintRuler(QPainter& painter, const Frame& frame) {
-  painter.save();
-  const QRect band(namesWidth_, 0, frame.size.width() - namesWidth_, rulerHeight_);
-  painter.setClipRect(band);
-  painter.fillRect(band, kRulerBackground);
-  const QFontMetrics metrics(font());
-  const int tickBottom = rulerHeight_ - 1;
-  const unsigned long step = rulerStep();
-  // Numbers a little wider than their column are still drawn when the
-  // column itself is just off the left edge.
-  const unsigned long lead = std::min<unsigned long>(frame.firstColumn, 4 * step / 10);
-  const unsigned long lastColumn = frame.firstColumn + frame.columns;
-  const auto drawMarks = [&](const QColor& colour) {
-    painter.setPen(colour);
-    for (unsigned long column = frame.firstColumn - lead; column < lastColumn; ++column) {
-      const int left = namesWidth_ + (static_cast<int>(column) - static_cast<int>(frame.firstColumn)) * cellWidth_;
-      const int middle = left + cellWidth_ / 2;
-      if (rulerNumberAt(column, step)) {
-        painter.drawLine(middle, tickBottom - 5, middle, tickBottom);
-        const QString number = QString::number(column + 1);
-        const int width = metrics.horizontalAdvance(number);
-        painter.drawText(QRect(middle - width / 2 - 1, 2, width + 2, metrics.height()), Qt::AlignCenter, number);
-      } else if (step == 10 && (column + 1) % 5 == 0) {
-        painter.drawLine(middle, tickBottom - 3, middle, tickBottom);
-      }
-    }
-  };
-  drawMarks(Qt::black);
-  if (frame.overlays && selection_.first < selection_.second && selection_.first < lastColumn &&
-      selection_.second > frame.firstColumn) {
-    // The selected band is drawn over the marks, which are drawn again in
-    // white inside it, so that a number half inside stays readable.
-    const unsigned long from = std::max(selection_.first, frame.firstColumn);
-    const unsigned long to = std::min(selection_.second, lastColumn);
-    const QRect selected(namesWidth_ + static_cast<int>(from - frame.firstColumn) * cellWidth_, 0,
-                         static_cast<int>(to - from) * cellWidth_, rulerHeight_);
-    painter.setClipRect(band.intersected(selected));
-    painter.fillRect(selected, kSelectionBand);
-    drawMarks(Qt::white);
-  }
-  painter.restore();
-}
-
-void AlignmentView::paintNames(QPainter& painter, const Frame& frame) {
-  painter.save();
-  const QRect band(0, rulerHeight_, namesWidth_, frame.size.height() - rulerHeight_ - annotationHeight());
-  painter.setClipRect(band);
-  painter.fillRect(band, kNamesBackground);
-  const RowRange selected = frame.overlays && blockRows_.first < blockRows_.second ? blockRows_ : RowRange{0, 0};
-  if (namesShown_) {
-    painter.setFont(namesFont_);
-    const QFontMetrics metrics(namesFont_);
-    for (unsigned long r = 0; r < frame.rows; ++r) {
-      const unsigned long row = frame.firstRow + r;
-      const int y = rulerHeight_ + static_cast<int>(r) * cellHeight_;
-      const bool highlighted = (row >= selected.first && row < selected.second) ||
-                               (currentRow_ >= 0 && row == static_cast<unsigned long>(currentRow_));
-      if (highlighted) painter.fillRect(QRect(0, y, namesWidth_ - 1, cellHeight_), kSelectionBand);
-      painter.setPen(highlighted ? Qt::white : Qt::black);
-      const QRect cell(kNamePadding, y, namesWidth_ - 2 * kNamePadding, cellHeight_);
-      // Elided in the middle: names of one family often differ only at the end.
-      painter.drawText(cell, Qt::AlignLeft | Qt::AlignVCenter,
-                       metrics.elidedText(names_[row], Qt::ElideMiddle, cell.width()));
-    }
-  } else if (selected.first < selected.second) {
-    const int top = rulerHeight_ + (static_cast<int>(selected.first) - static_cast<int>(frame.firstRow)) * cellHeight_;
-    painter.fillRect(QRect(0, top, namesWidth_ - 1, static_cast<int>(selected.second - selected.first) * cellHeight_),
-                     kSelectionBand);
-  }
-  painter.restore();
-}
-
-void AlignmentView::paintAnnotations(QPainter& painter, const Frame& frame) {
-  const int height = annotationHeight();
-  if (height == 0) return;
-  painter.save();
-  const int top = frame.size.height() - height;
-  painter.fillRect(QRect(0, top, frame.size.width(), height), palette().color(QPalette::Base));
-  painter.fillRect(QRect(0, top, namesWidth_, height), kNamesBackground);
-  // Consensus one row high, conservation two, gaps one.
-  const int rowTop[3] = {top, top + annotationRow_, top + 3 * annotationRow_};
-  const int rowHeight[3] = {annotationRow_, 2 * annotationRow_, annotationRow_};
-  {
-    painter.setPen(Qt::black);
-    const QString labels[3] = {tr("Consensus"), tr("Conservation"), tr("Gaps")};
-    const QFontMetrics metrics(font());
-    for (int i = 0; i < 3; ++i) {
-      const QRect cell(kNamePadding, rowTop[i], namesWidth_ - 2 * kNamePadding, rowHeight[i]);
-      painter.drawText(cell, Qt::AlignLeft | Qt::AlignVCenter,
-                       metrics.elidedText(labels[i], Qt::ElideRight, cell.width()));
-    }
-  }
-  painter.setClipRect(QRect(namesWidth_, top, frame.size.width() - namesWidth_, height));
-  const double sequences = static_cast<double>(std::max<unsigned long>(1, rowCount()));
-  painter.setFont(cellFont_);
-  for (unsigned long c = 0; c < frame.columns; ++c) {
-    const ColumnStats& column = stats_[frame.firstColumn + c];
-    const int x = namesWidth_ + static_cast<int>(c) * cellWidth_;
-    if (column.consensus != '-') {
-      const QColor colour = residueClassColor(residueClass(column.consensus));
-      if (lettersShown()) {
-        painter.setPen(Qt::black);
-        painter.drawText(QRect(x, rowTop[0], cellWidth_, rowHeight[0]), Qt::AlignCenter,
-                         QString(QLatin1Char(column.consensus)));
-      } else {
-        painter.fillRect(QRect(x, rowTop[0] + 2, cellWidth_, rowHeight[0] - 4), colour);
-      }
-    }
-    const int conserved =
-        static_cast<int>((rowHeight[1] - 2) * static_cast<double>(column.consensusCount) / sequences + 0.5);
-    if (conserved > 0) {
-      painter.fillRect(QRect(x, rowTop[1] + rowHeight[1] - 1 - conserved, cellWidth_, conserved), kConservationBar);
-    }
-    const int gaps = static_cast<int>((rowHeight[2] - 2) * static_cast<double>(column.gaps) / sequences + 0.5);
-    if (gaps > 0) painter.fillRect(QRect(x, rowTop[2] + rowHeight[2] - 1 - gaps, cellWidth_, gaps), kGapBar);
-  }
-  painter.restore();
-}
-
-QSize AlignmentView::figureSize(const RowRange& rows, const KARVO::ColumnRange& columns) const {
-  const unsigned long rowSpan = rows.first < rows.second ? rows.second - rows.first : rowCount();
-  const unsigned long columnSpan = columns.first < columns.second ? columns.second - columns.first : columnCount();
-  return QSize(namesWidth_ + static_cast<int>(columnSpan) * cellWidth_,
-               rulerHeight_ + static_cast<int>(rowSpan) * cellHeight_ + annotationHeight());
-}
-
-QImage AlignmentView::figureImage(const RowRange& rows, const KARVO::ColumnRange& columns) {
-  Frame frame;
-  frame.size = figureSize(rows, columns);
-  frame.firstRow = rows.first < rows.second ? rows.first : 0;
-  frame.rows = rows.first < rows.second ? rows.second - rows.first : rowCount();
-  frame.firstColumn = columns.first < columns.second ? columns.first : 0;
-  frame.columns = columns.first < columns.second ? columns.second - columns.first : columnCount();
-  frame.overlays = false;
-  QImage image(frame.size, QImage::Format_RGB32);
-  if (image.isNull()) return image;
-  QPainter painter(&image);
-  paintFrame(painter, frame);
-  painter.end();
-  gridBuffer_ = QImage();
-  return image;
-}
-
-std::string AlignmentView::figureSvg(const RowRange& rows, const KARVO::ColumnRange& columns) const {
-  const QSize size = figureSize(rows, columns);
-  const unsigned long firstRow = rows.first < rows.second ? rows.first : 0;
-  const unsigned long rowSpan = rows.first < rows.second ? rows.second - rows.first : rowCount();
-  const unsigned long firstColumn = columns.first < columns.second ? columns.first : 0;
-  const unsigned long columnSpan = columns.first < columns.second ? columns.second - columns.first : columnCount();
-  const int textPixels = QFontInfo(font()).pixelSize();
-  const int cellPixels = QFontInfo(cellFont_).pixelSize();
-  const int namePixels = QFontInfo(namesFont_).pixelSize();
-  std::ostringstream svg;
-  svg << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-      << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << size.width() << "\" height=\"" << size.height()
-      << "\" viewBox=\"0 0 " << size.width() << ' ' << size.height() << "\" font-family=\"monospace\">\n"
-      << "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n";
-  const auto cellX = [&](unsigned long c) { return namesWidth_ + static_cast<int>(c - firstColumn) * cellWidth_; };
-  const auto rowY = [&](unsigned long r) { return rulerHeight_ + static_cast<int>(r - firstRow) * cellHeight_; };
-  // Ruler.
-  svg << "<rect x=\"0\" y=\"0\" width=\"" << size.width() << "\" height=\"" << rulerHeight_ << "\" fill=\""
-      << svgColour(kRulerBackground) << "\"/>\n<g font-size=\"" << textPixels << "\" text-anchor=\"middle\">\n";
-  const unsigned long step = rulerStep();
-  for (unsigned long c = firstColumn; c < firstColumn + columnSpan; ++c) {
-    if (!rulerNumberAt(c, step)) continue;
-    const int middle = cellX(c) + cellWidth_ / 2;
-    svg << "<text x=\"" << middle << "\" y=\"" << textPixels + 1 << "\">" << c + 1 << "</text><path d=\"M" << middle
-        << ' ' << rulerHeight_ - 6 << "v5\" stroke=\"#000000\"/>\n";
-  }
-  svg << "</g>\n";
-  // Cells: one rectangle per run of equal colour, one text element per row.
-  for (unsigned long r = firstRow; r < firstRow + rowSpan; ++r) {
-    const std::string& text = rows_[r];
-    const std::vector<unsigned char>& colours = colours_[r];
-    unsigned long c = firstColumn;
-    while (c < firstColumn + columnSpan) {
-      if (text[c] == '-') {
-        ++c;
-        continue;
-      }
-      const unsigned char colour = colours[c];
-      unsigned long end = c + 1;
-      while (end < firstColumn + columnSpan && text[end] != '-' && colours[end] == colour) ++end;
-      const QColor fill = paletteColour(colour);
-      if (fill.isValid() || !lettersShown()) {
-        svg << "<rect x=\"" << cellX(c) << "\" y=\"" << rowY(r) << "\" width=\""
-            << (end - c) * static_cast<unsigned long>(cellWidth_) << "\" height=\"" << cellHeight_ << "\" fill=\""
-            << (fill.isValid() ? svgColour(fill) : svgColour(QColor(kPlainResidue))) << "\"/>\n";
-      }
-      c = end;
-    }
-    if (lettersShown()) {
-      svg << "<g font-size=\"" << cellPixels << "\" text-anchor=\"middle\" dominant-baseline=\"central\">";
-      for (unsigned long col = firstColumn; col < firstColumn + columnSpan; ++col) {
-        if (text[col] == '-') continue;
-        svg << "<text x=\"" << cellX(col) + cellWidth_ / 2 << "\" y=\"" << rowY(r) + cellHeight_ / 2 << "\">"
-            << xmlEscaped(QString(QLatin1Char(text[col]))) << "</text>";
-      }
-      svg << "</g>\n";
-    }
-  }
-  // Names.
-  svg << "<rect x=\"0\" y=\"" << rulerHeight_ << "\" width=\"" << namesWidth_ << "\" height=\""
-      << static_cast<int>(rowSpan) * cellHeight_ << "\" fill=\"" << svgColour(kNamesBackground) << "\"/>\n";
-  if (namesShown_) {
-    const QFontMetrics metrics(namesFont_);
-    svg << "<g font-size=\"" << namePixels << "\" dominant-baseline=\"central\">\n";
-    for (unsigned long r = firstRow; r < firstRow + rowSpan; ++r) {
-      svg << "<text x=\"" << kNamePadding << "\" y=\"" << rowY(r) + cellHeight_ / 2 << "\">"
-          << xmlEscaped(metrics.elidedText(names_[r], Qt::ElideMiddle, namesWidth_ - 2 * kNamePadding)) << "</text>\n";
-    }
-    svg << "</g>\n";
-  }
-  // Annotation rows.
-  if (annotationHeight() > 0) {
-    const int top = size.height() - annotationHeight();
-    const double sequences = static_cast<double>(std::max<unsigned long>(1, rowCount()));
-    svg << "<g font-size=\"" << textPixels << "\" dominant-baseline=\"central\">\n";
-    const char* labels[3] = {"Consensus", "Conservation", "Gaps"};
-    const int middles[3] = {top + annotationRow_ / 2, top + 2 * annotationRow_,
-                            top + 3 * annotationRow_ + annotationRow_ / 2};
-    for (int i = 0; i < 3; ++i) {
-      svg << "<text x=\"" << kNamePadding << "\" y=\"" << middles[i] << "\">" << labels[i] << "</text>\n";
-    }
-    svg << "</g>\n";
-    for (unsigned long c = firstColumn; c < firstColumn + columnSpan; ++c) {
-      const ColumnStats& column = stats_[c];
-      if (column.consensus != '-') {
-        svg << "<text x=\"" << cellX(c) + cellWidth_ / 2 << "\" y=\"" << middles[0] << "\" font-size=\"" << cellPixels
-            << "\" text-anchor=\"middle\" dominant-baseline=\"central\">" << column.consensus << "</text>\n";
-      }
-      const int conserved =
-          static_cast<int>((2 * annotationRow_ - 2) * static_cast<double>(column.consensusCount) / sequences + 0.5);
-      if (conserved > 0) {
-        svg << "<rect x=\"" << cellX(c) << "\" y=\"" << top + 3 * annotationRow_ - 1 - conserved << "\" width=\""
-            << cellWidth_ << "\" height=\"" << conserved << "\" fill=\"" << svgColour(kConservationBar) << "\"/>\n";
-      }
-      const int gaps = static_cast<int>((annotationRow_ - 2) * static_cast<double>(column.gaps) / sequences + 0.5);
-      if (gaps > 0) {
-        svg << "<rect x=\"" << cellX(c) << "\" y=\"" << top + 4 * annotationRow_ - 1 - gaps << "\" width=\""
-            << cellWidth_ << "\" height=\"" << gaps << "\" fill=\"" << svgColour(kGapBar) << "\"/>\n";
-      }
-    }
-  }
-  svg << "</svg>\n";
-  return svg.str();
 }
 
 void AlignmentView::resizeEvent(QResizeEvent* event) {

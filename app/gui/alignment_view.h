@@ -1,6 +1,6 @@
 // The alignment as a scrollable grid: sequence names on the left, a column
-// ruler on top, annotation rows (consensus, conservation, gaps) at the
-// bottom, residues coloured by a chosen scheme. Only the visible cells are
+// ruler on top, annotation rows (consensus, conservation, gaps, and the last
+// consistency run's confidence) at the bottom, residues coloured by a chosen scheme. Only the visible cells are
 // painted, composed from pre-drawn cells into one image, from a text copy of
 // the rows, so that a large alignment scrolls smoothly and painting never
 // reads the alignment while a plug-in is rewriting it. The selection is a
@@ -54,6 +54,10 @@ class AlignmentView : public QAbstractScrollArea {
 
   void setColourScheme(ColourScheme scheme);
   ColourScheme colourScheme() const { return scheme_; }
+  // Per column, the confidence of the last consistency run (below 0: none);
+  // shown by the Confidence colours and an annotation row of its own.
+  void setColumnConfidence(std::vector<float> confidence);
+  bool hasConfidence() const;
   void setAnnotationsShown(bool shown);
   bool annotationsShown() const { return annotationsShown_; }
 
@@ -128,6 +132,7 @@ class AlignmentView : public QAbstractScrollArea {
     bool overlays = true;  // selection and find highlights
   };
   enum class Drag { None, Ruler, Names, Cells, Slide };
+  static constexpr int kNamePadding = 6;
 
   unsigned long columnCount() const;
   unsigned long rowCount() const { return static_cast<unsigned long>(rows_.size()); }
@@ -135,6 +140,7 @@ class AlignmentView : public QAbstractScrollArea {
   void updateMetrics();
   void updateScrollBars();
   void recomputeColours();
+  void applyConfidence();
   const QImage& tile(unsigned char colour, char code);
   Frame viewportFrame() const;
   void paintFrame(QPainter& painter, const Frame& frame);
@@ -154,6 +160,7 @@ class AlignmentView : public QAbstractScrollArea {
   std::vector<std::string> rows_;
   std::vector<QString> names_;
   std::vector<ColumnStats> stats_;
+  std::vector<float> confidence_;
   std::vector<std::vector<unsigned char>> colours_;  // palette index per cell
   ColourScheme scheme_ = ColourScheme::ResidueClass;
   bool annotationsShown_ = true;

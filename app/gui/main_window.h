@@ -1,6 +1,8 @@
-// The desktop window: an alignment view with File, Edit, View, Plugins and
-// Help menus. Plug-ins run on the open alignment with a copy kept for undo
-// and a recovery file on disk while they run.
+// The desktop window: views of one document (the alignment grid with its
+// names, ruler and annotation rows, the guide tree panel, the run log) and
+// the commands of its File, Edit, View, Plugins and Help menus, built from
+// one table. Plug-ins run on the document's alignment with a copy kept for
+// undo and a recovery file on disk while they run.
 #pragma once
 
 #include <QMainWindow>
@@ -14,6 +16,7 @@
 #include <vector>
 
 #include "app/gui/alignment_edit.h"
+#include "app/gui/document.h"
 #include "app/gui/recovery.h"
 #include "app/gui/residue_colors.h"
 #include "app/gui/tree_view.h"
@@ -70,13 +73,18 @@ class MainWindow : public QMainWindow {
   // The plug-ins of the Plugins menu, by menu name.
   QStringList pluginNames() const;
   RunOutcome runPlugin(int index);
+  // The plug-in's consistency method through its window-less entry, on the
+  // selected columns, with the settings given (no dialog) or asked for.
+  RunOutcome runConsistency(int index, const ConsistencySettings& settings);
+  RunOutcome runConsistencyWithDialog(int index);
   bool isRunning() const { return running_; }
 
   // One undo stack for manual edits and plug-in runs.
   bool canUndo() const;
   void undo();
   void redo();
-  QUndoStack* undoStack() const { return undoStack_; }
+  QUndoStack* undoStack() const { return document_->undoStack(); }
+  Document& document() const { return *document_; }
 
   // Applies a manual edit to the open alignment as one step of the undo
   // stack; false (with the reason in the status bar) when it does not fit.
@@ -115,10 +123,10 @@ class MainWindow : public QMainWindow {
   bool offerRecovery();
   bool restoreRecovery(const PendingRecovery& pending);
 
-  KARVO::Alignment* alignment() const { return alignment_.get(); }
+  KARVO::Alignment* alignment() const { return document_->alignment(); }
   AlignmentView* view() const { return view_; }
-  const QString& filePath() const { return filePath_; }
-  const QString& lastLogPath() const { return lastLogPath_; }
+  const QString& filePath() const { return document_->filePath(); }
+  QString lastLogPath() const { return QString::fromStdString(document_->runResults().logPath); }
   QStringList recentFiles() const;
   void showRunLog();
 
@@ -130,8 +138,9 @@ class MainWindow : public QMainWindow {
   // and its lines stand beside theirs. Clicking a leaf selects its row, an
   // inner node its sequences.
   void setGuideTree(KARVO::PhyloTree tree);
-  const KARVO::PhyloTree& guideTree() const { return guideTree_; }
+  const KARVO::PhyloTree& guideTree() const { return document_->guideTree(); }
   // false after a report naming the file, line and column of the problem.
+  // A file of several trees gives its first; the status bar counts the rest.
   bool openTree(const QString& path);
   void showGuideTree(bool shown = true);
   bool sortRowsByGuideTree();
@@ -145,17 +154,20 @@ class MainWindow : public QMainWindow {
   // What the tree panel follows: its dock and both scroll areas' viewports.
   std::array<QObject*, 3> treeFollowedObjects() const;
 
-  friend class EditCommand;
-  friend class RunCommand;
-
+  // When a command of the menus can be chosen.
+  enum class When { Always, Idle, Open, CanUndo, CanRedo, HasLog };
+  struct Command;
+  std::vector<Command> fileAndEditCommands();
+  std::vector<Command> viewCommands();
   void createMenus();
+  void createFindBar();
   void rebuildPluginMenu();
   void rebuildRecentMenu();
   void updateActions();
   void updateTitle();
   void updateStatus();
   void setRunning(bool running);
-  void showAlignment(std::unique_ptr<KARVO::Alignment> alignment, bool keepScroll);
+  void showAlignment(bool keepScroll);
   void rememberRecent(const QString& path);
   bool maybeSave();
   void openWithDialog();
@@ -169,38 +181,34 @@ class MainWindow : public QMainWindow {
   void openTreeWithDialog();
   void alignTreeWithRows();
   void selectTreeNode(int node);
+  void showResults();
   void report(const QString& title, const QString& text);
+  void slideByDrag(long offset, int drag);
+  // The steps every run shares: loading the plug-in, the copy for undo, the
+  // recovery file, the call, and the results into the document.
+  struct RunCall;
+  RunOutcome runWith(int index, const QString& title, const std::function<RunCall(karvo_app::LoadedPlugin&)>& prepare);
+  karvo_app::LoadedPlugin* loadPlugin(int index, const QString& name);
 
   std::vector<karvo_app::PluginInfo> plugins_;
   std::map<int, std::unique_ptr<karvo_app::LoadedPlugin>> loaded_;
 
-  std::unique_ptr<KARVO::Alignment> alignment_;
-  QUndoStack* undoStack_ = nullptr;
+  Document* document_ = nullptr;
   int nextMergeKey_ = 1;
   int slideMergeKey_ = 0;
   int lastSlideDrag_ = 0;
-  QString filePath_;
-  QString lastLogPath_;
   bool running_ = false;
   bool confirmClose_ = true;
+  ConsistencySettings consistency_;
   Reporter reporter_;
 
   AlignmentView* view_ = nullptr;
   QLabel* selectionLabel_ = nullptr;
   QLabel* sizeLabel_ = nullptr;
-  QAction* openAction_ = nullptr;
-  QAction* saveAction_ = nullptr;
-  QAction* saveAsAction_ = nullptr;
-  QAction* quitAction_ = nullptr;
-  QAction* undoAction_ = nullptr;
-  QAction* redoAction_ = nullptr;
-  QAction* exportAction_ = nullptr;
-  std::vector<QAction*> editActions_;
+  std::vector<std::pair<QAction*, When>> actions_;
   std::vector<QAction*> colourActions_;
-  QLineEdit* findText_ = nullptr;
-  QAction* runLogAction_ = nullptr;
   QAction* guideTreeAction_ = nullptr;
-  KARVO::PhyloTree guideTree_;
+  QLineEdit* findText_ = nullptr;
   QDockWidget* treeDock_ = nullptr;
   TreeView* treeView_ = nullptr;
   QMenu* recentMenu_ = nullptr;

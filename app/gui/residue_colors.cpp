@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 
+#include "app/gui/run_results.h"
+
 namespace karvo_gui {
 
 namespace {
@@ -40,7 +42,8 @@ constexpr unsigned short sets(std::initializer_list<int> indices) {
 }
 
 // Palette: 1-6 residue classes, 7-14 conservation colours, 15-17 identity
-// shades, 18-28 hydrophobicity from most hydrophilic to most hydrophobic.
+// shades, 18-28 hydrophobicity from most hydrophilic to most hydrophobic,
+// 29-38 confidence from least to most confident.
 enum : unsigned char {
   kBlue = 7,
   kRed,
@@ -56,6 +59,11 @@ enum : unsigned char {
   kHydroFirst
 };
 constexpr int kHydroSteps = 11;
+constexpr int kConfidenceFirst = kHydroFirst + kHydroSteps;
+constexpr int kConfidenceSteps = 10;
+static_assert(kConfidenceFirst + kConfidenceSteps <= kPaletteSize);
+
+int mix(int from, int to, double share) { return static_cast<int>(std::lround(from + (to - from) * share)); }
 
 unsigned char conservationColour(char code, const ColumnStats& column) {
   const auto passes = [&column](unsigned short mask) { return (column.clustalSets & mask) != 0; };
@@ -239,6 +247,10 @@ unsigned char cellColourIndex(ColourScheme scheme, char code, const ColumnStats&
       const double scaled = (hydropathy(code) + 4.5) / 9.0 * (kHydroSteps - 1);
       return static_cast<unsigned char>(kHydroFirst + std::lround(std::clamp(scaled, 0.0, kHydroSteps - 1.0)));
     }
+    case ColourScheme::Confidence: {
+      const int step = confidenceStep(column.confidence, kConfidenceSteps);
+      return step < 0 ? 0 : static_cast<unsigned char>(kConfidenceFirst + step);
+    }
     case ColourScheme::None:
       return 0;
   }
@@ -276,11 +288,13 @@ QColor paletteColour(unsigned char index) {
   if (index >= kHydroFirst && index < kHydroFirst + kHydroSteps) {
     // Blue (hydrophilic) through white to red (hydrophobic).
     const double t = static_cast<double>(index - kHydroFirst) / (kHydroSteps - 1);
-    const auto mix = [](double from, double to, double s) {
-      return static_cast<int>(std::lround(from + (to - from) * s));
-    };
     if (t < 0.5) return QColor(mix(0x60, 0xff, t * 2), mix(0x80, 0xff, t * 2), 0xff);
     return QColor(0xff, mix(0xff, 0x60, (t - 0.5) * 2), mix(0xff, 0x60, (t - 0.5) * 2));
+  }
+  if (index >= kConfidenceFirst && index < kConfidenceFirst + kConfidenceSteps) {
+    // Pale red (least confident) to green (most).
+    const double t = static_cast<double>(index - kConfidenceFirst) / (kConfidenceSteps - 1);
+    return QColor(mix(0xf6, 0x5c, t), mix(0xc4, 0xc0, t), mix(0xb8, 0x80, t));
   }
   return QColor();
 }

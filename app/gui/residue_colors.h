@@ -1,6 +1,7 @@
 // The colouring of residues: by physico-chemical class, by column
 // conservation with the usual residue groups and thresholds, by identity to
-// the column's consensus, by hydrophobicity, or none. Colours that depend on
+// the column's consensus, by hydrophobicity, by the confidence of the last
+// consistency run in the column, or none. Colours that depend on
 // the column come from statistics computed once per change of the alignment.
 #pragma once
 
@@ -30,12 +31,13 @@ struct ColumnStats {
   unsigned consensusCount = 0;     // sequences with the consensus residue
   unsigned gaps = 0;               // sequences with a gap
   unsigned short clustalSets = 0;  // bit i: residue set i of the conservation colouring passes its threshold
+  float confidence = -1.0f;        // from the last consistency run, in [0, 1]; below 0: none
 };
 
 // One entry per column of the rows (text rows of equal width, '-' gaps).
 std::vector<ColumnStats> columnStats(const std::vector<std::string>& rows);
 
-enum class ColourScheme { ResidueClass, Conservation, Identity, Hydrophobicity, None };
+enum class ColourScheme { ResidueClass, Conservation, Identity, Hydrophobicity, None, Confidence };
 
 // By the names of colourSchemeNames() (view_geometry.h), in that order.
 std::optional<ColourScheme> colourSchemeFromName(std::string_view name);
@@ -43,7 +45,7 @@ std::string colourSchemeName(ColourScheme scheme);
 
 // Cell colours are small palette indices so that painting can keep one
 // pre-drawn cell per index and letter; 0 is no colour (the background).
-inline constexpr int kPaletteSize = 32;
+inline constexpr int kPaletteSize = 40;
 unsigned char cellColourIndex(ColourScheme scheme, char code, const ColumnStats& column, unsigned long sequences);
 QColor paletteColour(unsigned char index);
 

@@ -44,7 +44,8 @@ std::string selectionText(const KARVO::ColumnRange& range) {
 }
 
 const std::vector<std::string>& colourSchemeNames() {
-  static const std::vector<std::string> names{"class", "conservation", "identity", "hydrophobicity", "none"};
+  static const std::vector<std::string> names{"class",          "conservation", "identity",
+                                              "hydrophobicity", "none",         "confidence"};
   return names;
 }
 

@@ -62,7 +62,7 @@ std::optional<KARVO::ColumnRange> spanToRange(const ColumnSpan& span, unsigned l
 std::string selectionText(const KARVO::ColumnRange& range);
 
 // The colour schemes of the window by their command-line names: "class",
-// "conservation", "identity", "hydrophobicity", "none".
+// "conservation", "identity", "hydrophobicity", "none", "confidence".
 const std::vector<std::string>& colourSchemeNames();
 
 // The menu entry of a plug-in library: "libZemtra.so.0" -> "Zemtra".

@@ -69,10 +69,26 @@ std::string collectLog(ZemtraRunReport& report) { return std::move(report.logTex
 // The pairwise tables (ns x ns, row-major floats), None when the run stopped
 // before they were made.
 
-py::object pairwiseTable(const RunDetails& details, bool identity) {
-  const std::vector<float>& values = identity ? details.identity : details.distance;
+py::object floatBytes(const std::vector<float>& values) {
   if (values.empty()) return py::none();
   return py::bytes(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(float));
+}
+
+py::object pairwiseTable(const RunDetails& details, bool identity) {
+  return floatBytes(identity ? details.identity : details.distance);
+}
+
+// The column where the re-aligned range starts once the run removed the
+// columns before it that are gaps in every row.
+unsigned long firstColumnAfterRun(const KARVO::Alignment& alignment, unsigned long first) {
+  unsigned long column = first;
+  for (unsigned long c = 0; c < first; ++c) {
+    bool allGaps = true;
+    for (unsigned long row = 0; row < alignment.sequenceCount() && allGaps; ++row)
+      allGaps = alignment.getItem(row, c) == nullptr;
+    if (allGaps) --column;
+  }
+  return column;
 }
 
 // ---------------------------------------------------------------------------
@@ -207,7 +223,7 @@ class HostAlignment {
   unsigned long sequences() const { return alignment_->sequenceCount(); }
 
   py::dict realign(unsigned long first, unsigned long stop, int matNo, int gap, int prealigned, bool wantTree,
-                   const py::object& progress) {
+                   const py::object& progress, const std::string& method, int consistencyRounds, int refine) {
     if (used_) throw std::logic_error("this alignment was already re-aligned");
     used_ = true;
     if (first >= stop || stop > columns()) throw py::value_error("range outside the alignment");
@@ -217,6 +233,14 @@ class HostAlignment {
     parameters.matNo = matNo;
     parameters.gap = gap;
     parameters.prealigned = prealigned;
+    if (method == "consistency") {
+      parameters.method = ZemtraMethod::Consistency;
+      if (consistencyRounds >= 0) parameters.consistencyRounds = consistencyRounds;
+      if (refine >= 0) parameters.refineIterations = refine;
+    } else if (method != "progressive") {
+      throw py::value_error("unknown method " + method);
+    }
+    const unsigned long firstColumn = firstColumnAfterRun(*alignment_, first);
     ZemtraRunReport report;
     // The tree comes from the host's tree module, with the join distances;
     // the plug-in's own drawable tree is not needed.
@@ -257,6 +281,9 @@ class HostAlignment {
     out["newick"] = joined ? py::object(py::str(runNewick(report))) : py::object(py::none());
     out["identity"] = pairwiseTable(report.run, true);
     out["distance"] = pairwiseTable(report.run, false);
+    out["confidence"] = floatBytes(report.columnConfidence);
+    out["first_column"] = firstColumn;
+    out["columns"] = alignment_->columnCount();
     return out;
   }
 
@@ -333,7 +360,8 @@ PYBIND11_MODULE(_zemtra, module) {
       .def_property_readonly("columns", &HostAlignment::columns)
       .def_property_readonly("sequences", &HostAlignment::sequences)
       .def("realign", &HostAlignment::realign, py::arg("first"), py::arg("stop"), py::arg("matrix"), py::arg("gap"),
-           py::arg("prealigned"), py::arg("tree"), py::arg("progress"));
+           py::arg("prealigned"), py::arg("tree"), py::arg("progress"), py::arg("method") = "progressive",
+           py::arg("consistency_rounds") = -1, py::arg("refine") = -1);
 
   module.def("find_matrix", &findMatrix, py::arg("name_or_number"));
   module.def("unknown_matrix_message", &ScoMat::unknownMatrixMessage, py::arg("given"));

@@ -1,9 +1,13 @@
 """Re-align a column range of a protein multiple alignment in-process.
 
 The zemtra engine re-aligns the residues of the chosen columns of every
-sequence (guide tree by average linkage over pairwise alignments, then
-progressive profile alignment) and puts the result back in place; columns
-outside the range keep their residues exactly where they were.
+sequence and puts the result back in place; columns outside the range keep
+their residues exactly where they were. Two methods: ``"progressive"`` (guide
+tree by average linkage over pairwise alignments, then progressive profile
+alignment) and ``"consistency"`` (pair-HMM posteriors made consistent over
+third sequences, a guide tree from their expected accuracies, progressive
+alignment that maximises the summed posteriors, then refinement), which also
+rates every column it aligns (``Result.column_confidence``).
 
     >>> import zemtra
     >>> result = zemtra.realign([("a", "MKV"), ("b", "MKIV")])
@@ -98,25 +102,37 @@ class Result:
         run was cancelled.
     identity, distance
         Square tables over ``names``: percent identity of the pairwise
-        alignments and the distance the guide tree is built from. NumPy
+        alignments and the distance the guide tree is built from. For the
+        consistency method, identity is counted in the re-aligned range (the
+        columns where both have a residue) and distance is the guide tree's
+        distance at which the two sequences were joined (1 - expected
+        accuracy of the two groups). NumPy
         arrays when NumPy is installed, else lists of lists; None when the
         run was cancelled. Made when first read.
+    column_confidence
+        Consistency runs: one value per column of ``alignment``, from 0 to 1
+        in the re-aligned columns (how reliable the run rates each of them)
+        and NaN outside the range. A NumPy array when NumPy is installed,
+        else a list. None for progressive and cancelled runs.
     outcome
         ``Outcome.COMPLETED`` or ``Outcome.CANCELLED``.
     run_seconds
         Wall time of the engine's run itself.
     """
 
-    __slots__ = ("alignment", "names", "log", "newick", "outcome", "run_seconds", "_tables", "_make_tables")
+    __slots__ = ("alignment", "names", "log", "newick", "outcome", "run_seconds", "column_confidence", "_tables",
+                 "_make_tables")
 
     def __init__(self, alignment: Any, names: List[str], log: str, newick: Optional[str], outcome: Outcome,
-                 run_seconds: float, make_tables: Optional[Callable[[], Tuple[Any, Any]]]) -> None:
+                 run_seconds: float, make_tables: Optional[Callable[[], Tuple[Any, Any]]],
+                 column_confidence: Any = None) -> None:
         self.alignment = alignment
         self.names = names
         self.log = log
         self.newick = newick
         self.outcome = outcome
         self.run_seconds = run_seconds
+        self.column_confidence = column_confidence
         self._tables: Optional[Tuple[Any, Any]] = None
         self._make_tables = make_tables
 
@@ -157,6 +173,9 @@ def realign(
     log: str | os.PathLike[str] | None = None,
     tree: bool = True,
     progress: Progress | None = None,
+    method: str = "progressive",
+    consistency_rounds: int | None = None,
+    refine: int | None = None,
 ) -> Result:
     """Re-align a column range of a protein multiple alignment.
 
@@ -192,7 +211,17 @@ def realign(
         progress points. Returning ``False`` cancels the run at its next row
         start (the result then has ``outcome`` CANCELLED and the input
         rows); raising an exception cancels it and the exception propagates
-        once the run has stopped.
+        once the run has stopped. The consistency method reports its own
+        steps and reads a cancel at each of them.
+    method
+        ``"progressive"`` (the default; ``matrix`` and ``gap`` are its
+        parameters) or ``"consistency"``.
+    consistency_rounds
+        Consistency method only: rounds of the consistency transformation,
+        0 or more (default 2).
+    refine
+        Consistency method only: refinement attempts, 0 for none (default
+        100).
 
     The run itself does not hold the interpreter lock: other threads keep
     running, and two threads may re-align two alignments at once. Ctrl-C
@@ -220,9 +249,10 @@ def realign(
         raise TypeError(f"tree must be True or False, not {type(tree).__name__}")
     if progress is not None and not callable(progress):
         raise TypeError(f"progress must be callable, not {type(progress).__name__}")
+    rounds, refine_attempts = _method_settings(method, consistency_rounds, refine)
     log_path = _log_path(log)
 
-    raw = host.realign(first, stop, matrix_number, gap, prealigned, tree, progress)
+    raw = host.realign(first, stop, matrix_number, gap, prealigned, tree, progress, method, rounds, refine_attempts)
     if "exit" in raw:
         raise EngineExit(*raw["exit"])
     _check_exchange(raw, first, stop, prealigned)
@@ -241,7 +271,8 @@ def realign(
                       raw["seconds"], None)
     newick = raw["newick"]
     return Result(_output(kind, alignment, names, raw["rows"], records), run_names, log_text, newick,
-                  Outcome.COMPLETED, raw["seconds"], _table_maker(raw, log_text, len(run_names)))
+                  Outcome.COMPLETED, raw["seconds"], _table_maker(raw, log_text, len(run_names)),
+                  _column_confidence(raw))
 
 
 # --- arguments ---------------------------------------------------------------
@@ -345,6 +376,26 @@ def _matrix_number(matrix: Any) -> int:
     return number
 
 
+def _method_settings(method: Any, rounds: Any, refine: Any) -> Tuple[int, int]:
+    """The consistency settings as the engine takes them, -1 for not given."""
+    if not isinstance(method, str):
+        raise TypeError(f"method must be a str, not {type(method).__name__}")
+    if method not in ("progressive", "consistency"):
+        raise ValueError(f"method must be 'progressive' or 'consistency', not {method!r}")
+    values = []
+    for name, value in (("consistency_rounds", rounds), ("refine", refine)):
+        if value is None:
+            values.append(-1)
+            continue
+        if method != "consistency":
+            raise ValueError(f"{name} belongs to the consistency method; pass method='consistency' or leave {name} out")
+        _check_int(name, value)
+        if value < 0:
+            raise ValueError(f"{name} must be 0 or more, not {value}")
+        values.append(value)
+    return values[0], values[1]
+
+
 def _log_path(log: Any) -> Optional[str]:
     if log is None:
         return None
@@ -406,6 +457,18 @@ def _square(flat: List[float], n: int) -> Any:
     if _numpy is not None:
         return _numpy.array(flat, dtype=float).reshape(n, n)
     return [list(flat[i * n : (i + 1) * n]) for i in range(n)]
+
+
+def _column_confidence(raw: Mapping[str, Any]) -> Any:
+    """Per column of the result: the confidence inside the range, NaN outside."""
+    if raw.get("confidence") is None:
+        return None
+    values = struct.unpack(f"{len(raw['confidence']) // 4}f", raw["confidence"])
+    full = [float("nan")] * raw["columns"]
+    full[raw["first_column"] : raw["first_column"] + len(values)] = values
+    if _numpy is not None:
+        return _numpy.array(full, dtype=float)
+    return full
 
 
 def _table_maker(raw: Mapping[str, Any], log: str, n: int) -> Callable[[], Tuple[Any, Any]]:

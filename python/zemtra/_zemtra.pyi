@@ -19,6 +19,9 @@ class HostAlignment:
         prealigned: int,
         tree: bool,
         progress: Optional[Callable[[int, int], Optional[bool]]],
+        method: str = "progressive",
+        consistency_rounds: int = -1,
+        refine: int = -1,
     ) -> Dict[str, Any]: ...
 
 def find_matrix(name_or_number: str) -> Optional[int]: ...

@@ -141,6 +141,37 @@ TEST_F(AlignRun, SecondRunReplacesTheDefaultLogWithoutAsking) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(personal()), {}), 1);
 }
 
+using Consistency = KarvoCli;
+
+// The Stockholm file carries the confidences as a #=GC line; the TSV gives
+// one per re-aligned column, numbered in the written alignment.
+TEST_F(Consistency, GlobinsGiveTheGoldenFileOnOneThreadAndOnTwo) {
+  const std::string globins = std::string(ZEMTRA_SOURCE_DIR) + "/examples/globins.fa";
+  std::string tsv;
+  for (const char* threads : {"1", "2"}) {
+    KarvoLaunch launch;
+    launch.environment.emplace("ZEMTRA_THREADS", threads);
+    const ProcessResult result = karvo({"align", globins, "--method", "consistency", "--refine", "20", "-q", "--force",
+                                        "-o", dir / "out.sto", "--confidence", dir / "conf.tsv"},
+                                       launch);
+    ASSERT_EQ(result.status, 0) << result.err;
+    ztest::expectGolden("app/globins_consistency.sto", readFile(dir / "out.sto"));
+    if (tsv.empty()) tsv = readFile(dir / "conf.tsv");
+    EXPECT_EQ(readFile(dir / "conf.tsv"), tsv) << threads;
+  }
+  EXPECT_TRUE(tsv.starts_with("column\tconfidence\n1\t"));
+}
+
+TEST_F(Consistency, ItsSettingsAreRefusedWithTheProgressiveMethod) {
+  for (const char* option : {"--refine", "--consistency-rounds"}) {
+    const ProcessResult result = karvo({"align", input(), option, "3"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "karvo: " + std::string(option) +
+                              " belongs to the consistency method; add --method consistency or leave " + option +
+                              " out\n");
+  }
+}
+
 using Progress = KarvoCli;
 
 // Without a terminal the catalogue's summaries show no bar.

@@ -12,14 +12,12 @@
 #include <vector>
 
 #include "app/gui/main_window.h"
+#include "ended_process.h"
 #include "host/alignment.h"
 
 namespace karvo_gui::testing {
 
 std::string examplePath(const char* name);
-
-// Far above any process id the kernel hands out, so never running.
-constexpr long kEndedProcess = 2'000'000'000L;
 
 // A plug-in folder with only the real plug-in, and one with only the test's
 // failing plug-in.

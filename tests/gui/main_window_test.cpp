@@ -14,8 +14,8 @@
 
 #include "app/gui/alignment_view.h"
 #include "app/gui/modal_auto_answer.h"
-#include "gui_fixture.h"
 #include "formats/alignment_io.h"
+#include "gui_fixture.h"
 
 namespace karvo_gui {
 namespace {
@@ -143,6 +143,18 @@ TEST_F(RecoveryAtStartTest, RecoveryIsOpenedWhenAcceptedAndDiscardedWhenDeclined
   });
   makeWindow().offerRecovery();
   EXPECT_FALSE(asked);
+}
+
+TEST(RecentFiles, PutsTheNewestFirstOnceAndKeepsEight) {
+  QStringList list;
+  for (int i = 0; i < 10; ++i) list = addRecentFile(list, QStringLiteral("/f%1").arg(i));
+  ASSERT_EQ(list.size(), kMaxRecentFiles);
+  EXPECT_EQ(list.front(), QStringLiteral("/f9"));
+  EXPECT_EQ(list.back(), QStringLiteral("/f2"));
+  list = addRecentFile(list, QStringLiteral("/f5"));
+  EXPECT_EQ(list.size(), kMaxRecentFiles);
+  EXPECT_EQ(list.front(), QStringLiteral("/f5"));
+  EXPECT_EQ(list.count(QStringLiteral("/f5")), 1);
 }
 
 }  // namespace

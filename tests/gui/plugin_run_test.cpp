@@ -5,17 +5,20 @@
 
 #include <QAction>
 #include <QDialog>
+#include <QDir>
 #include <QFile>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPlainTextEdit>
+#include <QSpinBox>
 #include <QTest>
 #include <filesystem>
 
 #include "app/gui/alignment_view.h"
 #include "app/gui/modal_auto_answer.h"
-#include "gui_fixture.h"
 #include "formats/alignment_io.h"
+#include "golden.h"
+#include "gui_fixture.h"
 
 namespace karvo_gui {
 namespace {
@@ -150,6 +153,65 @@ TEST_F(ZemtraRunTest, CancellingOrNoSelectionChangesNothing) {
   }
 }
 
+// The consistency entry: the window's dialog sets the rounds and the
+// refinement, the run rewrites the selected columns as one undo step, its log
+// text shows in the Run Log view, and the Confidence colours and annotation
+// row follow the run through undo and redo.
+TEST_F(ZemtraRunTest, TheConsistencyEntryIsOneUndoStepWithItsLogAndConfidence) {
+  ASSERT_NE(action(window(), "consistencyAction_Zemtra"), nullptr);
+  ASSERT_TRUE(window().selectColumns({1, 40}));
+  const Snapshot before = snapshotOf(*window().alignment());
+  AlignmentView& view = *window().view();
+  const int plainRows = view.annotationHeight();
+  ModalAutoAnswer answer([](QWidget& modal) {
+    auto* refine = modal.findChild<QSpinBox*>(QStringLiteral("refineIterations"));
+    EXPECT_EQ(refine->value(), 100);
+    EXPECT_EQ(refine->maximum(), 1000);
+    refine->setValue(20);
+    modal.findChild<QSpinBox*>(QStringLiteral("consistencyRounds"))->setValue(1);
+    QDir().mkpath(QStringLiteral(SCREENSHOT_DIR));
+    modal.grab().save(QStringLiteral(SCREENSHOT_DIR "/consistency_dialog.png"), "PNG");
+    acceptAsShown(modal);
+  });
+  ASSERT_EQ(window().runConsistencyWithDialog(zemtra), MainWindow::RunOutcome::Changed);
+  const Snapshot after = snapshotOf(*window().alignment());
+  std::string rows;
+  for (std::size_t r = 0; r < after.rows.size(); ++r) rows += after.names[r] + '\t' + after.rows[r] + '\n';
+  ztest::expectGolden("gui/consistency_globins.txt", rows);
+  EXPECT_TRUE(view.hasConfidence());
+  EXPECT_GT(view.annotationHeight(), plainRows);
+  const std::string figure = view.figureSvg({}, {0, 40});  // the exported figure has the row too
+  EXPECT_NE(figure.find(">Confidence<"), std::string::npos);
+  EXPECT_NE(figure.find("fill=\"#2e9960\""), std::string::npos);
+
+  window().setColourScheme(ColourScheme::Confidence);
+  view.setSelection({});
+  QCoreApplication::processEvents();
+  ASSERT_TRUE(window().grab().save(QStringLiteral(SCREENSHOT_DIR "/colour_confidence.png"), "PNG"));
+  const QImage cells = view.viewport()->grab().toImage();
+  const QPoint corner(view.cellWidth() / 2 - 1, view.cellHeight() / 2 - 1);
+  const QColor background = view.palette().color(QPalette::Base);
+  const unsigned long inside = after.rows[0].find_first_not_of('-');  // the first residue, re-aligned
+  EXPECT_NE(cells.pixelColor(view.pointOfCell(0, inside) - corner), background);
+  const unsigned long outside = after.rows[0].find_last_not_of('-');  // far right of the range
+  view.scrollToCell(0, outside);
+  QCoreApplication::processEvents();
+  EXPECT_EQ(view.viewport()->grab().toImage().pixelColor(view.pointOfCell(0, outside) - corner), background);
+
+  action(window(), "runLogAction")->trigger();
+  EXPECT_TRUE(window()
+                  .findChild<QPlainTextEdit*>(QStringLiteral("runLogText"))
+                  ->toPlainText()
+                  .contains(QStringLiteral("consistency rounds    1")));
+  window().undo();
+  EXPECT_EQ(snapshotOf(*window().alignment()), before);
+  EXPECT_FALSE(view.hasConfidence());
+  EXPECT_EQ(view.annotationHeight(), plainRows);
+  window().redo();
+  EXPECT_EQ(rowsOf(*window().alignment()), after.rows);
+  EXPECT_TRUE(view.hasConfidence());
+}
+
 // The test plug-in, loaded a second time to reach its switches; both loads
 // share one copy of the library.
 class FaultyRunTest : public WindowTest {
@@ -163,6 +225,7 @@ class FaultyRunTest : public WindowTest {
     ASSERT_TRUE(setFailure && setProbe);
     MainWindow& window = windowWith("globins.fa", {testing::faultyPluginDir()});
     ASSERT_EQ(window.pluginNames(), QStringList{QStringLiteral("faulty")});
+    EXPECT_EQ(window.findChild<QAction*>(QStringLiteral("consistencyAction_faulty")), nullptr);
     window.selectColumns({1, 100});
   }
 

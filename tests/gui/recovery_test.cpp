@@ -5,12 +5,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <QTemporaryDir>
 #include <chrono>
 #include <filesystem>
 
-#include "gui_fixture.h"
+#include "ended_process.h"
 #include "host/alignment.h"
+#include "tests/support/scratch_dir.h"
 
 namespace karvo_gui {
 namespace {
@@ -26,8 +26,8 @@ std::unique_ptr<KARVO::Alignment> smallAlignment() {
 // the oldest is offered first, a copy without its marker too; removing leaves
 // nothing behind, and may be repeated.
 TEST(Recovery, EndedProcessesCopiesAreOfferedOldestFirstUntilRemoved) {
-  QTemporaryDir tmp;
-  const std::string dir = tmp.path().toStdString();
+  const ztest::ScratchDir tmp;
+  const std::string& dir = tmp.path();
   writeRecovery(recoveryFilesFor(dir, "/data/mine.fa"), *smallAlignment(), {"/data/mine.fa", getpid()});
   EXPECT_TRUE(findRecoveries(dir).empty());
   const RecoveryFiles older = recoveryFilesFor(dir, "/a/older.fa");

@@ -1,9 +1,12 @@
-// Visible cells, ruler drags, command-line spans and the window's texts.
+// Visible cells, ruler drags, command-line spans and the window's texts, and
+// what a consistency run leaves per column.
 #include "app/gui/view_geometry.h"
 
 #include <gtest/gtest.h>
 
-#include "app/gui/main_window.h"
+#include <cmath>
+
+#include "app/gui/run_results.h"
 
 namespace karvo_gui {
 namespace {
@@ -41,16 +44,21 @@ TEST(WindowTexts, SelectionOneBasedWithAnEnDashAndPluginsAfterTheirLibrary) {
   EXPECT_EQ(pluginDisplayName("faulty.so.2.1"), "faulty");
 }
 
-TEST(RecentFiles, PutsTheNewestFirstOnceAndKeepsEight) {
-  QStringList list;
-  for (int i = 0; i < 10; ++i) list = addRecentFile(list, QStringLiteral("/f%1").arg(i));
-  ASSERT_EQ(list.size(), kMaxRecentFiles);
-  EXPECT_EQ(list.front(), QStringLiteral("/f9"));
-  EXPECT_EQ(list.back(), QStringLiteral("/f2"));
-  list = addRecentFile(list, QStringLiteral("/f5"));
-  EXPECT_EQ(list.size(), kMaxRecentFiles);
-  EXPECT_EQ(list.front(), QStringLiteral("/f5"));
-  EXPECT_EQ(list.count(QStringLiteral("/f5")), 1);
+// A run's confidence lands on the columns of its range, clamped to [0, 1],
+// with none outside the range, for values that are not numbers, or past the
+// alignment's end; shades split [0, 1] evenly; settings stay in their ranges.
+TEST(RunResults, ConfidenceLandsOnTheRunsColumnsAndSettingsStayInRange) {
+  EXPECT_EQ(confidenceByColumn({0.5f, 1.5f, -0.25f, std::nanf(""), 0.75f}, 2, 6),
+            (std::vector<float>{-1.0f, -1.0f, 0.5f, 1.0f, 0.0f, -1.0f}));
+  for (const auto& [confidence, step] : {std::pair{-1.0f, -1}, std::pair{std::nanf(""), -1}, std::pair{0.0f, 0},
+                                         std::pair{0.5f, 5}, std::pair{0.999f, 9}, std::pair{1.0f, 9}})
+    EXPECT_EQ(confidenceStep(confidence, 10), step) << confidence;
+  const ZemtraParameters clamped = consistencyParameters({9, -3});
+  EXPECT_EQ(clamped.method, ZemtraMethod::Consistency);
+  EXPECT_EQ(clamped.consistencyRounds, kMaxConsistencyRounds);
+  EXPECT_EQ(clamped.refineIterations, 0);
+  EXPECT_FALSE(clamped.writeLogFile);
+  EXPECT_EQ(consistencyParameters({}).refineIterations, 100);
 }
 
 }  // namespace
