@@ -37,7 +37,7 @@ void addMethodOptions(CLI::App& command, AlignOptions& options) {
   command
       .add_option("--confidence", options.confidence,
                   "Consistency method: write each re-aligned column's confidence (0 to 1) as TSV: column number "
-                  "in the written alignment, value")
+                  "in the written alignment, value (a Stockholm output carries them as a #=GC PP_cons line)")
       ->type_name("FILE");
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <random>
 #include <stdexcept>
 #include <thread>
@@ -115,12 +116,43 @@ PairList freePairs(const Input& in, unsigned fixed) {
   return list;
 }
 
-// Every sequence with residues except x and y serves as a third sequence.
-std::vector<std::uint32_t> thirdSequences(const Input& in, std::uint32_t x, std::uint32_t y) {
-  std::vector<std::uint32_t> z;
-  for (std::uint32_t k = 0; k < in.codes.size(); ++k) {
-    if (k != x && k != y && !in.codes[k].empty()) z.push_back(k);
+// The third sequences of every pair: all rows with residues, or with a
+// limit the nearest rows of x and of y. near[x] lists x's nearest rows,
+// ascending; empty when every row serves.
+std::vector<std::vector<std::uint32_t>> nearestRows(const Input& in, const PosteriorSet& post, unsigned limit) {
+  const auto n = static_cast<std::uint32_t>(in.codes.size());
+  const auto rows = static_cast<std::size_t>(
+      std::count_if(in.codes.begin(), in.codes.end(), [](const auto& c) { return !c.empty(); }));
+  std::vector<std::vector<std::uint32_t>> near(n);
+  if (limit == 0 || rows <= std::size_t{limit} + 2) return near;
+  const std::size_t keep = std::max(1u, limit / 2);
+  std::vector<std::pair<double, std::uint32_t>> ranked;
+  for (std::uint32_t x = 0; x < n; ++x) {
+    if (in.codes[x].empty()) continue;
+    ranked.clear();
+    for (std::uint32_t z = 0; z < n; ++z) {
+      if (z == x || in.codes[z].empty()) continue;
+      const double shorter = static_cast<double>(std::min(in.codes[x].size(), in.codes[z].size()));
+      ranked.emplace_back(-post.get(x, z).sum() / shorter, z);
+    }
+    std::partial_sort(ranked.begin(), ranked.begin() + static_cast<std::ptrdiff_t>(keep), ranked.end());
+    for (std::size_t k = 0; k < keep; ++k) near[x].push_back(ranked[k].second);
+    std::sort(near[x].begin(), near[x].end());
   }
+  return near;
+}
+
+std::vector<std::uint32_t> thirdSequences(const Input& in, const std::vector<std::vector<std::uint32_t>>& near,
+                                          std::uint32_t x, std::uint32_t y) {
+  std::vector<std::uint32_t> z;
+  if (near[x].empty()) {
+    for (std::uint32_t k = 0; k < in.codes.size(); ++k) {
+      if (k != x && k != y && !in.codes[k].empty()) z.push_back(k);
+    }
+    return z;
+  }
+  std::set_union(near[x].begin(), near[x].end(), near[y].begin(), near[y].end(), std::back_inserter(z));
+  z.erase(std::remove_if(z.begin(), z.end(), [&](std::uint32_t k) { return k == x || k == y; }), z.end());
   return z;
 }
 
@@ -198,11 +230,12 @@ bool computePosteriors(RunContext& ctx, const PairList& list, PosteriorSet& post
 
 bool transformRound(RunContext& ctx, const PairList& list, PosteriorSet& post) {
   std::vector<SparsePosterior> next(list.pairs.size());
+  const auto near = nearestRows(ctx.in, post, ctx.options.thirdSequences);
   std::vector<std::vector<float>> dense(std::max(1u, ctx.options.threads));
   const bool ok = parallelFor(list.pairs.size(), ctx.options.threads, ctx.progress, ctx.done, ctx.total,
                               [&](std::size_t k, unsigned w) {
                                 const auto [x, y] = list.pairs[k];
-                                next[k] = transformPair(post, x, y, thirdSequences(ctx.in, x, y), dense[w]);
+                                next[k] = transformPair(post, x, y, thirdSequences(ctx.in, near, x, y), dense[w]);
                               });
   if (!ok) return false;
   for (std::size_t k = 0; k < list.pairs.size(); ++k)

@@ -70,6 +70,7 @@ SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_
     }
     out.rowStart[i + 1] = static_cast<std::uint32_t>(out.entries.size());
   }
+  out.entries.shrink_to_fit();
   return out;
 }
 

@@ -68,6 +68,14 @@ TEST(ConsistencyAlign, SameBytesForOneAndTwoThreadsAndRefinementNeverLosesObject
   EXPECT_EQ(a.tree.back().right, 7);  // the empty row joins last, at distance 1
   EXPECT_EQ(a.tree.back().distance, 1.0f);
   EXPECT_EQ(a.rows[7], std::string(a.rows[0].size(), '-'));
+  zc::Options few = one;  // seven rows with residues: each pair goes through the two nearest of each side
+  few.thirdSequences = 4;
+  zc::Options fewTwo = few;
+  fewTwo.threads = 2;
+  const zc::Result c = zc::align(kFamily, 0, few);
+  expectWellFormed(c, kFamily);
+  EXPECT_EQ(c.rows, zc::align(kFamily, 0, fewTwo).rows);
+  EXPECT_NE(c.objective, a.objective);
   zc::Options plain = one;
   plain.refineIterations = 0;
   EXPECT_GE(a.objective, zc::align(kFamily, 0, plain).objective);
