@@ -24,8 +24,8 @@ struct Avx512Ops16 {
   static Vec add(Vec a, Vec b) { return _mm512_add_epi16(a, b); }
   static Vec sub(Vec a, Vec b) { return _mm512_sub_epi16(a, b); }
   static Vec max(Vec a, Vec b) { return _mm512_max_epi16(a, b); }
-  static void storeCodes(std::uint8_t* out, Vec dUp, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
-    const __mmask32 notDiag = _mm512_cmpgt_epi16_mask(vGap, dUp) | _mm512_cmpgt_epi16_mask(hGap, dUp);
+  static void storeCodes(std::uint8_t* out, Vec dUp, Vec gapBest, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
+    const __mmask32 notDiag = _mm512_cmpgt_epi16_mask(gapBest, dUp);
     const __mmask32 hOverV = _mm512_cmpgt_epi16_mask(hGap, vGap);
     Vec bits =
         _mm512_maskz_mov_epi16(notDiag, _mm512_mask_blend_epi16(hOverV, _mm512_set1_epi16(1), _mm512_set1_epi16(2)));
@@ -46,8 +46,8 @@ struct Avx512Ops32 {
   static Vec add(Vec a, Vec b) { return _mm512_add_epi32(a, b); }
   static Vec sub(Vec a, Vec b) { return _mm512_sub_epi32(a, b); }
   static Vec max(Vec a, Vec b) { return _mm512_max_epi32(a, b); }
-  static void storeCodes(std::uint8_t* out, Vec dUp, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
-    const __mmask16 notDiag = _mm512_cmpgt_epi32_mask(vGap, dUp) | _mm512_cmpgt_epi32_mask(hGap, dUp);
+  static void storeCodes(std::uint8_t* out, Vec dUp, Vec gapBest, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
+    const __mmask16 notDiag = _mm512_cmpgt_epi32_mask(gapBest, dUp);
     const __mmask16 hOverV = _mm512_cmpgt_epi32_mask(hGap, vGap);
     Vec bits =
         _mm512_maskz_mov_epi32(notDiag, _mm512_mask_blend_epi32(hOverV, _mm512_set1_epi32(1), _mm512_set1_epi32(2)));
