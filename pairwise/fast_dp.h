@@ -33,7 +33,7 @@ enum class LaneWidth { kAuto, kWide };
 // Pairs aligned together by one kernel call for that level and lane width.
 unsigned batchLanes(SimdLevel level, LaneWidth width);
 
-// The traceback of a batch takes one byte per cell and lane. Bytes a batch
+// The traceback of a batch takes half a byte per cell and lane. Bytes a batch
 // may take; rows of long sequences go through narrower lanes to keep within
 // it.
 inline constexpr unsigned long long kBatchTraceBudget = 64ull << 20;
