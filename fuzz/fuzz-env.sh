@@ -16,8 +16,8 @@ zemtra_fuzz_target_flags() {
   case "$1" in
     fuzz_read_*) echo "-max_len=4096" ;;
     fuzz_exchange) echo "-max_len=1024" ;;
-    fuzz_run) echo "-max_len=512" ;;
-    fuzz_kernels) echo "-max_len=2048" ;;
+    fuzz_run) echo "-max_len=512 -len_control=0" ;;
+    fuzz_kernels) echo "-max_len=2048 -timeout=120" ;;
   esac
 }
 

@@ -37,7 +37,7 @@ namespace {
 
 constexpr unsigned long kMaxRows = 12;
 constexpr unsigned long kMaxLength = 3000;
-constexpr unsigned long long kCellBudget = 4'000'000;
+constexpr unsigned long long kCellBudget = 2'000'000;
 
 using Path = KARVO::Matrix<long>;
 
