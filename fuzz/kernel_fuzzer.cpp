@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -118,7 +119,11 @@ struct PairSeen {
   int score = 0;
   int alen = 0;
   std::vector<long> path;  // both rows of the path after the pair
-  bool operator==(const PairSeen&) const = default;
+  // Exit messages by their text: each routine has its own copy.
+  bool operator==(const PairSeen& o) const {
+    return (exit == nullptr ? o.exit == nullptr : o.exit != nullptr && std::strcmp(exit, o.exit) == 0) &&
+           score == o.score && alen == o.alen && path == o.path;
+  }
 };
 
 std::vector<long> pathCells(const Path& path) {
