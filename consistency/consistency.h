@@ -16,10 +16,15 @@
 namespace zemtra::consistency {
 
 struct Options {
-  int consistencyRounds = 2;  // rounds of the consistency transformation (0 or more)
+  int consistencyRounds = 2;   // rounds of the consistency transformation (0 or more)
   int refineIterations = 100;  // refinement attempts (0: none)
   unsigned threads = 1;        // worker threads of the all-pairs steps (at least 1); bytes never depend on it
   std::uint64_t seed = 0;      // the refinement's random splits follow it; fixed for reproducible runs
+  // Third sequences per pair in the consistency transformation: when more
+  // rows have residues than this plus two, a pair (x, y) goes through the
+  // union of the thirdSequences / 2 rows nearest to x and those nearest to y
+  // (by expected aligned residue pairs per residue); 0: always every row.
+  unsigned thirdSequences = 50;
 };
 
 // One step of the guide tree: clusters left and right (leaves 0..n-1 are the
@@ -47,14 +52,17 @@ struct Result {
   // their order (letters kept as given).
   std::vector<std::string> rows;
   // Per output column, in [0, 1]: how reliable the column is, from the
-  // posteriors of the residue pairs it aligns.
+  // posteriors of the residue pairs it aligns. For a column holding k >= 2
+  // residues: the sum over its k (k - 1) / 2 residue pairs (x_i, y_j) of the
+  // transformed posterior P'_xy(i, j), divided by k (k - 1) / 2; 0 for a
+  // column with fewer than two residues.
   std::vector<float> columnConfidence;
-  std::vector<TreeJoin> tree;      // n - 1 joins (the prealigned block's own joins at distance 0 first)
-  double objective = 0;            // summed transformed posterior of aligned residue pairs, after refinement
+  std::vector<TreeJoin> tree;  // n - 1 joins (the prealigned block's own joins at distance 0 first)
+  double objective = 0;        // summed transformed posterior of aligned residue pairs, after refinement
   int refinementTried = 0;
-  int refinementKept = 0;          // attempts that improved the objective and were kept
+  int refinementKept = 0;  // attempts that improved the objective and were kept
   Timings timings;
-  bool cancelled = false;          // stopped on request; rows are then empty
+  bool cancelled = false;  // stopped on request; rows are then empty
 };
 
 // Progress: called on the calling thread with (done, total) steps; a true

@@ -1,0 +1,111 @@
+// The whole method on a small family: same bytes for any thread count,
+// refinement that never lowers the objective, a prealigned block kept.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "consistency/consistency.h"
+#include "consistency/groups.h"
+
+namespace zc = zemtra::consistency;
+
+namespace {
+
+const std::vector<std::string> kFamily = {
+    "MKTAYIAKQRQISFVKSHFSRQLEERLGLIEVQAPILSRVGDGTQDNLSGAEKAVQVKVKALPDAQFEVVHSLAKWKRQTLGQHDFSAGEGLYTHMKALRPDEDRLSPLHSVYV"
+    "DQWDWERVMGDGERQFSTLKSTVEAIWAGIKATEAAVSEEFGLAPFLPDQIHFVHSQELLSRYPDLDAKGRERAIAKDLGAVFLVGIGGKLSDGHRHDVRAPDYDDWSTPSELG"
+    "HAGLNGDILVWNPVLEDAFELSSMGIRVDADTLKHQLALTGDEDRLELEWHQALLRGEMPQTIGGGIGQSRLTMLLLQLPHIGQVQCGVWPAACRESGRLRA",
+    "MKTAYIAKQRQISFVKSHFSRQAEERLGLIEVQAPILSRVGDGTQDNLSGEEKAVQVKVKALPDAQFEVVHSLAKWKRQTLGQHDFSAGEGLYTHMKALRPDEDRLSPLHSVYV"
+    "DQWDWERVMGDGERQFSTLKSTVEAIWAGIKATEAAVSEEFGLAPFLPDQIHFVHSQELLSRYPDLDAKGRERAIAKDLGAVFLVGIGGKLSDGHRHDVRAPDYDDWSTPSELG"
+    "HAGLNGDILVWNPVLEDAFELSSMGIRVDADTLKHQLALTGDEDRLELEWHQALLRGEMPQTIGGGIGQSRLTMLLLQLPHIGQVQCGVWPAACRESGRLRA",
+    "MSKAYVAKRRQISFVKSHFSRQLEERLGLVEVQAPILSRVGDGTQDNLSGAEKAVKVKVKALPDAQFEVVHSLAKWKRQTLGQHDFSAGEGLYTHMKALRPDEDRLSPLHSVYV"
+    "DQWDWEKVMGDGDRQFSTLKSTVEAIWAGIKATEAAVSEEFGL",
+    "MKTAYIAKQRQISFVKSHFSRQLEERLGLIEVQAPILSRVGDGTQDNLSGAEKAVQVKVKALPDAQFEVVHSLAKWKRQTLGQHDFSAGEGLYTHMKALRPDEDRLSPLHSVYV"
+    "DQWDWERVMGDGERQFSTLKSTVEAIWAGIKATEAAVSEEF",
+    "MKTAYIAKQRQISFVKSHFSRQLEERLGIEVQAPILSRVGDGTQDNLSGAEKAVQVKVKALPDAQFEVVHSLAKWKRQTLGQHDFSAGEGLYTHMKALRPDEDRLSPLHSVYVD"
+    "QWDWERVMGDGERQFSTLKSTVEAIWAGIKATEAAVSEEFGLAPFLPDQIHFVHSQELL",
+    "MQTAYIAKQRQISFVKSHFSRQLEERLGLIEVQAPILSRVGDGTQDNLSGAEKAVQVKVKALPDAQFEVVHSLAKWKRQTLGQHDFSAGEGLYTHMKALRPDEDRLSPLHSVYV"
+    "DQWDWERVMGDGERQFSTL",
+    "SRQLEERLGLIEVQAPILSRVGDGTQDNLSGAEKAVQVKVKALPDAQFEVVHSLAKWKRQTLGQHDFSAGEGLYTHMKALRPDEDRLSPLHSVYVDQWDWE",
+    "",
+};
+
+std::string degap(const std::string& row) {
+  std::string s;
+  std::copy_if(row.begin(), row.end(), std::back_inserter(s), [](char c) { return c != '-' && c != '.'; });
+  return s;
+}
+
+void expectWellFormed(const zc::Result& r, const std::vector<std::string>& input) {
+  ASSERT_EQ(r.rows.size(), input.size());
+  for (std::size_t k = 0; k < input.size(); ++k) {
+    EXPECT_EQ(r.rows[k].size(), r.rows[0].size());
+    EXPECT_EQ(degap(r.rows[k]), degap(input[k])) << "row " << k;
+  }
+  for (std::size_t c = 0; c < r.rows[0].size(); ++c) {
+    EXPECT_TRUE(std::any_of(r.rows.begin(), r.rows.end(), [&](const std::string& row) { return row[c] != '-'; }));
+  }
+  ASSERT_EQ(r.columnConfidence.size(), r.rows[0].size());
+  for (float c : r.columnConfidence) EXPECT_TRUE(c >= 0.0f && c <= 1.0f);
+  EXPECT_EQ(r.tree.size(), input.size() - 1);
+}
+
+TEST(ConsistencyAlign, SameBytesForOneAndTwoThreadsAndRefinementNeverLosesObjective) {
+  zc::Options one;
+  one.seed = 7;
+  zc::Options two = one;
+  two.threads = 2;
+  const zc::Result a = zc::align(kFamily, 0, one), b = zc::align(kFamily, 0, two);
+  expectWellFormed(a, kFamily);
+  EXPECT_EQ(a.rows, b.rows);
+  EXPECT_EQ(a.columnConfidence, b.columnConfidence);
+  EXPECT_EQ(a.objective, b.objective);
+  ASSERT_EQ(a.tree.size(), b.tree.size());
+  for (std::size_t k = 0; k < a.tree.size(); ++k) {
+    EXPECT_EQ(a.tree[k].left, b.tree[k].left);
+    EXPECT_EQ(a.tree[k].distance, b.tree[k].distance);
+  }
+  EXPECT_EQ(a.tree.back().right, 7);  // the empty row joins last, at distance 1
+  EXPECT_EQ(a.tree.back().distance, 1.0f);
+  EXPECT_EQ(a.rows[7], std::string(a.rows[0].size(), '-'));
+  zc::Options few = one;  // seven rows with residues: each pair goes through the two nearest of each side
+  few.thirdSequences = 4;
+  zc::Options fewTwo = few;
+  fewTwo.threads = 2;
+  const zc::Result c = zc::align(kFamily, 0, few);
+  expectWellFormed(c, kFamily);
+  EXPECT_EQ(c.rows, zc::align(kFamily, 0, fewTwo).rows);
+  EXPECT_NE(c.objective, a.objective);
+  zc::Options plain = one;
+  plain.refineIterations = 0;
+  EXPECT_GE(a.objective, zc::align(kFamily, 0, plain).objective);
+  EXPECT_EQ(a.refinementTried, 100);
+}
+
+TEST(ConsistencyAlign, RefinementKeepsOnlyClearImprovements) {
+  EXPECT_FALSE(zc::acceptRefinement(50.0, 50.0));
+  EXPECT_FALSE(zc::acceptRefinement(50.0, 50.0 + 1e-9));
+  EXPECT_FALSE(zc::acceptRefinement(50.0, 49.0));
+  EXPECT_TRUE(zc::acceptRefinement(50.0, 50.01));
+  EXPECT_TRUE(zc::acceptRefinement(0.0, 0.001));
+}
+
+TEST(ConsistencyAlign, PrealignedBlockKeepsItsColumns) {
+  // A deliberately odd block: its gaps are not where a free alignment would
+  // put them, and one column is empty in the block.
+  std::vector<std::string> rows = {"MKTAYIAKQR--QISFVKSHFSRQ-", "MKTAY.IAKQRQISFVKSHFSRQ--",
+                                   "MSKAY-VAKRRQISFVKSHFSR---"};
+  rows.insert(rows.end(), kFamily.begin() + 2, kFamily.begin() + 7);
+  const zc::Result r = zc::align(rows, 3, zc::Options{});
+  expectWellFormed(r, rows);
+  for (int k = 0; k < 2; ++k) EXPECT_EQ(r.tree[static_cast<std::size_t>(k)].distance, 0.0f);
+  std::vector<std::string> block(3);
+  for (std::size_t c = 0; c < r.rows[0].size(); ++c) {
+    if (r.rows[0][c] == '-' && r.rows[1][c] == '-' && r.rows[2][c] == '-') continue;
+    for (std::size_t k = 0; k < 3; ++k) block[k].push_back(r.rows[k][c]);
+  }
+  EXPECT_EQ(block, (std::vector<std::string>{"MKTAYIAKQR--QISFVKSHFSRQ", "MKTAY-IAKQRQISFVKSHFSRQ-",
+                                             "MSKAY-VAKRRQISFVKSHFSR--"}));
+}
+
+}  // namespace
