@@ -19,15 +19,15 @@ std::vector<std::string> generate() {
   std::uniform_int_distribution<int> residue(0, static_cast<int>(kResidues.size()) - 1);
   std::uniform_int_distribution<int> event(0, 99);
   std::string ancestor;
-  for (int c = 0; c < 300; ++c) ancestor += kResidues[residue(rng)];
+  for (int c = 0; c < 300; ++c) ancestor += kResidues[static_cast<std::size_t>(residue(rng))];
   std::vector<std::string> out;
   for (int s = 0; s < 200; ++s) {
     std::string row;
     for (char c : ancestor) {
       const int e = event(rng);
       if (e < 2) continue;
-      row += e < 17 ? kResidues[residue(rng)] : c;
-      if (e == 99) row += kResidues[residue(rng)];
+      row += e < 17 ? kResidues[static_cast<std::size_t>(residue(rng))] : c;
+      if (e == 99) row += kResidues[static_cast<std::size_t>(residue(rng))];
     }
     out.push_back(row);
   }

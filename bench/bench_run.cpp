@@ -6,7 +6,11 @@
 //
 // The rows are sent as the host sends a whole alignment: every row padded
 // with '-' to the longest one, twice that width as room. Prints one line of
-// key=value pairs: seconds, dynamic programming cells, GCUPS, peak memory.
+// key=value pairs: seconds, dynamic programming cells, GCUPS, peak memory,
+// processor seconds (user and system, all threads) and, for a whole run, the
+// seconds of its pairwise and tree phases (the rest is the log and the
+// final measures) and the size of its log. A whole run asks for the run's
+// details, as the command line does.
 #include <sys/resource.h>
 
 #include <chrono>
@@ -100,6 +104,13 @@ long peakKilobytes() {
   return usage.ru_maxrss;
 }
 
+double processorSeconds() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  auto seconds = [](const timeval& t) { return double(t.tv_sec) + double(t.tv_usec) / 1e6; };
+  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -114,7 +125,10 @@ int main(int argc, char** argv) {
   interaction.answerOverwrite = [](const std::string&) { return true; };
 
   const auto start = std::chrono::steady_clock::now();
+  const double processorStart = processorSeconds();
   bool ok = false;
+  RunDetails details;
+  double logMegabytes = 0;
   if (options.phase == "pairwise") {
     RunStorage storage(ns, in.seqs.cols());
     const RunInput input{in.len.data(), in.nres.data(), in.names, in.seqs, 0, options.matNo, options.gap};
@@ -123,12 +137,18 @@ int main(int argc, char** argv) {
     ok = pairwisePhase(log, input, storage, progress, options.engine);
   } else {
     zemtra_kv(interaction, &ok, "bench.log", in.len.data(), in.nres.data(), in.names, in.seqs, 0, options.matNo,
-              options.gap, nullptr, options.engine);
+              options.gap, &details, options.engine);
+    std::error_code missing;
+    const auto logBytes = std::filesystem::file_size(scratch + "/bench.log", missing);
+    if (!missing) logMegabytes = double(logBytes) / 1048576.0;
   }
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   const double cells = double(ns) * double(ns - 1) / 2.0 * double(in.width) * double(in.width);
-  std::printf("seconds=%.3f pairwise_cells=%.0f gcups=%.3f peak_kb=%ld ok=%d\n", seconds, cells,
-              options.phase == "pairwise" ? cells / seconds / 1e9 : 0.0, peakKilobytes(), ok ? 1 : 0);
+  std::printf(
+      "seconds=%.3f pairwise_cells=%.0f gcups=%.3f peak_kb=%ld cpu=%.3f pairwise_s=%.3f tree_s=%.3f "
+      "log_mb=%.1f ok=%d\n",
+      seconds, cells, options.phase == "pairwise" ? cells / seconds / 1e9 : 0.0, peakKilobytes(),
+      processorSeconds() - processorStart, details.timings.pairwise, details.timings.tree, logMegabytes, ok ? 1 : 0);
   std::error_code ignored;
   std::filesystem::remove_all(scratch, ignored);
   return ok ? 0 : 1;

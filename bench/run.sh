@@ -11,11 +11,16 @@
 # and 200 at length 300, N = 20 at lengths 1000 and 3000) and N = 1000 at
 # length 300 made by make_family.py.
 #
-# Usage: bench/run.sh [--quick] [--budget SECONDS] [--kernels-only]
+# Usage: bench/run.sh [--quick] [--budget SECONDS] [--scale-budget SECONDS] [--kernels-only]
 #   --quick         only the N = 50 and N = 200 families
 #   --budget S      skip any command predicted to take more than S seconds
 #                   (default 300; estimates come from the smaller families)
 #   --kernels-only  only the Google Benchmark part
+#   --scale-budget S  the same for the scale table (default 1500)
+#
+# Then, unless --quick: the scale table (bench/scale_table.py), 1,000, 2,000,
+# 5,000 and 10,000 sequences of length 300 end to end, with the split of a
+# run's time into its phases.
 # ClustalW, parasail and GNU time are Debian packages (clustalw,
 # libparasail-dev, time); they are installed here when missing and apt-get
 # can, and left out of the table otherwise. None is a dependency of the
@@ -27,12 +32,14 @@ synthetic="$root/../shared/bench/synthetic"
 quick=0
 kernels_only=0
 budget=300
+scale_budget=1500
 while [ $# -gt 0 ]; do
   case "$1" in
     --quick) quick=1 ;;
     --kernels-only) kernels_only=1 ;;
     --budget) budget="$2"; shift ;;
-    *) echo "usage: $0 [--quick] [--budget SECONDS] [--kernels-only]" >&2; exit 2 ;;
+    --scale-budget) scale_budget="$2"; shift ;;
+    *) echo "usage: $0 [--quick] [--budget SECONDS] [--scale-budget SECONDS] [--kernels-only]" >&2; exit 2 ;;
   esac
   shift
 done
@@ -73,3 +80,8 @@ fi
 echo
 echo "== Side by side ($(nproc) cores; matrix 0, gap 40; $(date -u +%Y-%m-%d))"
 python3 "$root/bench/side_by_side.py" --bin "$bin" --budget "$budget" "${families[@]}"
+if [ "$quick" = 0 ]; then
+  echo
+  echo "== Scale ($(nproc) cores; $(date -u +%Y-%m-%d))"
+  python3 "$root/bench/scale_table.py" --bin "$bin" --families "$generated" --budget "$scale_budget"
+fi

@@ -1,6 +1,6 @@
 # Shared by run-short.sh and run-long.sh: the fuzzers, their corpora and
 # flags, and the sanitizer settings (leak checks on).
-zemtra_fuzzers=(fuzz_read_any fuzz_read_fasta fuzz_read_clustal fuzz_read_msf fuzz_read_stockholm fuzz_exchange fuzz_run)
+zemtra_fuzzers=(fuzz_read_any fuzz_read_fasta fuzz_read_clustal fuzz_read_msf fuzz_read_stockholm fuzz_exchange fuzz_run fuzz_kernels)
 zemtra_fuzz_flags=(-timeout=30 -rss_limit_mb=4096)
 
 zemtra_fuzz_corpus() {
@@ -8,6 +8,7 @@ zemtra_fuzz_corpus() {
     fuzz_read_*) echo read ;;
     fuzz_exchange) echo exchange ;;
     fuzz_run) echo run ;;
+    fuzz_kernels) echo kernels ;;
   esac
 }
 
@@ -15,7 +16,8 @@ zemtra_fuzz_target_flags() {
   case "$1" in
     fuzz_read_*) echo "-max_len=4096" ;;
     fuzz_exchange) echo "-max_len=1024" ;;
-    fuzz_run) echo "-max_len=512" ;;
+    fuzz_run) echo "-max_len=512 -len_control=0" ;;
+    fuzz_kernels) echo "-max_len=2048 -timeout=120" ;;
   esac
 }
 

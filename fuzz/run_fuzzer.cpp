@@ -142,7 +142,12 @@ void runOnce(const RunCase& run) {
   HeadlessRunInteraction interaction;
   interaction.answerOverwrite = [](const std::string&) { return true; };
   ZemtraRunReport report;
-  ExecuteWithParameters(*alignment, {run.matNo, run.gap, run.prealigned, "fuzz.log"}, interaction, &report);
+  ZemtraParameters parameters;
+  parameters.matNo = run.matNo;
+  parameters.gap = run.gap;
+  parameters.prealigned = run.prealigned;
+  parameters.logName = "fuzz.log";
+  ExecuteWithParameters(*alignment, parameters, interaction, &report);
   checkResult(run, before, *alignment, report);
 }
 

@@ -19,6 +19,10 @@ namespace zemtra {
 // anywhere; the others exist on x86-64 builds and need the CPU's support.
 enum class SimdLevel { kPortable, kSse2, kAvx2, kAvx512 };
 
+// Every level, narrowest first, for callers that try each one the CPU runs.
+inline constexpr SimdLevel kSimdLevels[] = {SimdLevel::kPortable, SimdLevel::kSse2, SimdLevel::kAvx2,
+                                            SimdLevel::kAvx512};
+
 // Whether the kernel of that level was built and the CPU can run it.
 bool simdLevelSupported(SimdLevel level);
 
@@ -33,7 +37,7 @@ enum class LaneWidth { kAuto, kWide };
 // Pairs aligned together by one kernel call for that level and lane width.
 unsigned batchLanes(SimdLevel level, LaneWidth width);
 
-// The traceback of a batch takes one byte per cell and lane. Bytes a batch
+// The traceback of a batch takes half a byte per cell and lane. Bytes a batch
 // may take; rows of long sequences go through narrower lanes to keep within
 // it.
 inline constexpr unsigned long long kBatchTraceBudget = 64ull << 20;

@@ -68,20 +68,18 @@ bool pairsInTurn(std::ostream& log, const RunInput& input, RunStorage& storage, 
   });
 }
 
-// What the phase keeps of one pair.
-struct PairResult {
-  float nas = 0.0f;
-  float pid = 0.0f;
-  int alen = 0;
-  const char* pairless = nullptr;  // the reference's exit message, if any
-};
-
-// A run of pairs of one row, aligned together in SIMD lanes.
+// A run of pairs of one row, aligned together in SIMD lanes, and what the
+// phase keeps of it beyond the NAS and identities, which go straight into
+// the run's tables: the alignment length of its last pair (the one a row's
+// end leaves in storage.alen) and its first pair that pairs no position.
 struct Chunk {
   unsigned long j;
   unsigned long firstK;
   unsigned long count;
   unsigned long firstPair;
+  int lastAlen = 0;
+  unsigned pairlessAt = 0;         // offset of that pair in the chunk
+  const char* pairless = nullptr;  // the reference's exit message, if any
 };
 
 // Computes the pairs of the phase on worker threads and on the calling
@@ -89,8 +87,8 @@ struct Chunk {
 // nothing depends on which thread computed what or when.
 class PairsAhead {
  public:
-  PairsAhead(const RunInput& input, unsigned threads)
-      : input_(input), ns_(input.seqs.rows()), scores_(input.matNo), results_(ns_ * (ns_ - 1) / 2) {
+  PairsAhead(const RunInput& input, RunStorage& storage, unsigned threads)
+      : input_(input), storage_(storage), ns_(input.seqs.rows()), scores_(input.matNo) {
     ks_.resize(ns_);
     std::iota(ks_.begin(), ks_.end(), 0UL);
     planChunks();
@@ -118,15 +116,15 @@ class PairsAhead {
 
   unsigned long pairIndex(unsigned long j, unsigned long k) const { return rowStart(j) + (k - j - 1); }
 
-  // The result of pair (j, k), computing chunks on this thread until it is
-  // there.
-  const PairResult& waitFor(unsigned long j, unsigned long k) {
+  // The chunk of pair (j, k), computing chunks on this thread until that one
+  // is done; its NAS and identity are then in the run's tables.
+  const Chunk& waitFor(unsigned long j, unsigned long k) {
     const unsigned long c = rowChunk_[j] + (k - j - 1) / chunkLanes_;
     while (done_[c].load(std::memory_order_acquire) == 0) {
       if (!runNextChunk(mainThread_)) done_[c].wait(0, std::memory_order_acquire);
     }
     if (errors_[c]) std::rethrow_exception(errors_[c]);
-    return results_[pairIndex(j, k)];
+    return chunks_[c];
   }
 
  private:
@@ -180,24 +178,27 @@ class PairsAhead {
     return true;
   }
 
-  void compute(const Chunk& chunk, ThreadState& state) {
+  void compute(Chunk& chunk, ThreadState& state) {
     const zemtra::SimdLevel level = zemtra::chunkLevel(chunk.count);
     zemtra::RowPairs request{input_.seqs,  input_.len, chunk.j, ks_.data() + chunk.firstK, chunk.count,
                              input_.matNo, input_.gap, level,   zemtra::LaneWidth::kAuto};
     request.reportPairless = true;
     zemtra::alignRowPairs(request, state.path, state.workspace, [&](const zemtra::PairOutcome& o) {
-      const unsigned long p = pairIndex(o.j, o.k);
-      PairResult& r = results_[p];
-      r.alen = o.alen;
-      r.pairless = o.pairless;
+      const unsigned long offset = o.k - chunk.firstK;
       if (o.pairless != nullptr) {
-        notePairless(p);
+        if (chunk.pairless == nullptr) {
+          chunk.pairless = o.pairless;
+          chunk.pairlessAt = static_cast<unsigned>(offset);
+        }
+        notePairless(chunk.firstPair + offset);
         return;
       }
+      if (offset + 1 == chunk.count) chunk.lastAlen = o.alen;
       const zemtra::PathMeasures m =
           zemtra::measurePath({input_.seqs, input_.nres, o.j, o.k, o.alen, state.path, scores_, input_.gap});
-      r.nas = m.nas;
-      r.pid = m.pid;
+      // Every pair owns its two cells, so threads never write the same one.
+      storage_.fscore[o.j][o.k] = storage_.fscore[o.k][o.j] = m.nas;
+      storage_.pid[o.j][o.k] = storage_.pid[o.k][o.j] = m.pid;
     });
   }
 
@@ -208,13 +209,13 @@ class PairsAhead {
   }
 
   const RunInput& input_;
+  RunStorage& storage_;
   const unsigned long ns_;
   const zemtra::ScoreLookup scores_;
   std::vector<unsigned long> ks_;  // 0, 1, ..., ns - 1: every chunk's rows are a slice of it
   std::vector<Chunk> chunks_;
   std::vector<unsigned long> rowChunk_;  // first chunk of each row
   unsigned long chunkLanes_ = 1;
-  std::vector<PairResult> results_;
   std::unique_ptr<std::atomic<unsigned char>[]> done_;
   std::vector<std::exception_ptr> errors_;
   std::atomic<unsigned long> next_{0};
@@ -245,16 +246,17 @@ bool pathsAlwaysFit(const RunInput& input) {
 
 bool pairsAhead(const RunInput& input, RunStorage& storage, RunProgress& progress, unsigned threads) {
   const unsigned long ns = input.seqs.rows();
-  PairsAhead pairs(input, threads);
+  PairsAhead pairs(input, storage, threads);
   return pairsInOrder(ns, progress, [&](unsigned long j, unsigned long k) {
-    const PairResult& r = pairs.waitFor(j, k);
-    if (r.pairless != nullptr) {
+    const Chunk& chunk = pairs.waitFor(j, k);
+    const unsigned long offset = k - chunk.firstK;
+    if (chunk.pairless != nullptr && offset == chunk.pairlessAt) {
       pairs.stop();
-      zemtra::fatalExit(r.pairless, 1);
+      zemtra::fatalExit(chunk.pairless, 1);
     }
-    storage.alen = r.alen;
-    storage.fscore[j][k] = storage.fscore[k][j] = r.nas;
-    storage.pid[j][k] = storage.pid[k][j] = r.pid;
+    // The tables already hold the pair; storage.alen is read only after a
+    // row ends, so setting it at a chunk's last pair is enough.
+    if (offset + 1 == chunk.count) storage.alen = chunk.lastAlen;
   });
 }
 
@@ -267,12 +269,16 @@ std::uint64_t pairwisePhaseBytes(unsigned long ns, unsigned long columns, unsign
   const std::uint64_t inTurn =
       engine.reference ? pairKvBytes(longest, longest) : zemtra::scalarWorkspaceBytes(longest, longest);
   if (engine.reference || ns <= 2) return inTurn;
-  // PairsAhead: a result per pair and its chunk bookkeeping, a path for each
-  // thread, and a batch workspace for each thread that takes a chunk.
+  // PairsAhead: the bookkeeping of every chunk, a path for each thread, and
+  // a batch workspace for each thread that takes a chunk. Chunks cover each
+  // row's pairs in runs of the lanes of the best level; the vector of them
+  // may hold twice what it was asked for.
   const std::uint64_t pairs = bytesTimes(ns, ns) / 2;
   const unsigned threads = zemtra::threadCount(engine);
-  std::uint64_t bytes = bytesTimes(
-      pairs, sizeof(PairResult) + sizeof(Chunk) + sizeof(std::exception_ptr) + sizeof(std::atomic<unsigned char>));
+  const unsigned long lanes = zemtra::batchLanes(zemtra::bestSimdLevel(), zemtra::LaneWidth::kAuto);
+  const std::uint64_t chunks = bytesPlus(pairs / lanes, ns);
+  std::uint64_t bytes =
+      bytesTimes(chunks, 2 * sizeof(Chunk) + sizeof(std::exception_ptr) + sizeof(std::atomic<unsigned char>));
   bytes = bytesPlus(bytes, bytesTimes(ns, 2 * sizeof(unsigned long)));
   bytes = bytesPlus(bytes, bytesTimes(threads, bytesPlus(KARVO::Matrix<long>::bytesFor(2, columns),
                                                          sizeof(std::thread) + sizeof(zemtra::DpWorkspace))));

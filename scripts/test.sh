@@ -4,8 +4,10 @@
 #  2. builds again with clang, AddressSanitizer and UndefinedBehaviorSanitizer
 #     (build-asan/, which also holds the fuzzers) and runs every test there
 #     with leak checks on;
-#  3. runs each fuzzer briefly on its committed seed corpus.
-# ZEMTRA_SANITIZERS=0 stops after step 1; FUZZ_SECONDS sets step 3's time per
+#  3. builds the suites of the threaded paths with clang and ThreadSanitizer
+#     (build-tsan/) and runs their threaded tests there;
+#  4. runs each fuzzer briefly on its committed seed corpus.
+# ZEMTRA_SANITIZERS=0 stops after step 1; FUZZ_SECONDS sets step 4's time per
 # fuzzer (default 30).
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
@@ -23,4 +25,15 @@ cmake --build "$asan" -j "$(nproc)"
 source "$root/fuzz/fuzz-env.sh"
 echo "Tests with AddressSanitizer, UndefinedBehaviorSanitizer and leak checks:"
 (cd "$asan" && ctest --output-on-failure -j "$(nproc)")
+
+# The all-pairs phase with 3 threads and the rows spread over 2 and 8 (more
+# than the cores), whole runs with 1, 2 and 5 threads, files written from two
+# threads, and the Python module called from four threads at once.
+tsan="${ZEMTRA_TSAN_BUILD_DIR:-$root/build-tsan}"
+CXX=clang++ cmake -S "$root" -B "$tsan" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g" \
+  -DZEMTRA_TSAN=ON >/dev/null
+cmake --build "$tsan" -j "$(nproc)" --target run_driver_test exactness_tests host_tests zemtra_python_module
+echo "Threaded paths with ThreadSanitizer:"
+(cd "$tsan" && TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" ctest --output-on-failure -j "$(nproc)" \
+  -R 'PairwisePhase|ForEachRow|RunExactness.LargerFamilies|FileIoThreads|python_thread_tests')
 "$root/fuzz/run-short.sh" "$asan"

@@ -11,7 +11,7 @@ namespace zemtra::simd {
 constexpr int kGapCode = 21;
 constexpr int kCodes = 22;
 
-// Traceback code of one cell (i, c), one byte per lane:
+// Traceback code of one cell (i, c), four bits per lane:
 //   bits 0-1  which value filled diag[i][c]: 0 diag, 1 vert - gap,
 //             2 horz - gap of cell (i-1, c-1), ties to the lower number;
 //   bit 2     horz[i][c] > diag[i][c];
@@ -33,10 +33,24 @@ struct BatchFill {
   // ((c - 1) * 3 + state) * lanes + lane. Cleared by the fill, which leaves
   // row n there.
   void* rows;
-  // n x width x lanes codes: cell (i, c) of a lane at
-  // ((i - 1) * width + c - 1) * lanes + lane.
+  // Codes of two neighbouring columns share a byte, column c - 1 even in
+  // the low half: cell (i, c) of a lane is in byte
+  // ((i - 1) * traceColumns(width) + (c - 1) / 2) * lanes + lane.
   std::uint8_t* trace;
 };
+
+// Bytes per lane of one row of the traceback, and bytes of a batch's.
+inline unsigned long traceColumns(unsigned long width) { return (width + 1) / 2; }
+inline unsigned long long batchTraceBytes(unsigned long rows, unsigned long width, unsigned long lanes) {
+  return static_cast<unsigned long long>(rows) * traceColumns(width) * lanes;
+}
+
+// The code of cell (i, c) of one lane in a batch's traceback.
+inline unsigned traceCode(const std::uint8_t* trace, unsigned long width, unsigned long lanes, unsigned long lane,
+                          unsigned long i, unsigned long c) {
+  const unsigned byte = trace[((i - 1) * traceColumns(width) + (c - 1) / 2) * lanes + lane];
+  return (c - 1) % 2 == 0 ? byte & 15u : byte >> 4;
+}
 
 // The score profile of a batch: for every residue code r of A with
 // wanted[r], element ((r * width) + c - 1) * lanes + lane is

@@ -39,10 +39,9 @@ SimdLevel bestSimdLevel() {
 
 SimdLevel batchLevelFor(SimdLevel requested, unsigned long rows, unsigned long columns) {
   if (requested == SimdLevel::kPortable) return requested;
-  const unsigned long long cells = static_cast<unsigned long long>(rows) * columns;
   for (SimdLevel level : {SimdLevel::kAvx512, SimdLevel::kAvx2}) {
     if (level > requested || !simdLevelSupported(level)) continue;
-    if (cells * batchLanes(level, LaneWidth::kAuto) <= kBatchTraceBudget) return level;
+    if (simd::batchTraceBytes(rows, columns, batchLanes(level, LaneWidth::kAuto)) <= kBatchTraceBudget) return level;
   }
   return SimdLevel::kSse2;
 }

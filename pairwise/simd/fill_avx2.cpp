@@ -12,9 +12,7 @@ struct CodeConstants {
 };
 
 // Traceback byte per lane from the lane masks (all ones where true).
-inline __m256i codeBits(__m256i vGapWins, __m256i hGapWins, __m256i hOverV, __m256i hStays, __m256i vStays,
-                        const CodeConstants& k) {
-  const __m256i notDiag = _mm256_or_si256(vGapWins, hGapWins);
+inline __m256i codeBits(__m256i notDiag, __m256i hOverV, __m256i hStays, __m256i vStays, const CodeConstants& k) {
   const __m256i from = _mm256_blendv_epi8(k.one, k.two, hOverV);
   const __m256i stays = _mm256_or_si256(_mm256_and_si256(hStays, k.four), _mm256_and_si256(vStays, k.eight));
   return _mm256_or_si256(_mm256_and_si256(notDiag, from), stays);
@@ -31,10 +29,13 @@ struct Avx2Ops16 {
   static Vec add(Vec a, Vec b) { return _mm256_add_epi16(a, b); }
   static Vec sub(Vec a, Vec b) { return _mm256_sub_epi16(a, b); }
   static Vec max(Vec a, Vec b) { return _mm256_max_epi16(a, b); }
-  static void storeCodes(std::uint8_t* out, Vec dUp, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
-    const Vec bits = codeBits(_mm256_cmpgt_epi16(vGap, dUp), _mm256_cmpgt_epi16(hGap, dUp),
-                              _mm256_cmpgt_epi16(hGap, vGap), _mm256_cmpgt_epi16(h, d), _mm256_cmpgt_epi16(v, d),
-                              {_mm256_set1_epi16(1), _mm256_set1_epi16(2), _mm256_set1_epi16(4), _mm256_set1_epi16(8)});
+  static Vec codes(Vec dUp, Vec gapBest, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
+    return codeBits(_mm256_cmpgt_epi16(gapBest, dUp), _mm256_cmpgt_epi16(hGap, vGap), _mm256_cmpgt_epi16(h, d),
+                    _mm256_cmpgt_epi16(v, d),
+                    {_mm256_set1_epi16(1), _mm256_set1_epi16(2), _mm256_set1_epi16(4), _mm256_set1_epi16(8)});
+  }
+  static void storeCodePair(std::uint8_t* out, Vec low, Vec high) {
+    const Vec bits = _mm256_or_si256(low, _mm256_slli_epi16(high, 4));
     // The pack works within each 128-bit half; gather the two low quarters.
     const Vec bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(bits, bits), 0x08);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(bytes));
@@ -52,10 +53,13 @@ struct Avx2Ops32 {
   static Vec add(Vec a, Vec b) { return _mm256_add_epi32(a, b); }
   static Vec sub(Vec a, Vec b) { return _mm256_sub_epi32(a, b); }
   static Vec max(Vec a, Vec b) { return _mm256_max_epi32(a, b); }
-  static void storeCodes(std::uint8_t* out, Vec dUp, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
-    const Vec bits = codeBits(_mm256_cmpgt_epi32(vGap, dUp), _mm256_cmpgt_epi32(hGap, dUp),
-                              _mm256_cmpgt_epi32(hGap, vGap), _mm256_cmpgt_epi32(h, d), _mm256_cmpgt_epi32(v, d),
-                              {_mm256_set1_epi32(1), _mm256_set1_epi32(2), _mm256_set1_epi32(4), _mm256_set1_epi32(8)});
+  static Vec codes(Vec dUp, Vec gapBest, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
+    return codeBits(_mm256_cmpgt_epi32(gapBest, dUp), _mm256_cmpgt_epi32(hGap, vGap), _mm256_cmpgt_epi32(h, d),
+                    _mm256_cmpgt_epi32(v, d),
+                    {_mm256_set1_epi32(1), _mm256_set1_epi32(2), _mm256_set1_epi32(4), _mm256_set1_epi32(8)});
+  }
+  static void storeCodePair(std::uint8_t* out, Vec low, Vec high) {
+    const Vec bits = _mm256_or_si256(low, _mm256_slli_epi32(high, 4));
     // Per 128-bit half: 32 -> 16 -> 8 bits leaves four codes in the first
     // dword of each half; dwords 0 and 4 then hold the eight lanes in order.
     const Vec words = _mm256_packs_epi32(bits, bits);

@@ -24,13 +24,16 @@ struct Avx512Ops16 {
   static Vec add(Vec a, Vec b) { return _mm512_add_epi16(a, b); }
   static Vec sub(Vec a, Vec b) { return _mm512_sub_epi16(a, b); }
   static Vec max(Vec a, Vec b) { return _mm512_max_epi16(a, b); }
-  static void storeCodes(std::uint8_t* out, Vec dUp, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
-    const __mmask32 notDiag = _mm512_cmpgt_epi16_mask(vGap, dUp) | _mm512_cmpgt_epi16_mask(hGap, dUp);
+  static Vec codes(Vec dUp, Vec gapBest, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
+    const __mmask32 notDiag = _mm512_cmpgt_epi16_mask(gapBest, dUp);
     const __mmask32 hOverV = _mm512_cmpgt_epi16_mask(hGap, vGap);
     Vec bits =
         _mm512_maskz_mov_epi16(notDiag, _mm512_mask_blend_epi16(hOverV, _mm512_set1_epi16(1), _mm512_set1_epi16(2)));
     bits = _mm512_mask_add_epi16(bits, _mm512_cmpgt_epi16_mask(h, d), bits, _mm512_set1_epi16(4));
-    bits = _mm512_mask_add_epi16(bits, _mm512_cmpgt_epi16_mask(v, d), bits, _mm512_set1_epi16(8));
+    return _mm512_mask_add_epi16(bits, _mm512_cmpgt_epi16_mask(v, d), bits, _mm512_set1_epi16(8));
+  }
+  static void storeCodePair(std::uint8_t* out, Vec low, Vec high) {
+    const Vec bits = _mm512_or_si512(low, _mm512_slli_epi16(high, 4));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm512_cvtepi16_epi8(bits));
   }
 };
@@ -46,13 +49,16 @@ struct Avx512Ops32 {
   static Vec add(Vec a, Vec b) { return _mm512_add_epi32(a, b); }
   static Vec sub(Vec a, Vec b) { return _mm512_sub_epi32(a, b); }
   static Vec max(Vec a, Vec b) { return _mm512_max_epi32(a, b); }
-  static void storeCodes(std::uint8_t* out, Vec dUp, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
-    const __mmask16 notDiag = _mm512_cmpgt_epi32_mask(vGap, dUp) | _mm512_cmpgt_epi32_mask(hGap, dUp);
+  static Vec codes(Vec dUp, Vec gapBest, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
+    const __mmask16 notDiag = _mm512_cmpgt_epi32_mask(gapBest, dUp);
     const __mmask16 hOverV = _mm512_cmpgt_epi32_mask(hGap, vGap);
     Vec bits =
         _mm512_maskz_mov_epi32(notDiag, _mm512_mask_blend_epi32(hOverV, _mm512_set1_epi32(1), _mm512_set1_epi32(2)));
     bits = _mm512_mask_add_epi32(bits, _mm512_cmpgt_epi32_mask(h, d), bits, _mm512_set1_epi32(4));
-    bits = _mm512_mask_add_epi32(bits, _mm512_cmpgt_epi32_mask(v, d), bits, _mm512_set1_epi32(8));
+    return _mm512_mask_add_epi32(bits, _mm512_cmpgt_epi32_mask(v, d), bits, _mm512_set1_epi32(8));
+  }
+  static void storeCodePair(std::uint8_t* out, Vec low, Vec high) {
+    const Vec bits = _mm512_or_si512(low, _mm512_slli_epi32(high, 4));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm512_cvtepi32_epi8(bits));
   }
 };

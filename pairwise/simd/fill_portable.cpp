@@ -41,15 +41,20 @@ struct PortableOps {
   static Vec max(const Vec& a, const Vec& b) {
     return each([&](unsigned l) { return a.e[l] > b.e[l] ? a.e[l] : b.e[l]; });
   }
-  static void storeCodes(std::uint8_t* out, const Vec& dUp, const Vec& vGap, const Vec& hGap, const Vec& d,
-                         const Vec& v, const Vec& h) {
-    for (unsigned l = 0; l < N; ++l) {
+  // The plain comparisons, without gapBest: the vector kernels are tested
+  // against this one.
+  static Vec codes(const Vec& dUp, const Vec&, const Vec& vGap, const Vec& hGap, const Vec& d, const Vec& v,
+                   const Vec& h) {
+    return each([&](unsigned l) {
       unsigned code = 0;
       if (vGap.e[l] > dUp.e[l] || hGap.e[l] > dUp.e[l]) code = hGap.e[l] > vGap.e[l] ? 2 : 1;
       if (h.e[l] > d.e[l]) code |= zemtra::simd::kHorzStays;
       if (v.e[l] > d.e[l]) code |= zemtra::simd::kVertStays;
-      out[l] = static_cast<std::uint8_t>(code);
-    }
+      return code;
+    });
+  }
+  static void storeCodePair(std::uint8_t* out, const Vec& low, const Vec& high) {
+    for (unsigned l = 0; l < N; ++l) out[l] = static_cast<std::uint8_t>(low.e[l] | high.e[l] << 4);
   }
 };
 

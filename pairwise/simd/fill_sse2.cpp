@@ -13,9 +13,7 @@ struct CodeConstants {
   __m128i one, two, four, eight;
 };
 
-inline __m128i codeBits(__m128i vGapWins, __m128i hGapWins, __m128i hOverV, __m128i hStays, __m128i vStays,
-                        const CodeConstants& k) {
-  const __m128i notDiag = _mm_or_si128(vGapWins, hGapWins);
+inline __m128i codeBits(__m128i notDiag, __m128i hOverV, __m128i hStays, __m128i vStays, const CodeConstants& k) {
   const __m128i from = _mm_or_si128(_mm_and_si128(hOverV, k.two), _mm_andnot_si128(hOverV, k.one));
   const __m128i stays = _mm_or_si128(_mm_and_si128(hStays, k.four), _mm_and_si128(vStays, k.eight));
   return _mm_or_si128(_mm_and_si128(notDiag, from), stays);
@@ -32,10 +30,13 @@ struct Sse2Ops16 {
   static Vec add(Vec a, Vec b) { return _mm_add_epi16(a, b); }
   static Vec sub(Vec a, Vec b) { return _mm_sub_epi16(a, b); }
   static Vec max(Vec a, Vec b) { return _mm_max_epi16(a, b); }
-  static void storeCodes(std::uint8_t* out, Vec dUp, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
-    const Vec bits = codeBits(_mm_cmpgt_epi16(vGap, dUp), _mm_cmpgt_epi16(hGap, dUp), _mm_cmpgt_epi16(hGap, vGap),
-                              _mm_cmpgt_epi16(h, d), _mm_cmpgt_epi16(v, d),
-                              {_mm_set1_epi16(1), _mm_set1_epi16(2), _mm_set1_epi16(4), _mm_set1_epi16(8)});
+  static Vec codes(Vec dUp, Vec gapBest, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
+    return codeBits(_mm_cmpgt_epi16(gapBest, dUp), _mm_cmpgt_epi16(hGap, vGap), _mm_cmpgt_epi16(h, d),
+                    _mm_cmpgt_epi16(v, d),
+                    {_mm_set1_epi16(1), _mm_set1_epi16(2), _mm_set1_epi16(4), _mm_set1_epi16(8)});
+  }
+  static void storeCodePair(std::uint8_t* out, Vec low, Vec high) {
+    const Vec bits = _mm_or_si128(low, _mm_slli_epi16(high, 4));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(bits, bits));
   }
 };
@@ -55,10 +56,13 @@ struct Sse2Ops32 {
     const Vec aWins = _mm_cmpgt_epi32(a, b);
     return _mm_or_si128(_mm_and_si128(aWins, a), _mm_andnot_si128(aWins, b));
   }
-  static void storeCodes(std::uint8_t* out, Vec dUp, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
-    const Vec bits = codeBits(_mm_cmpgt_epi32(vGap, dUp), _mm_cmpgt_epi32(hGap, dUp), _mm_cmpgt_epi32(hGap, vGap),
-                              _mm_cmpgt_epi32(h, d), _mm_cmpgt_epi32(v, d),
-                              {_mm_set1_epi32(1), _mm_set1_epi32(2), _mm_set1_epi32(4), _mm_set1_epi32(8)});
+  static Vec codes(Vec dUp, Vec gapBest, Vec vGap, Vec hGap, Vec d, Vec v, Vec h) {
+    return codeBits(_mm_cmpgt_epi32(gapBest, dUp), _mm_cmpgt_epi32(hGap, vGap), _mm_cmpgt_epi32(h, d),
+                    _mm_cmpgt_epi32(v, d),
+                    {_mm_set1_epi32(1), _mm_set1_epi32(2), _mm_set1_epi32(4), _mm_set1_epi32(8)});
+  }
+  static void storeCodePair(std::uint8_t* out, Vec low, Vec high) {
+    const Vec bits = _mm_or_si128(low, _mm_slli_epi32(high, 4));
     const Vec words = _mm_packs_epi32(bits, bits);
     const int four = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
     __builtin_memcpy(out, &four, 4);

@@ -64,7 +64,7 @@ struct BatchSizes {
   unsigned long n, width, lanes;
   std::size_t elem;
   std::size_t rows() const { return 3 * width * lanes * elem; }
-  std::size_t trace() const { return n * width * lanes; }
+  std::size_t trace() const { return simd::batchTraceBytes(n, width, lanes); }
   std::size_t profile() const { return kCodes * width * lanes * elem; }
   std::size_t laneCodes() const { return width * lanes; }
   std::size_t entries() const { return lanes * simd::traceEntries(n, width); }
@@ -178,7 +178,7 @@ class RowAligner {
       for (unsigned long p = 0; p < used; ++p) {
         simd::Tracer& t = tracers_[p];
         auto codeAt = [trace, width, lanes, p](unsigned long row, unsigned long c) {
-          return trace[((row - 1) * width + (c - 1)) * lanes + p];
+          return simd::traceCode(trace, width, lanes, p, row, c);
         };
         while (t.i == i && t.inMainLoop()) t.step(codeAt);
       }

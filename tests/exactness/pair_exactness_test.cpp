@@ -473,7 +473,8 @@ TEST(EngineChoices, LevelsAndOptions) {
     }
     if (zemtra::simdLevelSupported(SimdLevel::kAvx2)) {
       EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx2, 2000, 2000), SimdLevel::kAvx2);
-      EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx2, 2100, 2100), SimdLevel::kSse2);
+      EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx2, 2800, 2800), SimdLevel::kAvx2);
+      EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx2, 2900, 2900), SimdLevel::kSse2);
     }
   }
   EXPECT_TRUE(zemtra::engineOptionsFrom("1", nullptr).reference);
