@@ -9,7 +9,14 @@ namespace bench {
 
 namespace {
 
-const char* const kSharedFamily = "/work/shared/bench/synthetic/syn_n0200_l0300.fa";
+// The shared benchmark data: $ZEMTRA_SHARED_BENCH, else ../shared/bench
+// beside the source tree.
+std::string sharedFamily() {
+  const char* shared = std::getenv("ZEMTRA_SHARED_BENCH");
+  const std::string folder = shared != nullptr ? shared : ZEMTRA_SOURCE_DIR "/../shared/bench";
+  return folder + "/synthetic/syn_n0200_l0300.fa";
+}
+
 const std::string kResidues = "ACDEFGHIKLMNPQRSTVWY";
 
 // Relatives of one ancestor: about 15 % substitutions and a few short
@@ -54,7 +61,7 @@ std::vector<std::string> readFasta(const std::string& file) {
 
 std::vector<std::string> loadFamily() {
   if (const char* file = std::getenv("ZEMTRA_BENCH_FAMILY")) return readFasta(file);
-  if (std::ifstream(kSharedFamily).good()) return readFasta(kSharedFamily);
+  if (const std::string shared = sharedFamily(); std::ifstream(shared).good()) return readFasta(shared);
   return generate();
 }
 

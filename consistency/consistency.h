@@ -16,7 +16,7 @@
 namespace zemtra::consistency {
 
 struct Options {
-  int consistencyRounds = 2;  // rounds of the consistency transformation (0 or more)
+  int consistencyRounds = 2;   // rounds of the consistency transformation (0 or more)
   int refineIterations = 100;  // refinement attempts (0: none)
   unsigned threads = 1;        // worker threads of the all-pairs steps (at least 1); bytes never depend on it
   std::uint64_t seed = 0;      // the refinement's random splits follow it; fixed for reproducible runs
@@ -49,12 +49,12 @@ struct Result {
   // Per output column, in [0, 1]: how reliable the column is, from the
   // posteriors of the residue pairs it aligns.
   std::vector<float> columnConfidence;
-  std::vector<TreeJoin> tree;      // n - 1 joins (the prealigned block's own joins at distance 0 first)
-  double objective = 0;            // summed transformed posterior of aligned residue pairs, after refinement
+  std::vector<TreeJoin> tree;  // n - 1 joins (the prealigned block's own joins at distance 0 first)
+  double objective = 0;        // summed transformed posterior of aligned residue pairs, after refinement
   int refinementTried = 0;
-  int refinementKept = 0;          // attempts that improved the objective and were kept
+  int refinementKept = 0;  // attempts that improved the objective and were kept
   Timings timings;
-  bool cancelled = false;          // stopped on request; rows are then empty
+  bool cancelled = false;  // stopped on request; rows are then empty
 };
 
 // Progress: called on the calling thread with (done, total) steps; a true

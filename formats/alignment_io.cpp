@@ -17,8 +17,8 @@
 #include <sstream>
 
 #include "formats/alignment_formats.h"
-#include "host/file_io.h"
 #include "formats/gzip.h"
+#include "host/file_io.h"
 
 namespace KARVO {
 

@@ -17,6 +17,8 @@ class GivenParameters : public ParameterSource {
   std::string logName() const override { return parameters_.logName; }
   std::string logFolder() const override { return parameters_.logFolder; }
   bool writeLogFile() const override { return parameters_.writeLogFile; }
+  bool wantLogText() const override { return parameters_.wantLogText; }
+  ZemtraEngineSettings engine() const override { return parameters_.engine; }
 
  private:
   const ZemtraParameters& parameters_;
@@ -25,6 +27,8 @@ class GivenParameters : public ParameterSource {
 }  // namespace
 
 extern "C" {
+
+int ZemtraContractVersion() { return kZemtraContractVersion; }
 
 void Cleanup() {}
 
@@ -39,10 +43,8 @@ DebugOutputFn SetDebugOutput(DebugOutputFn output) { return zemtra::setDebugOutp
 
 ExitHandlerFn SetExitHandler(ExitHandlerFn handler) { return zemtra::setExitHandler(handler); }
 
-std::uint64_t EstimateRunMemory(unsigned long sequences, unsigned long width, unsigned threads) {
-  zemtra::EngineOptions engine = zemtra::defaultEngineOptions();
-  if (threads > 0) engine.threads = threads;
-  const std::uint64_t run = runMemoryNeed(sequences, RunInputs::columnsFor(width), width, engine);
+std::uint64_t EstimateRunMemory(unsigned long sequences, unsigned long width, const ZemtraEngineSettings& engine) {
+  const std::uint64_t run = runMemoryNeed(sequences, RunInputs::columnsFor(width), width, engineOptions(engine));
   return KARVO::bytesPlus(RunInputs::bytesFor(sequences, width), run);
 }
 }

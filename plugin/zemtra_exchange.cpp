@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "plugin/guide_tree.h"
 #include "run/zemtra_kv.h"
 
 unsigned long sequenceCount(const KARVO::Alignment& alignment) {
@@ -19,19 +18,14 @@ bool hasResidueIn(const KARVO::Alignment& alignment, unsigned long row, const KA
   return false;
 }
 
-// The guide tree of a finished run: the recorded joins when the tree phase
-// ran, the single join of a two-sequence run otherwise.
-GuideTree runGuideTree(const RunDetails& details, std::size_t runRows) {
-  const JoinHistory& history = details.history;
-  if (!history.joins.empty() || !history.families.empty()) {
-    if (history.families.empty()) return {};
-    return buildGuideTree(history.joins, history.families.front());
-  }
-  if (runRows == 2 && details.outcome == RunOutcome::Completed) return buildGuideTree({{0, 1}}, {1, 2});
-  return {};
-}
-
 }  // namespace
+
+zemtra::EngineOptions engineOptions(const ZemtraEngineSettings& settings) {
+  zemtra::EngineOptions options;
+  options.reference = settings.reference;
+  options.threads = settings.threads;
+  return options;
+}
 
 SentRows selectSentRows(const KARVO::Alignment& alignment, const KARVO::ColumnRange& range, unsigned long prealigned) {
   const unsigned long count = sequenceCount(alignment);
@@ -93,7 +87,6 @@ std::vector<std::string> resultRows(const KARVO::Matrix<char>& seqs, const std::
 bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters, RunInteraction& interaction,
                        ZemtraRunReport* report) {
   ZemtraRunReport unused;
-  unused.wantTree = false;
   ZemtraRunReport& out = report != nullptr ? *report : unused;
 
   const unsigned long count = sequenceCount(alignment);
@@ -142,13 +135,13 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
   log.folder = parameters.logFolder();
   log.name = parameters.logName();
   log.writeFile = parameters.writeLogFile();
-  if (out.wantLogText) log.text = &out.logText;
+  if (parameters.wantLogText()) log.text = &out.logText;
   interaction.debugMessage("Do the real thing");
 
   bool ok = false;
   RunDetails details;
   zemtra_kv(interaction, &ok, log, inputs.len.data(), inputs.nres.data(), inputs.names, inputs.seqs, sent.fixed, matNo,
-            gap, &details, zemtra::defaultEngineOptions());
+            gap, &details, engineOptions(parameters.engine()));
 
   interaction.debugMessage("Re-alignment by Zemtra done, returning results");
   const unsigned long length = inputs.len[0];
@@ -156,11 +149,6 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
   alignment.rearrange(range, rows);
   alignment.stripGapCols({0, alignment.columnCount()});
 
-  if (out.wantTree) {
-    GuideTree tree = runGuideTree(details, sent.rows.size());
-    out.tree = std::move(tree.nodes);
-    out.treeRoot = tree.root;
-  }
   out.run = std::move(details);
   out.exchange = ExchangeOutcome::Rewritten;
 

@@ -8,8 +8,8 @@
 
 #include "core/matrix.h"
 #include "host/alignment.h"
+#include "pairwise/engine_options.h"
 #include "plugin/zemtra_plugin.h"
-#include "run/run_interaction.h"
 
 // Where the run parameters come from: the dialog, or a host without windows.
 class ParameterSource {
@@ -30,6 +30,10 @@ class ParameterSource {
   virtual std::string logFolder() const { return {}; }
   // False: no log file, only the text.
   virtual bool writeLogFile() const { return true; }
+  // True: the report keeps the complete log text.
+  virtual bool wantLogText() const { return false; }
+  // The engine and thread count the run uses.
+  virtual ZemtraEngineSettings engine() const = 0;
 };
 
 // The number of sequences as the plug-in counts them: the entries of the
@@ -74,6 +78,9 @@ std::vector<std::string> resultRows(const KARVO::Matrix<char>& seqs, const std::
 
 // The exchange with the parameters from the dialog and the run's Qt dialogs.
 bool doZemtra(KARVO::Alignment& alignment);
+
+// The engine options of a host's settings.
+zemtra::EngineOptions engineOptions(const ZemtraEngineSettings& settings);
 
 // The whole exchange of one call: asks the parameters, sends the selected
 // range through the run and writes the result back. True when the alignment

@@ -18,6 +18,7 @@
 #include "pairwise/fast_measures.h"
 #include "pairwise/measures.h"
 #include "pairwise/pair_kv.h"
+#include "plugin/zemtra_types.h"
 
 namespace {
 
@@ -250,7 +251,7 @@ bool pairsAhead(const RunInput& input, RunStorage& storage, RunProgress& progres
     const PairResult& r = pairs.waitFor(j, k);
     if (r.pairless != nullptr) {
       pairs.stop();
-      zemtra::fatalExit(r.pairless, 1);
+      zemtra::fatalExit(r.pairless, ZemtraExit::kPairedNoPosition);
     }
     storage.alen = r.alen;
     storage.fscore[j][k] = storage.fscore[k][j] = r.nas;

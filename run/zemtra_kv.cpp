@@ -94,14 +94,33 @@ bool exists(const std::string& path) {
   return ::stat(path.c_str(), &info) == 0;
 }
 
-}  // namespace
-
-void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName, unsigned long* len,
-               unsigned long* nres, const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed,
-               int matNo, int gap, RunDetails* details) {
-  zemtra_kv(interaction, ok, logName, len, nres, names, seqs, fixed, matNo, gap, details,
-            zemtra::defaultEngineOptions());
+// Finds the log's folder (the personal one is made when missing) and asks
+// before an existing log is replaced. False, with the outcome and the
+// problem in result, when the run must not go on; result.logPath is set
+// either way.
+bool placeLog(RunInteraction& interaction, const RunLogOptions& logOptions, std::string& dir, RunDetails& result) {
+  // Without a file the personal directory is not even looked for.
+  const bool personal = logOptions.folder.empty();
+  dir = !logOptions.writeFile ? std::string() : personal ? Config::GetPersonalTmpDir() : logOptions.folder;
+  const std::string logPath = logOptions.writeFile ? dir + "/" + logOptions.name : std::string();
+  result.logPath = logPath;
+  if (logOptions.writeFile && !isDirectory(dir) && (!personal || ::mkdir(dir.c_str(), 0700) != 0)) {
+    interaction.debugMessage("zemtra::Can not create dir : " + dir);
+    interaction.debugMessage("        multiple alignment process interrupted. ");
+    result.outcome = RunOutcome::DirectoryFailed;
+    result.logProblem = (personal ? "cannot create the log folder " : "the log folder is not a folder: ") + dir;
+    return false;
+  }
+  if (logOptions.writeFile && exists(logPath) && !interaction.confirmOverwrite(logPath)) {
+    interaction.debugMessage("Cancel");
+    result.outcome = RunOutcome::OverwriteRefused;
+    result.logProblem = "the existing log " + logPath + " was kept";
+    return false;
+  }
+  return true;
 }
+
+}  // namespace
 
 void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName, unsigned long* len,
                unsigned long* nres, const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed,
@@ -130,29 +149,13 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const RunLogOptions& logOp
   RunStorage storage(ns, seqs.cols());
   const RunInput input{len, nres, names, seqs, fixed, matNo, gap};
 
-  // Without a file the personal directory is not even looked for.
-  const bool personal = logOptions.folder.empty();
-  const std::string dir = !logOptions.writeFile ? std::string()
-                          : personal            ? Config::GetPersonalTmpDir()
-                                                : logOptions.folder;
+  std::string dir;
+  if (!placeLog(interaction, logOptions, dir, result)) {
+    *ok = false;
+    return;
+  }
   const std::string& logName = logOptions.name;
-  const std::string logPath = logOptions.writeFile ? dir + "/" + logName : std::string();
-  result.logPath = logPath;
-  if (logOptions.writeFile && !isDirectory(dir) && (!personal || ::mkdir(dir.c_str(), 0700) != 0)) {
-    interaction.debugMessage("zemtra::Can not create dir : " + dir);
-    interaction.debugMessage("        multiple alignment process interrupted. ");
-    *ok = false;
-    result.outcome = RunOutcome::DirectoryFailed;
-    result.logProblem = (personal ? "cannot create the log folder " : "the log folder is not a folder: ") + dir;
-    return;
-  }
-  if (logOptions.writeFile && exists(logPath) && !interaction.confirmOverwrite(logPath)) {
-    interaction.debugMessage("Cancel");
-    *ok = false;
-    result.outcome = RunOutcome::OverwriteRefused;
-    result.logProblem = "the existing log " + logPath + " was kept";
-    return;
-  }
+  const std::string& logPath = result.logPath;
 
   RunLogFile logFile(dir, logName, logOptions.writeFile);
   std::ostream& log = logFile.stream();

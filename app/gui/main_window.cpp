@@ -614,7 +614,7 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
   }
   // The report of the run, from plug-ins that keep one.
   KARVO::PhyloTree runTree;
-  if (const auto last = reinterpret_cast<LastRunReportFn>(loaded_[index]->symbol("LastRunReport"))) {
+  if (const LastRunReportFn last = loaded_[index]->lastRunReport()) {
     if (const ZemtraRunReport* runReport = last(); runReport != nullptr && changed)
       runTree = guideTreeOfRun(*runReport, *alignment_).tree;
   }

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "host/alignment.h"
 #include "formats/phylo_tree.h"
+#include "host/alignment.h"
 #include "plugin/zemtra_plugin.h"
 
 namespace karvo_gui {

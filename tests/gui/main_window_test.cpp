@@ -14,8 +14,8 @@
 
 #include "app/gui/alignment_view.h"
 #include "app/gui/modal_auto_answer.h"
-#include "gui_fixture.h"
 #include "formats/alignment_io.h"
+#include "gui_fixture.h"
 
 namespace karvo_gui {
 namespace {
