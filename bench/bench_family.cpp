@@ -23,7 +23,7 @@ const std::string kResidues = "ACDEFGHIKLMNPQRSTVWY";
 // insertions and deletions each.
 std::vector<std::string> generate() {
   std::mt19937 rng(2024);
-  std::uniform_int_distribution<int> residue(0, static_cast<int>(kResidues.size()) - 1);
+  std::uniform_int_distribution<std::size_t> residue(0, kResidues.size() - 1);
   std::uniform_int_distribution<int> event(0, 99);
   std::string ancestor;
   for (int c = 0; c < 300; ++c) ancestor += kResidues[residue(rng)];

@@ -101,14 +101,14 @@ struct OnePair {
 };
 
 void BM_FredmanReference(benchmark::State& state) {
-  OnePair pair(state.range(0));
+  OnePair pair(static_cast<unsigned long>(state.range(0)));
   Alignment aln(pair.S.rows() + pair.S.cols());
   for (auto _ : state) benchmark::DoNotOptimize(DPA::fredman<int>(kGap, pair.S, aln));
   reportCells(state, double(pair.S.rows()) * double(pair.S.cols()));
 }
 
 void BM_FredmanFast(benchmark::State& state) {
-  OnePair pair(state.range(0));
+  OnePair pair(static_cast<unsigned long>(state.range(0)));
   Alignment aln(pair.S.rows() + pair.S.cols());
   zemtra::DpWorkspace ws;
   for (auto _ : state) benchmark::DoNotOptimize(zemtra::fredmanFast(kGap, pair.S, aln, ws));
@@ -123,8 +123,8 @@ struct TwoGroups {
     bench::Working& f = family();
     common = *std::min_element(f.len.begin(), f.len.begin() + 2 * kSize);
     for (int r = 0; r < kSize; ++r) {
-      first[r] = r;
-      second[r] = kSize + r;
+      first[r] = static_cast<unsigned long>(r);
+      second[r] = static_cast<unsigned long>(kSize + r);
     }
     saved.assign(f.len.begin(), f.len.begin() + 2 * kSize);
     std::fill(f.len.begin(), f.len.begin() + 2 * kSize, common);
