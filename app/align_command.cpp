@@ -185,9 +185,16 @@ KARVO::ColumnRange selectRange(const KARVO::Alignment& alignment, const std::opt
   return {span->first - 1, span->last};
 }
 
+// The engine settings of this process, from ZEMTRA_REFERENCE_ENGINE and
+// ZEMTRA_THREADS as it started with them.
+const ZemtraEngineSettings& engineSettings() {
+  static const ZemtraEngineSettings settings =
+      zemtraEngineSettingsFrom(std::getenv("ZEMTRA_REFERENCE_ENGINE"), std::getenv("ZEMTRA_THREADS"));
+  return settings;
+}
+
 std::unique_ptr<LoadedPlugin> loadZemtra(const std::string& pluginDir) {
-  const char* pathVariable = std::getenv("KARVO_PLUGIN_PATH");
-  const PluginSearch search{pluginDir, pathVariable ? pathVariable : "", executableDir()};
+  const PluginSearch search{pluginDir, pluginPathVariable(), executableDir()};
   try {
     return loadPlugin(pluginSearchDirs(search), kPluginFileNames);
   } catch (const PluginError& error) {
@@ -260,9 +267,8 @@ RunOutputs runOutputs(const AlignOptions& options, const KARVO::Alignment& align
   RunOutputs out{runRowNames(alignment, report), {}, {}};
   const bool treeOrder = options.order == "tree";
   if (options.treeNewick.empty() && options.treeSvg.empty() && !treeOrder) return out;
-  const JoinHistory& history = report.run.history;
   try {
-    out.tree = KARVO::runTree(history.joins, history.distances, report.run.distance, out.names);
+    out.tree = KARVO::runTree(report, alignment);
   } catch (const std::invalid_argument& error) {
     throw Failure(kExitOutputFailed, std::string("no guide tree: ") + error.what());
   }
@@ -342,7 +348,8 @@ void checkMemory(const KARVO::Alignment& alignment, const std::string& pluginDir
   }
   const auto estimate = reinterpret_cast<EstimateRunMemoryFn>(plugin->symbol("EstimateRunMemory"));
   if (estimate == nullptr) return;
-  const std::uint64_t need = estimate(alignment.sequenceCount(), width, 0);
+  if (plugin->contractVersion() != kZemtraContractVersion) return;
+  const std::uint64_t need = estimate(alignment.sequenceCount(), width, engineSettings());
   const std::optional<std::uint64_t> available = availableMemory();
   if (!available) return;
   if (const auto refusal = memoryRefusal(width, need, *available)) throw Failure(kExitUsage, *refusal);
@@ -387,6 +394,7 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
     if (options.consistencyRounds >= 0) parameters.consistencyRounds = options.consistencyRounds;
     if (options.refine >= 0) parameters.refineIterations = options.refine;
   }
+  parameters.engine = engineSettings();
   try {
     execute(alignment, parameters, interaction, &report);
   } catch (...) {
@@ -424,7 +432,8 @@ int align(const AlignOptions& options) {
 
   const std::unique_ptr<KARVO::Alignment> alignment = readSelected(options, settings);
   if (settings.consistency) {
-    if (const auto refusal = checkConsistencyRun(*alignment, options.quiet ? nullptr : &std::cerr))
+    if (const auto refusal = checkConsistencyRun(*alignment, zemtra::threadCount(zemtra::EngineOptions{false, engineSettings().threads}),
+                                                    options.quiet ? nullptr : &std::cerr))
       throw Failure(kExitUsage, *refusal);
   } else {
     checkMemory(*alignment, options.pluginDir);
@@ -432,7 +441,6 @@ int align(const AlignOptions& options) {
   const unsigned long firstColumn = firstColumnAfterRun(*alignment, alignment->selection);
   if (settings.log.given.empty()) checkPersonalDir();
   ZemtraRunReport report;
-  report.wantTree = false;
   const RunSummary run = runPlugin(options, settings, *alignment, interaction, report);
   checkRunEnded(report, run);
 

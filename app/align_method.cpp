@@ -99,13 +99,13 @@ std::optional<std::string> consistencyMemoryRefusal(const RangeSize& size, std::
          " GiB available; choose a smaller --range, fewer sequences, or --method progressive";
 }
 
-std::optional<std::string> checkConsistencyRun(const KARVO::Alignment& alignment, std::ostream* notes) {
+std::optional<std::string> checkConsistencyRun(const KARVO::Alignment& alignment, unsigned threads,
+                                               std::ostream* notes) {
   const RangeSize size = rangeSize(alignment, alignment.selection);
   const std::uint64_t bytes = zemtra::consistency::estimateBytes(size.sequences, size.meanLength);
   if (const std::optional<std::uint64_t> available = availableMemory()) {
     if (auto refusal = consistencyMemoryRefusal(size, bytes, *available)) return refusal;
   }
-  const unsigned threads = zemtra::threadCount(zemtra::defaultEngineOptions());
   const double seconds = zemtra::consistency::estimateSeconds(size.sequences, size.meanLength, threads);
   const std::string line = consistencyEstimateLine(size, bytes, seconds);
   if (notes != nullptr && !line.empty()) *notes << "karvo: " << line << '\n';

@@ -51,7 +51,8 @@ std::optional<std::string> consistencyMemoryRefusal(const RangeSize& size, std::
 // the refusal when the machine cannot hold it; nullopt when it may go on,
 // after writing the estimate line (with "karvo: " before it) to notes when
 // the run is large and notes is not null.
-std::optional<std::string> checkConsistencyRun(const KARVO::Alignment& alignment, std::ostream* notes);
+std::optional<std::string> checkConsistencyRun(const KARVO::Alignment& alignment, unsigned threads,
+                                               std::ostream* notes);
 
 // The column of the written alignment (0-based) where the re-aligned range
 // starts: its first column less the columns before it that are gaps in every

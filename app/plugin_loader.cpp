@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <set>
 
@@ -32,6 +33,14 @@ std::string besideExecutable(const std::string& executableDir, const std::string
   std::string joined = (fs::path(executableDir) / relative).lexically_normal().string();
   if (joined.size() > 1 && joined.back() == '/') joined.pop_back();
   return joined;
+}
+
+const std::string& pluginPathVariable() {
+  static const std::string value = [] {
+    const char* text = std::getenv("KARVO_PLUGIN_PATH");
+    return std::string(text != nullptr ? text : "");
+  }();
+  return value;
 }
 
 std::string executableDir() {
@@ -68,7 +77,21 @@ void* LoadedPlugin::symbol(const char* name) const {
   return fs::equivalent(info.dli_fname, path_, error) ? address : nullptr;
 }
 
+int LoadedPlugin::contractVersion() const {
+  const auto version = reinterpret_cast<ZemtraContractVersionFn>(symbol("ZemtraContractVersion"));
+  return version != nullptr ? version() : 0;
+}
+
+LastRunReportFn LoadedPlugin::lastRunReport() const {
+  if (contractVersion() != kZemtraContractVersion) return nullptr;
+  return reinterpret_cast<LastRunReportFn>(symbol("LastRunReport"));
+}
+
 ExecuteWithParametersFn LoadedPlugin::executeWithParameters() {
+  if (const int version = contractVersion(); version != kZemtraContractVersion) {
+    throw PluginError(path_ + " speaks plug-in contract version " + std::to_string(version) + ", this host version " +
+                      std::to_string(kZemtraContractVersion) + ": install the plug-in that came with it");
+  }
   auto function = reinterpret_cast<ExecuteWithParametersFn>(symbol("ExecuteWithParameters"));
   if (function == nullptr) throw PluginError(path_ + " does not export ExecuteWithParameters");
   used_ = true;

@@ -33,6 +33,9 @@ struct PluginSearch {
   std::string executableDir;  // the folder of the running executable
 };
 
+// KARVO_PLUGIN_PATH as the process started with it, read on the first call.
+const std::string& pluginPathVariable();
+
 // The folders to look in, in order, without empty entries: the explicit
 // folder alone, else the path variable's folders, the executable's folder
 // and the installed plug-in folder beside it.
@@ -61,9 +64,16 @@ class LoadedPlugin {
   // A symbol defined by the library itself (not by one it depends on), null
   // when it has none.
   void* symbol(const char* name) const;
-  // The window-less entry point; throws PluginError when it is missing. A
-  // plug-in whose entry point was taken gets its Cleanup call before unloading.
+  // The contract version the library reports (ZemtraContractVersion), 0
+  // when it exports none.
+  int contractVersion() const;
+  // The window-less entry point; throws PluginError when it is missing or
+  // the library speaks another contract version than this host. A plug-in
+  // whose entry point was taken gets its Cleanup call before unloading.
   ExecuteWithParametersFn executeWithParameters();
+  // The report of the last Execute1 call, from plug-ins of this host's
+  // contract version that keep one; null otherwise.
+  LastRunReportFn lastRunReport() const;
 
  private:
   LoadedPlugin(void* handle, std::string path) : handle_(handle), path_(std::move(path)) {}

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <string>
 
-#include "run/run_interaction.h"
+#include "plugin/zemtra_types.h"
 
 namespace karvo_app {
 

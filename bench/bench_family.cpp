@@ -9,14 +9,21 @@ namespace bench {
 
 namespace {
 
-const char* const kSharedFamily = "/work/shared/bench/synthetic/syn_n0200_l0300.fa";
+// The shared benchmark data: $ZEMTRA_SHARED_BENCH, else ../shared/bench
+// beside the source tree.
+std::string sharedFamily() {
+  const char* shared = std::getenv("ZEMTRA_SHARED_BENCH");
+  const std::string folder = shared != nullptr ? shared : ZEMTRA_SOURCE_DIR "/../shared/bench";
+  return folder + "/synthetic/syn_n0200_l0300.fa";
+}
+
 const std::string kResidues = "ACDEFGHIKLMNPQRSTVWY";
 
 // Relatives of one ancestor: about 15 % substitutions and a few short
 // insertions and deletions each.
 std::vector<std::string> generate() {
   std::mt19937 rng(2024);
-  std::uniform_int_distribution<int> residue(0, static_cast<int>(kResidues.size()) - 1);
+  std::uniform_int_distribution<std::size_t> residue(0, kResidues.size() - 1);
   std::uniform_int_distribution<int> event(0, 99);
   std::string ancestor;
   for (int c = 0; c < 300; ++c) ancestor += kResidues[static_cast<std::size_t>(residue(rng))];
@@ -54,7 +61,7 @@ std::vector<std::string> readFasta(const std::string& file) {
 
 std::vector<std::string> loadFamily() {
   if (const char* file = std::getenv("ZEMTRA_BENCH_FAMILY")) return readFasta(file);
-  if (std::ifstream(kSharedFamily).good()) return readFasta(kSharedFamily);
+  if (const std::string shared = sharedFamily(); std::ifstream(shared).good()) return readFasta(shared);
   return generate();
 }
 

@@ -13,7 +13,8 @@ namespace bench {
 std::vector<std::string> readFasta(const std::string& file);
 
 // Sequences of $ZEMTRA_BENCH_FAMILY, or of the shared 200 x 300 synthetic
-// family when that file exists, or 200 generated relatives of one random
+// family ($ZEMTRA_SHARED_BENCH, else ../shared/bench beside the source tree)
+// when that file exists, or 200 generated relatives of one random
 // 300-residue ancestor.
 std::vector<std::string> loadFamily();
 

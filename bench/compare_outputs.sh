@@ -5,7 +5,8 @@
 #   bench/compare_outputs.sh OLD_BIN_DIR NEW_BIN_DIR [FAMILY.fa ...]
 #
 # Each BIN_DIR holds karvo with its plug-in beside it. Without family files
-# the examples, the synthetic families of /work/shared/bench/synthetic up to
+# the examples, the synthetic families of $ZEMTRA_SHARED_BENCH/synthetic
+# (default ../shared/bench beside the repository) up to
 # 200 sequences and RANDOM_FAMILIES (default 100) random families of 3 to 40
 # rows (gaps, short and empty rows, both engines) are used. Prints one line
 # per difference and, at the end, how many runs and files were compared;
@@ -65,13 +66,13 @@ else
       done
     done
   done
-  syn=/work/shared/bench/synthetic
+  syn="${ZEMTRA_SHARED_BENCH:-$here/../shared/bench}/synthetic"
   for fam in syn_n0010_l0300 syn_n0050_l0300 syn_n0200_l0300 syn_n0020_l1000; do
     [ -f "$syn/$fam.fa" ] || continue
     compare "$fam" "$syn/$fam.fa"
     compare "$fam gap 10 pre 3" "$syn/$fam.fa" --gap 10 --prealigned 3
   done
-  /usr/bin/python3 - "$work/random" "${RANDOM_FAMILIES:-100}" <<'PY'
+  python3 - "$work/random" "${RANDOM_FAMILIES:-100}" <<'PY'
 import os, random, sys
 folder, count = sys.argv[1], int(sys.argv[2])
 os.makedirs(folder, exist_ok=True)

@@ -8,7 +8,7 @@ into the host's alignment, the worker thread, the log, rows and tables back
 into Python objects). Then checks rows and log against `karvo align` on the
 same file.
 
-  PYTHONPATH=build/python /usr/bin/python3 bench/python_overhead.py \\
+  PYTHONPATH=build/python python3 bench/python_overhead.py \\
       [--family FILE] [--karvo build/bin/karvo] [--repeat 7]
 """
 
@@ -41,7 +41,8 @@ def karvo_align(karvo, path):
 
 def main():
     ap = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
-    ap.add_argument("--family", default="/work/shared/bench/synthetic/syn_n0200_l0300.fa")
+    shared = Path(os.environ.get("ZEMTRA_SHARED_BENCH", ROOT.parent / "shared" / "bench"))
+    ap.add_argument("--family", default=str(shared / "synthetic" / "syn_n0200_l0300.fa"))
     ap.add_argument("--karvo", default=str(ROOT / "build" / "bin" / "karvo"))
     ap.add_argument("--repeat", type=int, default=7)
     args = ap.parse_args()

@@ -16,16 +16,11 @@ if(TARGET karvo)
   set_target_properties(karvo PROPERTIES SOVERSION 0)
 endif()
 
-# The headers the plug-in contract needs today, in one list: the contract
-# itself goes to include/zemtra/zemtra_plugin.h, the rest below
-# include/zemtra keeping their folders, the way the contract includes them.
-set(ZEMTRA_CONTRACT_HEADERS
-  run/run_interaction.h
-  run/zemtra_kv.h
-  tree/join_history.h
-  pairwise/engine_options.h
-  core/matrix.h
-  core/memory_size.h)
+# The headers the plug-in contract needs besides itself, in one list: the
+# contract goes to include/zemtra/zemtra_plugin.h, these below include/zemtra
+# keeping their folders, the way the contract includes them. The contract
+# needs nothing but the standard library and its own types.
+set(ZEMTRA_CONTRACT_HEADERS plugin/zemtra_types.h)
 # The host platform's headers (libkarvo_core, libkarvo_formats; libkarvo's
 # with the window), below include/karvo.
 set(KARVO_CORE_HEADERS host/alignment.h host/config.h host/file_io.h host/logger.h)

@@ -39,5 +39,9 @@ ExitHandler setExitHandler(ExitHandler handler);
 
 // An assertion that reports the failed expression, the source file name and
 // the full signature of the routine, whatever NDEBUG says.
-#define ZEMTRA_ASSERT(expr) \
-  ((expr) ? static_cast<void>(0) : __assert_fail(#expr, __FILE_NAME__, __LINE__, __PRETTY_FUNCTION__))
+#define ZEMTRA_ASSERT(expr) ZEMTRA_ASSERT_IN(__FILE_NAME__, expr)
+
+// The same naming the source file given, for routines whose reports name
+// the file of the phase they belong to.
+#define ZEMTRA_ASSERT_IN(file, expr) \
+  ((expr) ? static_cast<void>(0) : __assert_fail(#expr, file, __LINE__, __PRETTY_FUNCTION__))

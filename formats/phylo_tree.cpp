@@ -6,6 +6,8 @@
 #include <cmath>
 #include <numeric>
 
+#include "host/alignment.h"
+
 namespace KARVO {
 
 std::string xmlText(std::string_view text) {
@@ -278,6 +280,19 @@ PhyloTree runTree(const std::vector<std::pair<unsigned long, unsigned long>>& jo
     }
   }
   return tree;
+}
+
+PhyloTree runTree(const ZemtraRunReport& report, const Alignment& alignment) {
+  if (report.exchange != ExchangeOutcome::Rewritten || report.run.outcome != RunOutcome::Completed)
+    throw std::invalid_argument("the run did not finish");
+  std::vector<std::string> names;
+  names.reserve(report.sentRows.size());
+  for (const unsigned long row : report.sentRows) {
+    if (row >= alignment.sequenceCount()) throw std::invalid_argument("the run's rows are not the alignment's");
+    names.push_back(alignment.GetSeqName(row));
+  }
+  const JoinHistory& history = report.run.history;
+  return runTree(history.joins, history.distances, report.run.distance, names);
 }
 
 std::vector<int> leafOrder(const PhyloTree& tree) {

@@ -12,7 +12,11 @@
 #include <utility>
 #include <vector>
 
+#include "plugin/zemtra_plugin.h"
+
 namespace KARVO {
+
+class Alignment;
 
 struct PhyloNode {
   int parent = -1;                                           // -1 for the root
@@ -44,6 +48,13 @@ struct PhyloTree {
 PhyloTree runTree(const std::vector<std::pair<unsigned long, unsigned long>>& joins,
                   const std::vector<float>& joinDistances, const std::vector<float>& distance,
                   const std::vector<std::string>& names);
+
+// The same tree from a plug-in's report of a completed run: its join
+// history and distances, each leaf named after its host row in alignment
+// (report.sentRows). Every host builds the run's tree with this. Throws
+// std::invalid_argument when the report holds no completed run or names
+// rows the alignment does not have.
+PhyloTree runTree(const ZemtraRunReport& report, const Alignment& alignment);
 
 // The leaves from top to bottom (node indexes).
 std::vector<int> leafOrder(const PhyloTree& tree);

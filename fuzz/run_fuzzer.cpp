@@ -130,9 +130,6 @@ void checkResult(const RunCase& run, const std::vector<std::string>& before, con
 }
 
 void runOnce(const RunCase& run) {
-  // Read by the engine on its first use, which is in this child.
-  ::setenv("ZEMTRA_REFERENCE_ENGINE", run.reference ? "1" : "0", 1);
-  ::setenv("ZEMTRA_THREADS", run.twoThreads ? "2" : "1", 1);
   std::vector<KARVO::SequenceInfo> infos;
   for (std::size_t r = 0; r < run.rows.size(); ++r) infos.push_back({"sequence_" + std::to_string(r), ""});
   std::unique_ptr<Alignment> alignment = Alignment::fromRows(infos, run.rows);
@@ -147,6 +144,7 @@ void runOnce(const RunCase& run) {
   parameters.gap = run.gap;
   parameters.prealigned = run.prealigned;
   parameters.logName = "fuzz.log";
+  parameters.engine = {run.reference, run.twoThreads ? 2u : 1u};
   ExecuteWithParameters(*alignment, parameters, interaction, &report);
   checkResult(run, before, *alignment, report);
 }

@@ -53,7 +53,8 @@ void writeInPlace(const std::string& path, std::string_view data) {
 
 std::string randomSuffix() {
   static const char kChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-  static std::mt19937_64 engine{std::random_device{}()};
+  // One generator per thread: threads writing files at once share nothing.
+  thread_local std::mt19937_64 engine{std::random_device{}()};
   std::uniform_int_distribution<std::size_t> pick(0, sizeof kChars - 2);
   std::string suffix(10, ' ');
   for (char& c : suffix) c = kChars[pick(engine)];

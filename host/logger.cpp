@@ -13,13 +13,17 @@ namespace Logger {
 
 namespace {
 
-std::atomic<bool> verboseSet{false};
-
-bool verbose() {
-  if (verboseSet.load()) return true;
-  const char* env = std::getenv("KARVO_VERBOSE");
-  return env != nullptr && std::strcmp(env, "1") == 0;
+// KARVO_VERBOSE as the process started with it, until SetVerbose says
+// otherwise.
+std::atomic<bool>& verboseFlag() {
+  static std::atomic<bool> flag{[] {
+    const char* env = std::getenv("KARVO_VERBOSE");
+    return env != nullptr && std::strcmp(env, "1") == 0;
+  }()};
+  return flag;
 }
+
+bool verbose() { return verboseFlag().load(); }
 
 std::mutex& entryMutex() {
   static std::mutex mutex;
@@ -72,6 +76,6 @@ void BoundedText::append(std::string_view piece) {
   text_.append(piece);
 }
 
-void SetVerbose(bool verbose) { verboseSet.store(verbose); }
+void SetVerbose(bool verbose) { verboseFlag().store(verbose); }
 
 }  // namespace Logger

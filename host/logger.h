@@ -54,7 +54,8 @@ class BoundedText {
   std::string text_;
 };
 
-// Verbose mode is on after SetVerbose(true) or when KARVO_VERBOSE is "1".
+// Verbose mode copies every entry to standard error. It starts as
+// KARVO_VERBOSE says ("1": on), read once, and follows SetVerbose after.
 void SetVerbose(bool verbose);
 
 }  // namespace Logger

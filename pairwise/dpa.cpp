@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/diagnostics.h"
+#include "plugin/zemtra_types.h"
 
 namespace {
 
@@ -84,6 +85,7 @@ enum State { kDiag, kVert, kHorz };
 
 }  // namespace
 
+// The fill and the traceback share their state tables; the algorithm reads best whole.
 template <typename T>
 T fredman(T gap, const KARVO::Matrix<T>& S, Alignment& aln) {
   const unsigned long n = S.rows();
@@ -114,12 +116,12 @@ T fredman(T gap, const KARVO::Matrix<T>& S, Alignment& aln) {
   int pairs = 0;
   auto record = [&](long a, long b, unsigned char isPair, const char* fullMessage) {
     // A record without room (capacity 0) fails like a full one.
-    if (count >= aln.capacity) zemtra::fatalExit(fullMessage, 1);
+    if (count >= aln.capacity) zemtra::fatalExit(fullMessage, ZemtraExit::kPairedNoPosition);
     scratch.posA[count] = a;
     scratch.posB[count] = b;
     scratch.paired[count] = isPair;
     ++count;
-    if (count >= aln.capacity) zemtra::fatalExit(fullMessage, 1);
+    if (count >= aln.capacity) zemtra::fatalExit(fullMessage, ZemtraExit::kPairedNoPosition);
   };
 
   while (i > 0 && c > 0) {

@@ -3,7 +3,7 @@
 # pairwise/CMakeLists.txt; every SIMD file gets its own instruction-set flags
 # and is only called after a run-time CPU check.
 set(zemtra_fast_dir ${CMAKE_CURRENT_LIST_DIR})
-find_package(Threads REQUIRED)
+zemtra_require(Threads libc6-dev)
 add_library(zemtra_pairwise_fast STATIC
   ${zemtra_fast_dir}/engine_options.cpp
   ${zemtra_fast_dir}/fast_dp.cpp

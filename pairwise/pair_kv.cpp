@@ -2,6 +2,7 @@
 
 #include "core/diagnostics.h"
 #include "pairwise/dpa.h"
+#include "plugin/zemtra_types.h"
 
 namespace {}  // namespace
 
@@ -38,7 +39,8 @@ std::uint64_t pairKvBytes(unsigned long lenJ, unsigned long lenK) {
 
 void copy_kv(const unsigned long* members1, int count1, const unsigned long* members2, int count2, int alen,
              KARVO::Matrix<char>& seqs, const KARVO::Matrix<long>& path, unsigned long* len) {
-  if (seqs.cols() <= static_cast<unsigned long>(alen)) zemtra::fatalExit(nullptr, 666, "rows do not fit");
+  if (seqs.cols() <= static_cast<unsigned long>(alen))
+    zemtra::fatalExit(nullptr, ZemtraExit::kRowsDoNotFit, "rows do not fit");
 
   Array<char> buffer(static_cast<std::uint32_t>(alen + 1));
   auto rewrite = [&](const unsigned long* members, int count, const long* positions) {

@@ -20,6 +20,8 @@ class GivenParameters : public ParameterSource {
   ZemtraMethod method() const override { return parameters_.method; }
   int consistencyRounds() const override { return parameters_.consistencyRounds; }
   int refineIterations() const override { return parameters_.refineIterations; }
+  bool wantLogText() const override { return parameters_.wantLogText; }
+  ZemtraEngineSettings engine() const override { return parameters_.engine; }
 
  private:
   const ZemtraParameters& parameters_;
@@ -28,6 +30,8 @@ class GivenParameters : public ParameterSource {
 }  // namespace
 
 extern "C" {
+
+int ZemtraContractVersion() { return kZemtraContractVersion; }
 
 void Cleanup() {}
 
@@ -42,10 +46,8 @@ DebugOutputFn SetDebugOutput(DebugOutputFn output) { return zemtra::setDebugOutp
 
 ExitHandlerFn SetExitHandler(ExitHandlerFn handler) { return zemtra::setExitHandler(handler); }
 
-std::uint64_t EstimateRunMemory(unsigned long sequences, unsigned long width, unsigned threads) {
-  zemtra::EngineOptions engine = zemtra::defaultEngineOptions();
-  if (threads > 0) engine.threads = threads;
-  const std::uint64_t run = runMemoryNeed(sequences, RunInputs::columnsFor(width), width, engine);
+std::uint64_t EstimateRunMemory(unsigned long sequences, unsigned long width, const ZemtraEngineSettings& engine) {
+  const std::uint64_t run = runMemoryNeed(sequences, RunInputs::columnsFor(width), width, engineOptions(engine));
   return KARVO::bytesPlus(RunInputs::bytesFor(sequences, width), run);
 }
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "plugin/guide_tree.h"
 #include "run/consistency_run.h"
 #include "run/zemtra_kv.h"
 
@@ -20,18 +19,6 @@ bool hasResidueIn(const KARVO::Alignment& alignment, unsigned long row, const KA
   return false;
 }
 
-// The guide tree of a finished run: the recorded joins when the tree phase
-// ran, the single join of a two-sequence run otherwise.
-GuideTree runGuideTree(const RunDetails& details, std::size_t runRows) {
-  const JoinHistory& history = details.history;
-  if (!history.joins.empty() || !history.families.empty()) {
-    if (history.families.empty()) return {};
-    return buildGuideTree(history.joins, history.families.front());
-  }
-  if (runRows == 2 && details.outcome == RunOutcome::Completed) return buildGuideTree({{0, 1}}, {1, 2});
-  return {};
-}
-
 // The progressive run: the range packed into the run's matrices, rows at
 // most twice the range width.
 std::vector<std::string> progressiveRows(const KARVO::Alignment& alignment, const KARVO::ColumnRange& range,
@@ -42,7 +29,7 @@ std::vector<std::string> progressiveRows(const KARVO::Alignment& alignment, cons
   interaction.debugMessage("Do the real thing");
   bool ok = false;
   zemtra_kv(interaction, &ok, log, inputs.len.data(), inputs.nres.data(), inputs.names, inputs.seqs, sent.fixed,
-            parameters.matNo(), parameters.gapPenalty(), &details, zemtra::defaultEngineOptions());
+            parameters.matNo(), parameters.gapPenalty(), &details, engineOptions(parameters.engine()));
   interaction.debugMessage("Re-alignment by Zemtra done, returning results");
   return resultRows(inputs.seqs, sent.rows, sequenceCount(alignment), inputs.len[0]);
 }
@@ -58,7 +45,7 @@ std::vector<std::string> consistencyRows(const KARVO::Alignment& alignment, cons
   input.fixed = sent.fixed;
   input.consistencyRounds = parameters.consistencyRounds();
   input.refineIterations = parameters.refineIterations();
-  input.threads = zemtra::threadCount(zemtra::defaultEngineOptions());
+  input.threads = zemtra::threadCount(engineOptions(parameters.engine()));
   interaction.debugMessage("Do the real thing");
   ConsistencyRunOutput output = consistencyRun(interaction, log, input, details);
   interaction.debugMessage("Re-alignment by Zemtra done, returning results");
@@ -72,6 +59,13 @@ std::vector<std::string> consistencyRows(const KARVO::Alignment& alignment, cons
 }
 
 }  // namespace
+
+zemtra::EngineOptions engineOptions(const ZemtraEngineSettings& settings) {
+  zemtra::EngineOptions options;
+  options.reference = settings.reference;
+  options.threads = settings.threads;
+  return options;
+}
 
 SentRows selectSentRows(const KARVO::Alignment& alignment, const KARVO::ColumnRange& range, unsigned long prealigned) {
   const unsigned long count = sequenceCount(alignment);
@@ -147,7 +141,6 @@ std::vector<std::string> resultRows(const KARVO::Matrix<char>& seqs, const std::
 bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters, RunInteraction& interaction,
                        ZemtraRunReport* report) {
   ZemtraRunReport unused;
-  unused.wantTree = false;
   ZemtraRunReport& out = report != nullptr ? *report : unused;
 
   const unsigned long count = sequenceCount(alignment);
@@ -191,7 +184,7 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
   log.folder = parameters.logFolder();
   log.name = parameters.logName();
   log.writeFile = parameters.writeLogFile();
-  if (out.wantLogText) log.text = &out.logText;
+  if (parameters.wantLogText()) log.text = &out.logText;
 
   RunDetails details;
   const std::vector<std::string> rows =
@@ -201,11 +194,6 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
   alignment.rearrange(range, rows);
   alignment.stripGapCols({0, alignment.columnCount()});
 
-  if (out.wantTree) {
-    GuideTree tree = runGuideTree(details, sent.rows.size());
-    out.tree = std::move(tree.nodes);
-    out.treeRoot = tree.root;
-  }
   out.run = std::move(details);
   out.exchange = ExchangeOutcome::Rewritten;
 

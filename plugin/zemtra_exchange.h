@@ -8,8 +8,8 @@
 
 #include "core/matrix.h"
 #include "host/alignment.h"
+#include "pairwise/engine_options.h"
 #include "plugin/zemtra_plugin.h"
-#include "run/run_interaction.h"
 
 // Where the run parameters come from: the dialog, or a host without windows.
 class ParameterSource {
@@ -35,6 +35,10 @@ class ParameterSource {
   virtual ZemtraMethod method() const { return ZemtraMethod::Progressive; }
   virtual int consistencyRounds() const { return ZemtraParameters{}.consistencyRounds; }
   virtual int refineIterations() const { return ZemtraParameters{}.refineIterations; }
+  // True: the report keeps the complete log text.
+  virtual bool wantLogText() const { return false; }
+  // The engine and thread count the run uses.
+  virtual ZemtraEngineSettings engine() const = 0;
 };
 
 // The number of sequences as the plug-in counts them: the entries of the
@@ -83,6 +87,9 @@ std::vector<std::string> rangeTexts(const KARVO::Alignment& alignment, const KAR
 
 // The exchange with the parameters from the dialog and the run's Qt dialogs.
 bool doZemtra(KARVO::Alignment& alignment);
+
+// The engine options of a host's settings.
+zemtra::EngineOptions engineOptions(const ZemtraEngineSettings& settings);
 
 // The whole exchange of one call: asks the parameters, sends the selected
 // range through the run of the method they name and writes the result back

@@ -4,6 +4,7 @@
 #include <QDialog>
 #include <QFile>
 #include <QtGlobal>
+#include <cstdlib>
 #include <memory>
 
 #include "core/diagnostics.h"
@@ -26,9 +27,14 @@ class DialogParameters : public ParameterSource {
   int matNo() const override { return dialog_->getMatNo(); }
   int gapPenalty() const override { return dialog_->getGapPenalty(); }
   std::string logName() const override { return QFile::encodeName(dialog_->getLogfileName()).toStdString(); }
+  // A windowed host passes no parameters, so the settings come from the
+  // environment, read once per call.
+  ZemtraEngineSettings engine() const override { return engine_; }
 
  private:
   std::unique_ptr<ZemtraDialog> dialog_;
+  const ZemtraEngineSettings engine_ =
+      zemtraEngineSettingsFrom(std::getenv("ZEMTRA_REFERENCE_ENGINE"), std::getenv("ZEMTRA_THREADS"));
 };
 
 void toQtDebug(const char* text) { qDebug("%s", text); }
@@ -50,7 +56,6 @@ bool doZemtra(KARVO::Alignment& alignment) {
   QtRunInteraction interaction;
   // A fresh report for every call; the previous one stays valid until here.
   lastReport = std::make_unique<ZemtraRunReport>();
-  lastReport->wantTree = false;
   return exchangeAlignment(alignment, parameters, interaction, lastReport.get());
 }
 

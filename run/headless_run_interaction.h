@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "run/run_interaction.h"
+#include "plugin/zemtra_types.h"
 
 class HeadlessRunInteraction : public RunInteraction {
  public:

@@ -8,8 +8,7 @@
 
 #include "core/matrix.h"
 #include "pairwise/engine_options.h"
-#include "run/run_interaction.h"
-#include "tree/join_history.h"
+#include "plugin/zemtra_types.h"
 
 // The working storage of one run, allocated once at its largest size and
 // reused by every alignment of the run.

@@ -18,6 +18,7 @@
 #include "pairwise/fast_measures.h"
 #include "pairwise/measures.h"
 #include "pairwise/pair_kv.h"
+#include "plugin/zemtra_types.h"
 
 namespace {
 
@@ -252,7 +253,7 @@ bool pairsAhead(const RunInput& input, RunStorage& storage, RunProgress& progres
     const unsigned long offset = k - chunk.firstK;
     if (chunk.pairless != nullptr && offset == chunk.pairlessAt) {
       pairs.stop();
-      zemtra::fatalExit(chunk.pairless, 1);
+      zemtra::fatalExit(chunk.pairless, ZemtraExit::kPairedNoPosition);
     }
     // The tables already hold the pair; storage.alen is read only after a
     // row ends, so setting it at a chunk's last pair is enough.

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "run/run_interaction.h"
+#include "plugin/zemtra_types.h"
 
 class QProgressDialog;
 

@@ -66,13 +66,6 @@ double secondsSince(std::chrono::steady_clock::time_point start) {
 
 void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName, unsigned long* len,
                unsigned long* nres, const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed,
-               int matNo, int gap, RunDetails* details) {
-  zemtra_kv(interaction, ok, logName, len, nres, names, seqs, fixed, matNo, gap, details,
-            zemtra::defaultEngineOptions());
-}
-
-void zemtra_kv(RunInteraction& interaction, bool* ok, const std::string& logName, unsigned long* len,
-               unsigned long* nres, const KARVO::Matrix<char>& names, KARVO::Matrix<char>& seqs, unsigned int fixed,
                int matNo, int gap, RunDetails* details, const zemtra::EngineOptions& engine) {
   RunLogOptions log;
   log.name = logName;

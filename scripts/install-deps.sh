@@ -4,17 +4,20 @@
 set -euo pipefail
 
 packages=(
-  g++ cmake make pkg-config python3
-  python3-pytest python3-biopython
-  qt6-base-dev
-  zlib1g-dev
-  libgtest-dev libgmock-dev
-  libbenchmark-dev
-  libcli11-dev
-  xvfb xauth fonts-dejavu-core
-  python3-pytest python3-biopython python3-numpy librsvg2-bin
+  # build
+  g++ cmake make pkg-config
+  zlib1g-dev libcli11-dev qt6-base-dev
+  # tests: GoogleTest, the window's screenshots (offscreen, no X server),
+  # the read-back checks, the SVG renderer, the format check
+  libgtest-dev libgmock-dev fonts-dejavu-core
+  python3 python3-pytest python3-biopython python3-numpy librsvg2-bin clang-format
+  # sanitizer and fuzzer builds
   clang libclang-rt-14-dev llvm
-  python3-dev pybind11-dev python3-pytest python3-biopython python3-numpy python3-venv python3-pip
+  # the Python module and its installation into a virtual environment
+  python3-dev pybind11-dev python3-venv python3-pip
+  # benchmarks
+  libbenchmark-dev
+  # installing and packaging: packages, manual pages, the workflow
   dpkg-dev file man-db lintian snakemake
 )
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # The test command: installs what is missing, then
+#  0. checks that every C++ file is formatted as .clang-format says;
 #  1. builds (Release, warnings as errors) and runs every test;
 #  2. builds again with clang, AddressSanitizer and UndefinedBehaviorSanitizer
 #     (build-asan/, which also holds the fuzzers) and runs every test there
@@ -12,6 +13,7 @@
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 "$root/scripts/install-deps.sh"
+"$root/scripts/check-format.sh"
 "$root/scripts/build.sh" -DZEMTRA_WERROR=ON
 build="${ZEMTRA_BUILD_DIR:-$root/build}"
 (cd "$build" && ctest --output-on-failure -j "$(nproc)")

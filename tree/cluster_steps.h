@@ -24,3 +24,13 @@ struct ClosestPair {
 // The pair with the smallest cluster distance; ties go to the earliest pair in
 // row-major order, and (1, 2) wins when nothing is strictly below it.
 ClosestPair findClosestPair(unsigned long ns, const KARVO::Matrix<float>& pro);
+
+// No family row holds the sequence.
+constexpr unsigned long kNoFamily = ~0UL;
+
+// Number of members of a family row: the cells before its terminating 0, at
+// most limit.
+unsigned long familySize(const KARVO::Matrix<unsigned long>& family, unsigned long row, unsigned long limit);
+
+// The live family of a sequence: the lowest row that holds it, or kNoFamily.
+unsigned long liveFamily(const KARVO::Matrix<unsigned long>& family, unsigned long sequence);

@@ -113,7 +113,9 @@ void ClusterTracker::rowGrew(const Matrix<unsigned long>& family, unsigned long 
   for (unsigned long other = 1; other <= ns_; ++other) {
     const Cluster& c = clusters_[other];
     if (!c.active || other == id) continue;
-    const float d = c.row == kSingle ? sums[other] / size : familyDistance(family, row, members, c.row, c.size);
+    // The mean over the size x c.size member pairs.
+    const float d = c.row == kSingle ? sums[other] / (size * static_cast<float>(c.size))
+                                     : familyDistance(family, row, members, c.row, c.size);
     setDistance(id, other, d);
   }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/diagnostics.h"
+#include "plugin/zemtra_types.h"
 
 void CreateTree2(TreeNode** root, unsigned long** joins, int nJoins, unsigned long** family) {
   // Without a leaf there is nothing to hang a tree on.
@@ -71,7 +72,7 @@ void CreateTree2(TreeNode** root, unsigned long** joins, int nJoins, unsigned lo
 
 void memerror(const char* where) {
   const std::string text = std::string("\n\nOut of memory ") + where + ".\n\n";
-  zemtra::fatalExit(text.c_str(), 1, "out of memory in the tree builder");
+  zemtra::fatalExit(text.c_str(), ZemtraExit::kTreeOutOfMemory, "out of memory in the tree builder");
 }
 
 void freeTree(TreeNode* root) {

@@ -22,9 +22,7 @@ namespace karvo_gui {
 namespace {
 
 std::vector<std::string> pluginDirs(const GuiOptions& options) {
-  const char* pathVariable = std::getenv("KARVO_PLUGIN_PATH");
-  return karvo_app::pluginSearchDirs(
-      {options.pluginDir, pathVariable != nullptr ? pathVariable : "", karvo_app::executableDir()});
+  return karvo_app::pluginSearchDirs({options.pluginDir, karvo_app::pluginPathVariable(), karvo_app::executableDir()});
 }
 
 void printError(const QString& title, const QString& text) {

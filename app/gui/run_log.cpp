@@ -17,7 +17,7 @@ const std::string& hostLogText() {
 }
 
 std::string reportedRunLog(const karvo_app::LoadedPlugin& plugin) {
-  const auto lastReport = reinterpret_cast<LastRunReportFn>(plugin.symbol("LastRunReport"));
+  const LastRunReportFn lastReport = plugin.lastRunReport();
   const ZemtraRunReport* report = lastReport != nullptr ? lastReport() : nullptr;
   if (report == nullptr || report->exchange != ExchangeOutcome::Rewritten || !report->run.logWritten) return {};
   return report->run.logPath;

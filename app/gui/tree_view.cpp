@@ -24,15 +24,8 @@ QString lengthText(double length) { return QString::number(length, 'g', 6); }
 }  // namespace
 
 RunGuideTree guideTreeOfRun(const ZemtraRunReport& report, const KARVO::Alignment& alignment) {
-  if (report.exchange != ExchangeOutcome::Rewritten || report.run.outcome != RunOutcome::Completed) return {};
-  std::vector<std::string> names;
-  for (const unsigned long row : report.sentRows) {
-    if (row >= alignment.sequenceCount()) return {};
-    names.push_back(alignment.GetSeqName(row));
-  }
-  const JoinHistory& history = report.run.history;
   try {
-    return {KARVO::runTree(history.joins, history.distances, report.run.distance, names), report.sentRows};
+    return {KARVO::runTree(report, alignment), report.sentRows};
   } catch (const std::invalid_argument&) {
     return {};
   }

@@ -54,7 +54,7 @@ MainWindow::RunOutcome MainWindow::runPlugin(int index) {
       const bool changed = execute(alignment);
       results.logPath = reportedRunLog(plugin);
       // The report of the run, from plug-ins that keep one.
-      if (const auto last = reinterpret_cast<LastRunReportFn>(plugin.symbol("LastRunReport"))) {
+      if (const LastRunReportFn last = plugin.lastRunReport()) {
         if (const ZemtraRunReport* runReport = last(); runReport != nullptr && changed)
           tree = guideTreeOfRun(*runReport, alignment).tree;
       }
@@ -87,10 +87,10 @@ MainWindow::RunOutcome MainWindow::runConsistency(int index, const ConsistencySe
     return {[execute, settings](KARVO::Alignment& alignment, RunResults& results, KARVO::PhyloTree& tree) {
       QtRunInteraction interaction;
       ZemtraRunReport runReport;
-      runReport.wantTree = false;  // an allocation failure stays catchable
-      runReport.wantLogText = true;
+      ZemtraParameters parameters = consistencyParameters(settings);
+      parameters.wantLogText = true;
       const unsigned long first = alignment.selection.first;
-      const bool changed = execute(alignment, consistencyParameters(settings), interaction, &runReport);
+      const bool changed = execute(alignment, parameters, interaction, &runReport);
       results.logText = runReport.logText;
       if (runReport.run.logWritten) results.logPath = runReport.run.logPath;
       if (!changed) return false;

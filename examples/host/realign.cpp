@@ -47,7 +47,6 @@ int realign(const std::string& file, const std::string& pluginFolder) {
   parameters.writeLogFile = false;
   SilentInteraction interaction;
   ZemtraRunReport report;
-  report.wantTree = false;
   execute(*alignment, parameters, interaction, &report);
   if (report.exchange != ExchangeOutcome::Rewritten) {
     std::cerr << "realign: " << file << ": nothing to re-align\n";

@@ -11,6 +11,7 @@
 #include "pairwise/pair_kv.h"
 #include "pairwise/simd/dispatch.h"
 #include "pairwise/simd/workspace.h"
+#include "plugin/zemtra_types.h"
 #include "scoring/scomat.h"
 
 namespace zemtra {
@@ -189,7 +190,7 @@ class RowAligner {
       simd::Tracer& t = tracers_[p];
       t.tails();
       if (t.result.full != nullptr) {
-        if (!req_.reportPairless) zemtra::fatalExit(t.result.full, 1);
+        if (!req_.reportPairless) zemtra::fatalExit(t.result.full, ZemtraExit::kPairedNoPosition);
         onPair_({req_.j, k, scores_[p], 0, t.result.full});
         continue;
       }

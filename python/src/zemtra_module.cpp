@@ -21,11 +21,11 @@
 #include <thread>
 #include <vector>
 
-#include "host/alignment.h"
 #include "formats/alignment_formats.h"
 #include "formats/alignment_io.h"
-#include "host/file_io.h"
 #include "formats/phylo_tree.h"
+#include "host/alignment.h"
+#include "host/file_io.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/matrix_names.h"
 
@@ -58,10 +58,15 @@ const bool exitHandlerInstalled = [] {
 // ---------------------------------------------------------------------------
 // The run log: no file is written, the plug-in hands the text back.
 
-void prepareLog(ZemtraParameters& parameters, ZemtraRunReport& report) {
+void prepareLog(ZemtraParameters& parameters) {
   parameters.writeLogFile = false;
-  report.wantLogText = true;
+  parameters.wantLogText = true;
 }
+
+// The engine settings of this process, from ZEMTRA_REFERENCE_ENGINE and
+// ZEMTRA_THREADS as they were when the module was imported.
+const ZemtraEngineSettings engineSettings =
+    zemtraEngineSettingsFrom(std::getenv("ZEMTRA_REFERENCE_ENGINE"), std::getenv("ZEMTRA_THREADS"));
 
 std::string collectLog(ZemtraRunReport& report) { return std::move(report.logText); }
 
@@ -241,11 +246,9 @@ class HostAlignment {
       throw py::value_error("unknown method " + method);
     }
     const unsigned long firstColumn = firstColumnAfterRun(*alignment_, first);
+    parameters.engine = engineSettings;
+    prepareLog(parameters);
     ZemtraRunReport report;
-    // The tree comes from the host's tree module, with the join distances;
-    // the plug-in's own drawable tree is not needed.
-    report.wantTree = false;
-    prepareLog(parameters, report);
 
     const CallResult call = callPlugin(*alignment_, parameters, report, progress);
     py::dict out;
@@ -290,11 +293,7 @@ class HostAlignment {
  private:
   // The guide tree of the run in Newick, named after the rows that took part.
   std::string runNewick(const ZemtraRunReport& report) const {
-    std::vector<std::string> names;
-    names.reserve(report.sentRows.size());
-    for (const unsigned long row : report.sentRows) names.push_back(alignment_->GetSeqName(row));
-    const JoinHistory& history = report.run.history;
-    std::string text = KARVO::toNewick(KARVO::runTree(history.joins, history.distances, report.run.distance, names));
+    std::string text = KARVO::toNewick(KARVO::runTree(report, *alignment_));
     if (!text.empty() && text.back() == '\n') text.pop_back();  // a file's line end, not part of the tree
     return text;
   }
@@ -353,6 +352,11 @@ void writeFileAtomically(const std::string& path, const py::bytes& data) {
 
 PYBIND11_MODULE(_zemtra, module) {
   module.doc() = "The zemtra engine itself; use the functions of the zemtra package.";
+  if (ZemtraContractVersion() != kZemtraContractVersion) {
+    throw py::import_error("the zemtra plug-in library speaks contract version " +
+                           std::to_string(ZemtraContractVersion()) + ", this module version " +
+                           std::to_string(kZemtraContractVersion) + ": reinstall the package");
+  }
 
   py::class_<HostAlignment>(module, "HostAlignment")
       .def(py::init<const std::vector<std::string>&, const std::vector<std::string>&>(), py::arg("names"),

@@ -44,6 +44,8 @@ class CancelAtStep : public RunInteraction {
 
 extern "C" {
 
+int ZemtraContractVersion() { return reinterpret_cast<ZemtraContractVersionFn>(real("ZemtraContractVersion"))(); }
+
 bool ExecuteWithParameters(KARVO::Alignment& alignment, const ZemtraParameters& parameters, RunInteraction& interaction,
                            ZemtraRunReport* report) {
   if (std::getenv("SHIM_OUT_OF_MEMORY") != nullptr) throw std::bad_alloc();

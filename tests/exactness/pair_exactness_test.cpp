@@ -22,6 +22,7 @@
 #include "pairwise/group_profile.h"
 #include "pairwise/measures.h"
 #include "pairwise/pair_kv.h"
+#include "plugin/zemtra_plugin.h"
 #include "scoring/scomat.h"
 #include "tests/support/working_rows.h"
 
@@ -477,12 +478,12 @@ TEST(EngineChoices, LevelsAndOptions) {
       EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx2, 2900, 2900), SimdLevel::kSse2);
     }
   }
-  EXPECT_TRUE(zemtra::engineOptionsFrom("1", nullptr).reference);
+  EXPECT_TRUE(zemtraEngineSettingsFrom("1", nullptr).reference);
   for (const char* off : {"0", "yes", static_cast<const char*>(nullptr)})
-    EXPECT_FALSE(zemtra::engineOptionsFrom(off, nullptr).reference);
-  EXPECT_EQ(3u, zemtra::engineOptionsFrom(nullptr, "3").threads);
+    EXPECT_FALSE(zemtraEngineSettingsFrom(off, nullptr).reference);
+  EXPECT_EQ(3u, zemtraEngineSettingsFrom(nullptr, "3").threads);
   for (const char* bad : {"0", "-2", "2x", "", " 2", "100000"})
-    EXPECT_EQ(0u, zemtra::engineOptionsFrom(nullptr, bad).threads) << bad;
+    EXPECT_EQ(0u, zemtraEngineSettingsFrom(nullptr, bad).threads) << bad;
   EXPECT_GE(zemtra::threadCount({}), 1u);
   EXPECT_EQ(5u, zemtra::threadCount({false, 5}));
 }

@@ -7,7 +7,6 @@
 #include <QLineEdit>
 #include <QSpinBox>
 
-#include "plugin/guide_tree.h"
 #include "plugin/zemtra_dialog.h"
 #include "scoring/scomat.h"
 
@@ -56,40 +55,6 @@ TEST(ZemtraDialog, MatrixListFollowsTheScoringTables) {
   for (int i = 0; i < matrices.count(); ++i) EXPECT_EQ(matrices.itemText(i), QString::fromLatin1(ScoMat::m_names[i]));
   matrices.setCurrentIndex(matrices.findText(QStringLiteral("TEST MATRIX")));
   EXPECT_EQ(dialog.getMatNo(), 14);
-}
-
-namespace {
-const GuideTreeNode& nodeAt(const GuideTree& tree, int index) { return tree.nodes.at(static_cast<std::size_t>(index)); }
-}  // namespace
-
-TEST(GuideTree, TwoSequencesMakeOneJoinOverTwoLeaves) {
-  const GuideTree tree = buildGuideTree({{0, 1}}, {1, 2});
-  ASSERT_EQ(tree.nodes.size(), 3u);
-  const GuideTreeNode& root = nodeAt(tree, tree.root);
-  EXPECT_EQ(root.size, 2);
-  EXPECT_EQ(root.index, -1);
-  EXPECT_EQ(nodeAt(tree, root.left).index, 0);
-  EXPECT_EQ(nodeAt(tree, root.right).index, 1);
-  EXPECT_FLOAT_EQ(root.x, 1.5f);
-}
-
-TEST(GuideTree, PrealignedBlockBecomesAChainFromTheFirstSequence) {
-  // Sequences 1 to 3 prealigned, then sequence 4 joined to the block.
-  const GuideTree tree = buildGuideTree({{0, 1}, {0, 2}, {0, 3}}, {1, 2, 3, 4});
-  ASSERT_EQ(tree.nodes.size(), 7u);
-  const GuideTreeNode* node = &nodeAt(tree, tree.root);
-  for (long rightLeaf = 3; rightLeaf >= 1; --rightLeaf) {
-    EXPECT_EQ(nodeAt(tree, node->right).index, rightLeaf);
-    EXPECT_EQ(node->size, rightLeaf + 1);
-    node = &nodeAt(tree, node->left);
-  }
-  EXPECT_EQ(node->index, 0);
-}
-
-TEST(GuideTree, OrderThatDoesNotFitTheJoinsGivesNoTree) {
-  EXPECT_EQ(buildGuideTree({{0, 1}}, {1, 2, 3}).root, -1);
-  EXPECT_TRUE(buildGuideTree({{0, 1}}, {1, 3}).nodes.empty());
-  EXPECT_TRUE(buildGuideTree({{0, 2}}, {1, 2}).nodes.empty());
 }
 
 }  // namespace

@@ -14,12 +14,13 @@
 #include <thread>
 #include <variant>
 
-#include "host/alignment.h"
 #include "formats/alignment_io.h"
+#include "host/alignment.h"
 #include "pairwise/dpa.h"
 #include "plugin/zemtra_plugin.h"
 #include "run/headless_run_interaction.h"
 #include "tests/support/alignment_rows.h"
+#include "tree/tree_rt.h"
 
 namespace {
 
@@ -64,6 +65,22 @@ std::string fredmanExit(KARVO::Matrix<int>& matrix, Alignment& room) {
   return {};
 }
 
+// The same for the drawable tree builder over three sequences.
+std::string treeBuilderExit() {
+  unsigned long joinRows[2][2] = {{0, 1}, {0, 2}};
+  unsigned long* joins[2] = {joinRows[0], joinRows[1]};
+  unsigned long order[3] = {1, 2, 3};
+  unsigned long* family[1] = {order};
+  TreeNode* root = nullptr;
+  try {
+    CreateTree2(&root, joins, 2, family);
+  } catch (const EngineExit& exit) {
+    return exit.reason;
+  }
+  freeTree(root);
+  return {};
+}
+
 class ExitHandlerTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -76,14 +93,14 @@ class ExitHandlerTest : public ::testing::Test {
   }
 
   // One call; the rows afterwards, or the engine's exit it threw.
-  std::variant<std::vector<std::string>, EngineExit> run(KARVO::Alignment& alignment, int matNo, int gap,
-                                                         bool wantTree = false) {
+  // The pairwise phase runs on three worker threads.
+  std::variant<std::vector<std::string>, EngineExit> run(KARVO::Alignment& alignment, int matNo, int gap) {
     ZemtraParameters parameters;
     parameters.matNo = matNo;
     parameters.gap = gap;
     parameters.logFolder = folder_.string();
+    parameters.engine.threads = 3;
     ZemtraRunReport report;
-    report.wantTree = wantTree;
     HeadlessRunInteraction interaction;
     interaction.answerOverwrite = [](const std::string&) { return true; };
     try {
@@ -95,8 +112,8 @@ class ExitHandlerTest : public ::testing::Test {
     return ztest::rowsOf(alignment);
   }
 
-  void expectExit(KARVO::Alignment& alignment, int matNo, int gap, bool wantTree, int status, const char* reason) {
-    const auto result = run(alignment, matNo, gap, wantTree);
+  void expectExit(KARVO::Alignment& alignment, int matNo, int gap, int status, const char* reason) {
+    const auto result = run(alignment, matNo, gap);
     ASSERT_TRUE(std::holds_alternative<EngineExit>(result)) << reason;
     EXPECT_EQ(std::get<EngineExit>(result).status, status);
     EXPECT_EQ(std::get<EngineExit>(result).reason, reason);
@@ -109,27 +126,27 @@ class ExitHandlerTest : public ::testing::Test {
 };
 
 TEST_F(ExitHandlerTest, EveryExitReachesTheHostAndLaterRunsAreUnaffected) {
-  // Read once, at the first run: the pairwise phase on worker threads.
-  setenv("ZEMTRA_THREADS", "3", 1);
   const std::vector<std::string> globins{"MVLSPADKTNVKAAWGKVGAHAGEYGAEALERMFLSFPTTKTYFPHF",
                                          "MVHLTPEEKSAVTALWGKVNVDEVGGEALGRLLVVYPWTQRFFESFGDL",
                                          "MVLSEGEWQLVLHVWAKVEADVAGHGQDILIRLFKSHPETLEKFDRV"};
-  const auto before = run(*alignmentOf(globins), 0, 40, true);
+  const auto before = run(*alignmentOf(globins), 0, 40);
   ASSERT_TRUE(std::holds_alternative<std::vector<std::string>>(before));
 
   // 'A' against 'W' scores below zero under matrix 14: the pair aligns
   // nothing, on the calling thread with two sequences and on the pairwise
   // phase's worker threads with more.
-  expectExit(*alignmentOf({"A", "W"}), 14, 40, false, 1, "gap A");
-  expectExit(*alignmentOf({"A", "A", "W", "A", "A", "A"}), 14, 40, false, 1, "gap A");
+  expectExit(*alignmentOf({"A", "W"}), 14, 40, ZemtraExit::kPairedNoPosition, "gap A");
+  expectExit(*alignmentOf({"A", "A", "W", "A", "A", "A"}), 14, 40, ZemtraExit::kPairedNoPosition, "gap A");
 
   const auto tooWide = KARVO::readAlignmentFile(ZEMTRA_SOURCE_DIR "/tests/badinput/data/rows_do_not_fit.fa");
   tooWide->selection = {0, tooWide->columnCount()};
-  expectExit(*tooWide, 14, 0, false, 666, "rows do not fit");
+  expectExit(*tooWide, 14, 0, ZemtraExit::kRowsDoNotFit, "rows do not fit");
 
-  // Three leaves are made, the first inner node is not.
+  // The drawable tree builder: three leaves are made, the first inner node
+  // is not.
   nothrowLeft = 3;
-  expectExit(*alignmentOf(globins), 0, 40, true, 1, "out of memory in the tree builder");
+  EXPECT_EQ(treeBuilderExit(), "out of memory in the tree builder");
+  nothrowLeft = -1;
 
   // No run reaches these two: the alignments of a run have room for every
   // position and fill it only when nothing is paired, which ends in "gap A".
@@ -144,7 +161,7 @@ TEST_F(ExitHandlerTest, EveryExitReachesTheHostAndLaterRunsAreUnaffected) {
   twoRows[1][0] = 5;
   EXPECT_EQ(fredmanExit(twoRows, lastRowLeft), "gap B");
 
-  const auto after = run(*alignmentOf(globins), 0, 40, true);
+  const auto after = run(*alignmentOf(globins), 0, 40);
   ASSERT_TRUE(std::holds_alternative<std::vector<std::string>>(after));
   EXPECT_EQ(std::get<std::vector<std::string>>(after), std::get<std::vector<std::string>>(before));
 }
@@ -161,8 +178,8 @@ TEST_F(ExitHandlerTest, RunsOnTwoThreadsAtOnceDoNotMeet) {
     parameters.gap = gap;
     parameters.logFolder = folder.string();
     parameters.writeLogFile = toFile;
+    parameters.wantLogText = true;
     ZemtraRunReport report;
-    report.wantLogText = true;
     HeadlessRunInteraction interaction;
     EXPECT_TRUE(ExecuteWithParameters(*alignment, parameters, interaction, &report));
     EXPECT_EQ(report.run.logWritten, toFile);

@@ -227,27 +227,26 @@ TEST_F(PluginHost, KeptLogWritesBackThePackedRowsAndStripsAllGapColumns) {
   EXPECT_EQ(report_.run.outcome, RunOutcome::OverwriteRefused);
   EXPECT_EQ(report_.sentRows, (std::vector<unsigned long>{0, 1, 3}));
   EXPECT_EQ(report_.fixed, 0u);
-  EXPECT_TRUE(report_.tree.empty());
   EXPECT_EQ(interaction_.debugMessages(),
             (std::vector<std::string>{"Calculating Zemtra.", "Prepare data for ZEMTRA.", "Do the real thing", "Cancel",
                                       "Re-alignment by Zemtra done, returning results", "DECRYPT ready"}));
   EXPECT_TRUE(debugLines().isEmpty());
 }
 
-TEST_F(PluginHost, TreePhaseGivesOneLeafPerSentRow) {
+TEST_F(PluginHost, TreePhaseJoinsEverySentRow) {
   auto alignment = alignmentOf({"ACDEFG", "------", "ACDFG-", "AKDEFG"});
   ZemtraParameters parameters;
   parameters.logName = "three.log";
   ASSERT_TRUE(withParameters(*alignment, parameters));
   EXPECT_EQ(report_.run.outcome, RunOutcome::Completed);
   EXPECT_TRUE(QFile::exists(logPath("three.log")));
-  ASSERT_EQ(report_.tree.size(), 5u);
-  EXPECT_EQ(report_.tree[static_cast<std::size_t>(report_.treeRoot)].size, 3);
-  std::vector<long> leaves;
-  for (const GuideTreeNode& node : report_.tree)
-    if (node.index >= 0) leaves.push_back(node.index);
-  std::sort(leaves.begin(), leaves.end());
-  EXPECT_EQ(leaves, (std::vector<long>{0, 1, 2}));
+  // Two joins over the three run rows, the last one taking in every row.
+  const JoinHistory& history = report_.run.history;
+  ASSERT_EQ(history.joins.size(), 2u);
+  ASSERT_EQ(history.families.size(), 1u);
+  std::vector<unsigned long> order = history.families.front();
+  std::sort(order.begin(), order.end());
+  EXPECT_EQ(order, (std::vector<unsigned long>{1, 2, 3}));
 }
 
 TEST_F(PluginHost, PrealignedCountAboveTheSequenceCountTakesEveryRow) {

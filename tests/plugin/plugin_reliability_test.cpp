@@ -50,7 +50,6 @@ class PluginReliability : public ::testing::Test {
     ZemtraParameters parameters;
     parameters.logName = logName.toStdString();
     ZemtraRunReport report;
-    report.wantTree = false;
     HeadlessRunInteraction interaction;
     interaction.answerOverwrite = [](const std::string&) { return true; };
     const bool rewritten = execute_(*alignment, parameters, interaction, &report);
@@ -143,7 +142,7 @@ TEST_F(PluginReliability, AllocationFailureAnywhereReachesTheHostWithEverythingR
 }
 
 // The plug-in's estimate of a run bounds what the run really holds at its
-// peak, for each engine the environment can choose.
+// peak.
 TEST_F(PluginReliability, MemoryEstimateBoundsTheRunsPeak) {
   const auto estimate = ztest::pluginEntry<EstimateRunMemoryFn>("EstimateRunMemory");
   ASSERT_NE(estimate, nullptr);
@@ -156,13 +155,12 @@ TEST_F(PluginReliability, MemoryEstimateBoundsTheRunsPeak) {
   }
   ASSERT_TRUE(runOnce());  // fills first-use caches
   auto alignment = ztest::alignmentOf(rows, "s");
-  const std::uint64_t need = estimate(24, 300, 0);
+  const std::uint64_t need = estimate(24, 300, ZemtraEngineSettings{});
   const long before = failing_new::liveBytes();
   failing_new::resetPeak();
   HeadlessRunInteraction interaction;
   interaction.answerOverwrite = [](const std::string&) { return true; };
   ZemtraRunReport report;
-  report.wantTree = false;
   ASSERT_TRUE(execute_(*alignment, ZemtraParameters{}, interaction, &report));
   const auto used = static_cast<std::uint64_t>(failing_new::peakBytes() - before);
   EXPECT_LE(used, need);

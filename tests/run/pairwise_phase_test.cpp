@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "plugin/zemtra_types.h"
 #include "run/parallel_rows.h"
-#include "run/run_interaction.h"
 #include "run_fixtures.h"
 
 using run_test::RunInputs;

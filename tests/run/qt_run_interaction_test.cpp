@@ -117,7 +117,8 @@ TEST(QtRunTest, CancelButtonStopsTheRunAtTheNextRow) {
 
   bool ok = true;
   QtRunInteraction interaction;
-  zemtra_kv(interaction, &ok, "zemtra.log", in.len.data(), in.nres.data(), in.names, in.seqs, 0, 0, 40, nullptr);
+  zemtra_kv(interaction, &ok, "zemtra.log", in.len.data(), in.nres.data(), in.names, in.seqs, 0, 0, 40, nullptr,
+            zemtra::EngineOptions{});
 
   // What a cancelled run writes is the run driver's business; here only
   // that the button reaches it and the dialog goes.

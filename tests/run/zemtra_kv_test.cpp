@@ -37,7 +37,7 @@ class RunTest : public ::testing::Test {
 
   void run(RunInputs& in, const std::string& logName = "zemtra.log", unsigned int fixed = 0) {
     zemtra_kv(interaction, &ok, logName, in.len.data(), in.nres.data(), in.names, in.seqs, fixed, kStrmat, kGap,
-              &details);
+              &details, zemtra::EngineOptions{});
   }
 
   // Cancels the run from inside the event processing before the given pair

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "core/matrix.h"
-#include "tree/join_history.h"
+#include "plugin/zemtra_types.h"
 #include "tree/tree_kv.h"
 
 struct TreeInput {
@@ -45,7 +45,8 @@ struct TreeInput {
   std::string run(unsigned int fixed, JoinHistory* history = nullptr) {
     std::ostringstream log;
     log << std::fixed << std::right << std::setprecision(1);
-    tree_kv(log, 0, 10, &alen, names, fscore, family, cmp, seqs, len.data(), path, fixed, history);
+    tree_kv(log, 0, 10, &alen, names, fscore, family, cmp, seqs, len.data(), path, fixed, history,
+            zemtra::EngineOptions{});
     return log.str();
   }
 
