@@ -7,6 +7,7 @@
 #include <numeric>
 
 #include "host/alignment.h"
+#include "plugin/zemtra_plugin.h"
 
 namespace KARVO {
 

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "plugin/zemtra_plugin.h"
+struct ZemtraRunReport;  // plugin/zemtra_plugin.h
 
 namespace KARVO {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "consistency/consistency.h"
-#include "run/run_interaction.h"
+#include "plugin/zemtra_types.h"
 #include "run/zemtra_kv.h"
 
 struct ConsistencyRunInput {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "consistency/consistency.h"
-#include "tree/join_history.h"
+#include "plugin/zemtra_types.h"
 
 // The guide tree's joins as a join history: each join names the lowest run
 // row of either group (the lower one first, and the merged group keeps it),
