@@ -19,10 +19,10 @@ PairHmmParams defaultPairHmmParams() {
 }
 
 // Measured on the synthetic families of 200 and 500 rows of about 300
-// residues (2 threads): at most 6 posterior entries per residue after the
+// residues (2 threads): at most 3.4 posterior entries per residue after the
 // transformation; CPU seconds per unit below, with half again as margin.
 namespace {
-constexpr double kEntriesPerResidue = 6.0;
+constexpr double kEntriesPerResidue = 4.0;
 constexpr double kCellSeconds = 3.5e-8;     // forward-backward and accuracy, per table cell
 constexpr double kThirdStepSeconds = 7e-8;  // transformation, per residue of x and third sequence
 constexpr double kRefineSeconds = 2e-8;     // refinement, per residue pair across a split
