@@ -6,6 +6,7 @@
 //                                 [--refine N] [--seed N] [--fixed N]
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -83,7 +84,12 @@ int main(int argc, char** argv) {
     std::cerr << "posteriors " << t.posteriors << " consistency " << t.consistency << " tree " << t.tree
               << " progressive " << t.progressive << " refinement " << t.refinement << " total " << t.total
               << " objective " << result.objective << " kept " << result.refinementKept << "/" << result.refinementTried
-              << " maxrss_mb " << usage.ru_maxrss / 1024 << '\n';
+              << " maxrss_mb " << usage.ru_maxrss / 1024;
+    unsigned long residues = 0;
+    for (const std::string& row : in.rows) residues += row.size();
+    const unsigned long mean = residues / std::max<std::size_t>(1, in.rows.size());
+    std::cerr << " estimate_mb " << zemtra::consistency::estimateBytes(in.rows.size(), mean) / (1u << 20)
+              << " estimate_s " << zemtra::consistency::estimateSeconds(in.rows.size(), mean, options.threads) << '\n';
   } catch (const std::exception& e) {
     std::cerr << argv[0] << ": " << e.what() << '\n';
     return 1;
