@@ -12,7 +12,7 @@ cmake --build "$build" -j "$(nproc)"
 find "$build" -name '*.gcda' -delete
 (cd "$build" && ctest -j "$(nproc)" >/dev/null) || echo "some tests failed; coverage is of the run as it was"
 filters=()
-for dir in core scoring pairwise tree run plugin host app; do filters+=(--filter "$dir/"); done
+for dir in core scoring pairwise tree run consistency plugin host formats app; do filters+=(--filter "$dir/"); done
 # Threads can leave a negative branch count in a .gcov file; gcovr then skips
 # that line instead of stopping.
 gcovr -r "$root" "$build" "${filters[@]}" --gcov-ignore-parse-errors --json "$build/coverage.json" --print-summary 2>/dev/null

@@ -21,7 +21,7 @@ ZemtraRunReport run(KARVO::Alignment& alignment, ZemtraMethod method, int preali
   parameters.refineIterations = 10;
   parameters.writeLogFile = false;
   ZemtraRunReport report;
-  report.wantLogText = true;
+  parameters.wantLogText = true;
   HeadlessRunInteraction interaction;
   ExecuteWithParameters(alignment, parameters, interaction, &report);
   return report;
