@@ -1,6 +1,6 @@
 # Shared by run-short.sh and run-long.sh: the fuzzers, their corpora and
 # flags, and the sanitizer settings (leak checks on).
-zemtra_fuzzers=(fuzz_read_any fuzz_read_fasta fuzz_read_clustal fuzz_read_msf fuzz_read_stockholm fuzz_exchange fuzz_run fuzz_kernels)
+zemtra_fuzzers=(fuzz_read_any fuzz_read_fasta fuzz_read_clustal fuzz_read_msf fuzz_read_stockholm fuzz_exchange fuzz_run fuzz_kernels fuzz_consistency)
 zemtra_fuzz_flags=(-timeout=30 -rss_limit_mb=4096)
 
 zemtra_fuzz_corpus() {
@@ -9,6 +9,7 @@ zemtra_fuzz_corpus() {
     fuzz_exchange) echo exchange ;;
     fuzz_run) echo run ;;
     fuzz_kernels) echo kernels ;;
+    fuzz_consistency) echo consistency ;;
   esac
 }
 
@@ -18,6 +19,7 @@ zemtra_fuzz_target_flags() {
     fuzz_exchange) echo "-max_len=1024" ;;
     fuzz_run) echo "-max_len=512 -len_control=0" ;;
     fuzz_kernels) echo "-max_len=2048 -timeout=120" ;;
+    fuzz_consistency) echo "-max_len=512" ;;
   esac
 }
 

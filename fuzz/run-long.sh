@@ -57,7 +57,7 @@ for fuzzer in "${selected[@]}"; do
       -merge=1 "$seeds" "$corpus" >>"$log" 2>&1 || true
     added=$(comm -13 <(echo "$before") <(find "$seeds" -type f | sort))
     if [ -n "$added" ]; then merged=$(echo "$added" | wc -l); fi
-    if [ $(du -sk "$seeds" | cut -f1) -gt "$cap_kb" ] && [ -n "$added" ]; then
+    if [ $(du -sk --apparent-size "$seeds" | cut -f1) -gt "$cap_kb" ] && [ -n "$added" ]; then
       echo "== $fuzzer: merging would take $seeds past $cap_kb KB; the new inputs stay in $corpus" >&2
       echo "$added" | xargs rm -f
       merged=0

@@ -29,13 +29,15 @@ echo "Tests with AddressSanitizer, UndefinedBehaviorSanitizer and leak checks:"
 (cd "$asan" && ctest --output-on-failure -j "$(nproc)")
 
 # The all-pairs phase with 3 threads and the rows spread over 2 and 8 (more
-# than the cores), whole runs with 1, 2 and 5 threads, files written from two
-# threads, and the Python module called from four threads at once.
+# than the cores), whole runs with 1, 2 and 5 threads, the consistency
+# method on 1 and 2 threads, files written from two threads, and the Python
+# module called from four threads at once.
 tsan="${ZEMTRA_TSAN_BUILD_DIR:-$root/build-tsan}"
 CXX=clang++ cmake -S "$root" -B "$tsan" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g" \
   -DZEMTRA_TSAN=ON >/dev/null
-cmake --build "$tsan" -j "$(nproc)" --target run_driver_test exactness_tests host_tests zemtra_python_module
+cmake --build "$tsan" -j "$(nproc)" --target run_driver_test exactness_tests consistency_tests host_tests \
+  zemtra_python_module
 echo "Threaded paths with ThreadSanitizer:"
 (cd "$tsan" && TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" ctest --output-on-failure -j "$(nproc)" \
-  -R 'PairwisePhase|ForEachRow|RunExactness.LargerFamilies|FileIoThreads|python_thread_tests')
+  -R 'PairwisePhase|ForEachRow|RunExactness.LargerFamilies|ConsistencyAlign.SameBytes|FileIoThreads|python_thread_tests')
 "$root/fuzz/run-short.sh" "$asan"
