@@ -13,14 +13,15 @@
 #include "app/exit_status.h"
 #include "app/output_paths.h"
 #include "app/plugin_loader.h"
+#include "app/run_log_output.h"
 #include "app/run_memory.h"
 #include "app/terminal_interaction.h"
-#include "host/alignment.h"
 #include "formats/alignment_io.h"
-#include "host/config.h"
-#include "host/file_io.h"
 #include "formats/input_notes.h"
 #include "formats/phylo_tree.h"
+#include "host/alignment.h"
+#include "host/config.h"
+#include "host/file_io.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/matrix_names.h"
 
@@ -43,6 +44,8 @@ class Failure : public std::runtime_error {
 struct Settings {
   int matNo = 0;
   LogTarget log;
+  LogPlan logPlan;
+  std::optional<KARVO::InputFormat> inputFormat;
   KARVO::AlignmentFormat format = KARVO::AlignmentFormat::Fasta;
   std::optional<ColumnSpan> span;
 };
@@ -89,9 +92,14 @@ Settings checkOptions(const AlignOptions& options) {
   const auto log = logTargetFor(options.log);
   if (!log) throw Failure(kExitUsage, "--log " + options.log + " does not name a file");
   settings.log = *log;
+  settings.logPlan = planLog(*log, options.noLog);
   const OutputFormat format = outputFormatFor(options.output, options.format);
   if (!format.format) throw Failure(kExitUsage, format.problem);
   settings.format = *format.format;
+  if (!options.inputFormat.empty()) settings.inputFormat = KARVO::inputFormatFromName(options.inputFormat);
+  if (!options.a3mQuery.empty() && settings.format != KARVO::AlignmentFormat::A3m) {
+    throw Failure(kExitUsage, "--a3m-query applies to A3M output only (-o NAME.a3m or --format a3m)");
+  }
   return settings;
 }
 
@@ -156,9 +164,9 @@ void confirmLogPath(const LogTarget& log, TerminalInteraction& interaction) {
   }
 }
 
-std::unique_ptr<KARVO::Alignment> readInput(const std::string& path) {
+std::unique_ptr<KARVO::Alignment> readInput(const std::string& path, std::optional<KARVO::InputFormat> format) {
   try {
-    return KARVO::readAlignmentFile(path);
+    return KARVO::readAlignmentFile(path, format);
   } catch (const std::exception& error) {
     throw Failure(kExitUsage, error.what());
   }
@@ -297,22 +305,29 @@ std::unique_ptr<KARVO::Alignment> reordered(const KARVO::Alignment& alignment, c
 
 void writeResult(const AlignOptions& options, const Settings& settings, const KARVO::Alignment& alignment) {
   if (options.output.empty() || isStandardStream(options.output)) {
-    KARVO::writeAlignment(std::cout, alignment, settings.format);
+    KARVO::writeAlignment(std::cout, alignment, settings.format, {options.a3mQuery});
     std::cout.flush();
     if (!std::cout) throw Failure(kExitOutputFailed, "cannot write the alignment to standard output");
     return;
   }
   try {
-    KARVO::writeAlignmentFile(options.output, alignment, settings.format);
+    KARVO::writeAlignmentFile(options.output, alignment, settings.format, {options.a3mQuery});
   } catch (const std::exception& error) {
     throw Failure(kExitOutputFailed, error.what());
   }
 }
 
 std::unique_ptr<KARVO::Alignment> readSelected(const AlignOptions& options, const Settings& settings) {
-  std::unique_ptr<KARVO::Alignment> alignment = readInput(options.input);
+  std::unique_ptr<KARVO::Alignment> alignment = readInput(options.input, settings.inputFormat);
   for (const std::string& warning : KARVO::inputWarnings(*alignment))
     std::cerr << "karvo: warning: " << warning << '\n';
+  if (!options.a3mQuery.empty()) {
+    bool found = false;
+    for (unsigned long r = 0; r < alignment->sequenceCount(); ++r)
+      found = found || alignment->GetSeqName(r) == options.a3mQuery;
+    if (!found)
+      throw Failure(kExitUsage, "--a3m-query " + options.a3mQuery + ": no sequence of that name in " + options.input);
+  }
   alignment->selection = selectRange(*alignment, settings.span);
   if (static_cast<unsigned long>(options.prealigned) > alignment->sequenceCount()) {
     throw Failure(kExitUsage, "--prealigned " + std::to_string(options.prealigned) + " is more than the " +
@@ -350,6 +365,17 @@ void checkPersonalDir() {
   }
 }
 
+// A log in the personal directory that would fill it is announced, with
+// the two ways around it; the run goes on.
+void warnOfLargeLog(const KARVO::Alignment& alignment) {
+  std::vector<std::string> names;
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) names.push_back(alignment.GetSeqName(r));
+  const std::string path = Config::LocatePersonalTmpDir().path + "/" + kDefaultLogName;
+  if (const auto warning = largeLogWarning(names.size(), runLogBytes(names), path)) {
+    std::cerr << "karvo: warning: " << *warning << '\n';
+  }
+}
+
 // One call of the plug-in with the log placed where the user wants it.
 RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARVO::Alignment& alignment,
                      TerminalInteraction& interaction, ZemtraRunReport& report) {
@@ -372,15 +398,25 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
   parameters.matNo = settings.matNo;
   parameters.gap = options.gap;
   parameters.prealigned = options.prealigned;
-  parameters.logName = settings.log.name;
-  parameters.logFolder = settings.log.folder;
+  parameters.logName = settings.logPlan.runName;
+  parameters.logFolder = settings.logPlan.folder;
+  parameters.writeLogFile = settings.logPlan.write;
   try {
     execute(alignment, parameters, interaction, &report);
   } catch (...) {
     interaction.progressEnd();
+    discardRunLog(settings.logPlan);
     throw;
   }
   interaction.progressEnd();
+  if (!settings.logPlan.gzipInto.empty() && report.run.logWritten) {
+    try {
+      compressRunLog(settings.logPlan);
+    } catch (const std::runtime_error& error) {
+      report.run.logWritten = false;
+      std::cerr << "karvo: warning: " << error.what() << '\n';
+    }
+  }
   run.logWritten = report.run.logWritten;
   run.logPath = settings.log.given.empty() ? report.run.logPath : settings.log.given;
   run.overwrite = interaction.overwriteDecision();
@@ -411,24 +447,35 @@ int align(const AlignOptions& options) {
 
   const std::unique_ptr<KARVO::Alignment> alignment = readSelected(options, settings);
   checkMemory(*alignment, options.pluginDir);
-  if (settings.log.given.empty()) checkPersonalDir();
+  if (settings.log.given.empty() && !options.noLog) {
+    checkPersonalDir();
+    warnOfLargeLog(*alignment);
+  }
   ZemtraRunReport report;
   report.wantTree = false;
   const RunSummary run = runPlugin(options, settings, *alignment, interaction, report);
   checkRunEnded(report, run);
 
-  if (!run.logWritten) std::cerr << "karvo: warning: the run log could not be written to " << run.logPath << '\n';
+  if (!run.logWritten && !options.noLog) {
+    std::cerr << "karvo: warning: the run log could not be written to " << run.logPath << '\n';
+  }
   const RunOutputs outputs = runOutputs(options, *alignment, report);
   if (outputs.order.empty())
     writeResult(options, settings, *alignment);
   else
     writeResult(options, settings, *reordered(*alignment, report, outputs.order));
   writeTreeAndTables(options, report, outputs);
-  if (!options.quiet && run.logWritten) {
+  if (!options.quiet && (run.logWritten || options.noLog)) {
     std::cerr << "karvo: aligned " << report.sentRows.size() << " sequences in " << columnsText(run.range)
-              << "; run log: " << run.logPath << '\n';
+              << (options.noLog ? "; no run log (--no-log)" : "; run log: " + run.logPath) << '\n';
   }
-  return run.logWritten ? kExitOk : kExitLogNotWritten;
+  return run.logWritten || options.noLog ? kExitOk : kExitLogNotWritten;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+  return text;
 }
 
 CLI::Validator gapPenaltyCheck() {
@@ -441,7 +488,8 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
   CLI::App* command = parent.add_subcommand("align", "Re-align a column range of an alignment file");
   command
       ->add_option("input", options.input,
-                   "Alignment file (FASTA, Clustal, MSF or Stockholm, also gzip-compressed); - for standard input")
+                   "Alignment file (FASTA, Clustal, MSF, Stockholm, PHYLIP, PIR or A3M, also gzip-compressed); - for "
+                   "standard input")
       ->required();
   command->add_option("--range", options.range, "Columns to re-align, FIRST:LAST, 1-based and inclusive")
       ->type_name("FIRST:LAST");
@@ -457,13 +505,25 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
   command->add_option("--prealigned", options.prealigned, "Leading sequences already aligned to each other")
       ->type_name("N")
       ->capture_default_str();
-  command
-      ->add_option("--log", options.log,
-                   "Run log file, relative to the current folder (default: zemtra.log in the personal temporary "
-                   "directory: $KARVO_TMPDIR, else $XDG_RUNTIME_DIR/karvo, else ~/.cache/karvo; replaced by each "
-                   "run)")
-      ->type_name("PATH");
+  CLI::Option* logOption =
+      command
+          ->add_option("--log", options.log,
+                       "Run log file, relative to the current folder (default: zemtra.log in the personal temporary "
+                       "directory: $KARVO_TMPDIR, else $XDG_RUNTIME_DIR/karvo, else ~/.cache/karvo; replaced by each "
+                       "run); a name ending in .gz is written gzip-compressed")
+          ->type_name("PATH");
   command->add_flag("--force", options.force, "Overwrite an existing --log file without asking");
+  command->add_flag("--no-log", options.noLog, "Run without any run log file")->excludes(logOption);
+  command
+      ->add_option("--input-format", options.inputFormat,
+                   "Read the input as this format instead of recognising it from the content: " +
+                       joined(KARVO::inputFormatNames()))
+      ->type_name("NAME")
+      ->check(CLI::IsMember(KARVO::inputFormatNames(), CLI::ignore_case));
+  command
+      ->add_option("--a3m-query", options.a3mQuery,
+                   "A3M output: the query sequence, written first (default: the first)")
+      ->type_name("NAME");
   command
       ->add_option("-o,--output", options.output,
                    "Output file; a name ending in .gz is written gzip-compressed; - or none: standard output")

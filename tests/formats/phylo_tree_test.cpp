@@ -40,7 +40,7 @@ TEST(PhyloTree, MalformedNewickIsRefusedWithItsPlace) {
            {"(a,b));", "column 6: ')' without a matching '('"},
            {"(a:x,b);", "column 4: a branch length that is not a number"},
            {"(a,\n'b);", "line 2, column 5: a quoted label that is never closed"},
-           {"(a,b);c", "column 7: text after the tree's ';'"},
+           {"(a,b);c", "column 8: the tree does not end with ';'"},
            {"a,b;", "column 2: ',' outside any parentheses"}}) {
     try {
       parseNewick(text);
