@@ -119,11 +119,11 @@ std::optional<InputFormat> detect(const formats::TextFile& file, std::size_t fir
       startsWith(head, "PileUp")) {
     return InputFormat::Msf;
   }
+  if (formats::isPhylipHeader(head)) return InputFormat::Phylip;
   const bool msfHeader = std::any_of(file.lines.begin(), file.lines.end(), [](const std::string& line) {
     return line.find("MSF:") != std::string::npos && line.find("..") != std::string::npos;
   });
   if (msfHeader) return InputFormat::Msf;
-  if (formats::isPhylipHeader(head)) return InputFormat::Phylip;
   if (looksLikeForeignClustal(file, first)) return InputFormat::Clustal;
   // Text before the first header is still FASTA, and the reader says where.
   if (anyLine(">")) return InputFormat::Fasta;
