@@ -27,7 +27,7 @@ struct TextFile {
     unsigned long column;
     char byte;
   };
-  std::optional<Place> titleControl;
+  std::optional<Place> titleControl = std::nullopt;
 };
 
 // Collects named rows while a file is read and checks every character.
