@@ -136,7 +136,8 @@ struct Title {
 };
 Title splitTitle(std::string_view text, unsigned long firstColumn);
 
-// A PIR header: '>', a two-character sequence type, ';'.
+// A PIR header: '>', a two-character sequence type (P1, F1, DL, DC, RL, RC,
+// N1, N3, XX), ';'.
 bool isPirHeader(std::string_view line);
 // A PHYLIP header line: the sequence count and the column count.
 bool isPhylipHeader(std::string_view line);

@@ -89,8 +89,11 @@ Title splitTitle(std::string_view text, unsigned long firstColumn) {
 }
 
 bool isPirHeader(std::string_view line) {
-  const auto code = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); };
-  return line.size() >= 4 && line[0] == '>' && line[1] >= 'A' && line[1] <= 'Z' && code(line[2]) && line[3] == ';';
+  // The sequence types: protein (P1, F1), DNA and RNA (DL, DC, RL, RC, N1,
+  // N3) and other (XX).
+  static constexpr std::string_view kTypes[] = {"P1", "F1", "DL", "DC", "RL", "RC", "N1", "N3", "XX"};
+  return line.size() >= 4 && line[0] == '>' && line[3] == ';' &&
+         std::find(std::begin(kTypes), std::end(kTypes), line.substr(1, 2)) != std::end(kTypes);
 }
 
 bool isPhylipHeader(std::string_view line) {

@@ -71,7 +71,9 @@ void roundTrip(const Alignment& alignment, AlignmentFormat format, const char* f
   std::istringstream in(out.str());
   std::unique_ptr<Alignment> copy;
   try {
-    copy = KARVO::readAlignment(in, format == AlignmentFormat::A3m ? "copy.a3m" : "copy");
+    copy = KARVO::readAlignment(in, format == AlignmentFormat::A3m     ? "copy.a3m"
+                                    : format == AlignmentFormat::Fasta ? "copy.fa"
+                                                                       : "copy");
   } catch (const KARVO::AlignmentReadError& error) {
     defect(std::string(formatName) + " copy unreadable: " + error.what());
   }
