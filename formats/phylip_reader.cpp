@@ -57,13 +57,14 @@ NamedLine splitNamed(const TextFile& file, std::string_view line, unsigned long 
     const std::size_t end = words[0].column - 1 + words[0].text.size();
     return {std::string(words[0].text), words[0].column, line.substr(end), static_cast<unsigned long>(end + 1)};
   }
-  // Blanks inside a 10-character name become '_', as names hold none here.
+  // Blanks inside a 10-character name become '_', as names hold none here
+  // (a stray carriage return counts as a blank, found by fuzzing).
   const std::string_view field = line.substr(0, kStrictNameWidth);
-  const std::size_t first = field.find_first_not_of(" \t");
+  const std::size_t first = field.find_first_not_of(" \t\r");
   if (first == std::string_view::npos) fail(file, lineNo, 1, "no name in the first 10 characters");
-  std::string name(field.substr(first, field.find_last_not_of(" \t") + 1 - first));
-  std::replace(name.begin(), name.end(), ' ', '_');
-  std::replace(name.begin(), name.end(), '\t', '_');
+  std::string name(field.substr(first, field.find_last_not_of(" \t\r") + 1 - first));
+  std::replace_if(
+      name.begin(), name.end(), [](char c) { return c == ' ' || c == '\t' || c == '\r'; }, '_');
   const std::string_view rest = line.size() > kStrictNameWidth ? line.substr(kStrictNameWidth) : std::string_view();
   return {std::move(name), static_cast<unsigned long>(first + 1), rest, kStrictNameWidth + 1};
 }

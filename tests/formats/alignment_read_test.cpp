@@ -114,6 +114,7 @@ TEST(ReadOtherFormats, ExpandRaggedAndQueryAnchoredRows) {
        {"a ACDEFGH", "b AC-----", "c ACDEFG-"}},
       {"#A3M#\n# query lengths\n>q\nACDE\n>h1\nAc.dCDE\n>h2\nA-xDE*\n", {"q A---C-DE", "h1 AC-DC-DE", "h2 A----XDE"}},
       {">P1;s\ndesc\nAC D\n>F1;t\n\nK\n", {"s ACD", "t K--"}},
+      {"1 2\nab\rc      KL\n", {"ab_c KL"}},
       {">a x\x01y\nAC\n>\x01"
        "b\nAC\n",
        {}},
