@@ -12,18 +12,16 @@
 
 namespace KARVO::formats {
 
+bool isA3mAnnotation(std::string_view name) {
+  return name == "ss_pred" || name == "ss_conf" || name == "ss_dssp" || name == "sa_dssp";
+}
+
 namespace {
 
 bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
 bool isLower(char c) { return c >= 'a' && c <= 'z'; }
 bool isMatch(char c) { return isUpper(c) || c == '-'; }
 bool isInsert(char c) { return isLower(c) || c == '.'; }
-
-// Secondary-structure lines that profile-search programs put before the
-// sequences; they are annotations, not sequences.
-bool isAnnotation(std::string_view name) {
-  return name == "ss_pred" || name == "ss_conf" || name == "ss_dssp" || name == "sa_dssp";
-}
 
 // One entry as read: the inserted text before each match column (and after
 // the last one), and the match columns.
@@ -67,7 +65,7 @@ std::vector<A3mRow> readEntries(const TextFile& file, RowCollector& rows) {
     if (line.front() == '>') {
       const Title title = splitTitle(line.substr(1), 2);
       if (title.name.empty()) fail(file, lineNo, 2, "header without a sequence name");
-      skipping = isAnnotation(title.name);
+      skipping = entries.empty() && isA3mAnnotation(title.name);
       if (!skipping) {
         A3mRow entry;
         entry.row = rows.add(title.name, title.description, lineNo, title.nameColumn);
@@ -118,7 +116,7 @@ bool looksLikeA3m(const TextFile& file) {
   bool skipping = false;
   for (const std::string& line : file.lines) {
     if (!line.empty() && line.front() == '>') {
-      skipping = isAnnotation(splitTitle(std::string_view(line).substr(1), 2).name);
+      skipping = lengths.empty() && isA3mAnnotation(splitTitle(std::string_view(line).substr(1), 2).name);
       if (!skipping) {
         lengths.push_back(0);
         matches.push_back(0);

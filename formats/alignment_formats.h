@@ -169,6 +169,10 @@ std::unique_ptr<Alignment> readPhylip(const TextFile& file, std::optional<Phylip
 // lower-case insertions, with the same number of match columns (upper-case
 // letters and '-') in every row.
 bool looksLikeA3m(const TextFile& file);
+// The secondary-structure entries profile-search programs put before the
+// sequences of an A3M file (ss_pred, ss_conf, ss_dssp, sa_dssp): skipped
+// there, so a first sequence of such a name does not survive as A3M.
+bool isA3mAnnotation(std::string_view name);
 
 void writeFasta(std::ostream& out, const Alignment& alignment);
 void writeClustal(std::ostream& out, const Alignment& alignment);

@@ -106,10 +106,10 @@ std::optional<InputFormat> detect(const formats::TextFile& file, std::size_t fir
                        [prefix](const std::string& line) { return startsWith(line, prefix); });
   };
   if (head.front() == '>') {
-    // A FASTA name may look like a PIR type code ("P1;x"): a FASTA name
-    // decides.
-    if (formats::isPirHeader(head) && hint != AlignmentFormat::Fasta) return InputFormat::Pir;
+    // A FASTA or A3M name may look like a PIR type code ("P1;x"): the
+    // file's name decides.
     if (hint == AlignmentFormat::A3m) return InputFormat::A3m;
+    if (formats::isPirHeader(head) && hint != AlignmentFormat::Fasta) return InputFormat::Pir;
     if (hint != AlignmentFormat::Fasta && formats::looksLikeA3m(file)) return InputFormat::A3m;
     return InputFormat::Fasta;
   }

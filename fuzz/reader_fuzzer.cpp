@@ -105,7 +105,7 @@ void checkAlignment(const Alignment& alignment) {
     if (column.size() != rows) defect("column with another row count");
   }
   roundTrip(alignment, AlignmentFormat::Fasta, "FASTA");
-  roundTrip(alignment, AlignmentFormat::A3m, "A3M");
+  if (!KARVO::formats::isA3mAnnotation(alignment.GetSeqName(0))) roundTrip(alignment, AlignmentFormat::A3m, "A3M");
   roundTrip(alignment, AlignmentFormat::Phylip, "PHYLIP");
   if (plain) {
     roundTrip(alignment, AlignmentFormat::Clustal, "Clustal");
