@@ -137,6 +137,7 @@ TEST(ReadOtherFormats, ExpandRaggedAndQueryAnchoredRows) {
   EXPECT_THAT(rows(*read(text, "t.fa")), ElementsAre("q ACDE-", "h ACCDE"));
   // A FASTA name that looks like a PIR header (found by fuzzing).
   EXPECT_THAT(rows(*read(">P1;x\nACD\n", "t.fa")), ElementsAre("P1;x ACD"));
+  EXPECT_THAT(rows(*read(">P1;x\nAcD\n", "t.a3m")), ElementsAre("P1;x ACD"));
   EXPECT_THAT(rows(*read(">P1;x\nd\nACD\n", "t.txt")), ElementsAre("x ACD"));
 }
 
