@@ -31,6 +31,11 @@ std::unique_ptr<Alignment> readWith(Reader reader, const std::string& text) {
   }
   // Files with control characters are refused before any reader sees them.
   const KARVO::formats::TextFile file = KARVO::formats::splitLines(text, "fuzz");
+  // As readAlignment does: control characters on title lines only for the
+  // formats with titles.
+  if (reader != Reader::Fasta && reader != Reader::Pir && reader != Reader::A3m) {
+    KARVO::formats::refuseTitleControls(file);
+  }
   switch (reader) {
     case Reader::Fasta:
       return KARVO::formats::readFasta(file);
