@@ -14,6 +14,7 @@
 #include "app/exit_status.h"
 #include "app/output_paths.h"
 #include "app/plugin_loader.h"
+#include "app/run_log_output.h"
 #include "app/run_memory.h"
 #include "app/terminal_interaction.h"
 #include "consistency/consistency.h"
@@ -46,6 +47,8 @@ class Failure : public std::runtime_error {
 struct Settings {
   int matNo = 0;
   LogTarget log;
+  LogPlan logPlan;
+  std::optional<KARVO::InputFormat> inputFormat;
   KARVO::AlignmentFormat format = KARVO::AlignmentFormat::Fasta;
   std::optional<ColumnSpan> span;
   bool consistency = false;
@@ -95,9 +98,14 @@ Settings checkOptions(const AlignOptions& options) {
   const auto log = logTargetFor(options.log);
   if (!log) throw Failure(kExitUsage, "--log " + options.log + " does not name a file");
   settings.log = *log;
+  settings.logPlan = planLog(*log, options.noLog);
   const OutputFormat format = outputFormatFor(options.output, options.format);
   if (!format.format) throw Failure(kExitUsage, format.problem);
   settings.format = *format.format;
+  if (!options.inputFormat.empty()) settings.inputFormat = KARVO::inputFormatFromName(options.inputFormat);
+  if (!options.a3mQuery.empty() && settings.format != KARVO::AlignmentFormat::A3m) {
+    throw Failure(kExitUsage, "--a3m-query applies to A3M output only (-o NAME.a3m or --format a3m)");
+  }
   return settings;
 }
 
@@ -163,9 +171,9 @@ void confirmLogPath(const LogTarget& log, TerminalInteraction& interaction) {
   }
 }
 
-std::unique_ptr<KARVO::Alignment> readInput(const std::string& path) {
+std::unique_ptr<KARVO::Alignment> readInput(const std::string& path, std::optional<KARVO::InputFormat> format) {
   try {
-    return KARVO::readAlignmentFile(path);
+    return KARVO::readAlignmentFile(path, format);
   } catch (const std::exception& error) {
     throw Failure(kExitUsage, error.what());
   }
@@ -311,22 +319,29 @@ std::unique_ptr<KARVO::Alignment> reordered(const KARVO::Alignment& alignment, c
 void writeResult(const AlignOptions& options, const Settings& settings, const KARVO::Alignment& alignment,
                  const std::vector<KARVO::ColumnMarks>& marks) {
   if (options.output.empty() || isStandardStream(options.output)) {
-    KARVO::writeAlignment(std::cout, alignment, settings.format, marks);
+    KARVO::writeAlignment(std::cout, alignment, settings.format, {options.a3mQuery, marks});
     std::cout.flush();
     if (!std::cout) throw Failure(kExitOutputFailed, "cannot write the alignment to standard output");
     return;
   }
   try {
-    KARVO::writeAlignmentFile(options.output, alignment, settings.format, marks);
+    KARVO::writeAlignmentFile(options.output, alignment, settings.format, {options.a3mQuery, marks});
   } catch (const std::exception& error) {
     throw Failure(kExitOutputFailed, error.what());
   }
 }
 
 std::unique_ptr<KARVO::Alignment> readSelected(const AlignOptions& options, const Settings& settings) {
-  std::unique_ptr<KARVO::Alignment> alignment = readInput(options.input);
+  std::unique_ptr<KARVO::Alignment> alignment = readInput(options.input, settings.inputFormat);
   for (const std::string& warning : KARVO::inputWarnings(*alignment))
     std::cerr << "karvo: warning: " << warning << '\n';
+  if (!options.a3mQuery.empty()) {
+    bool found = false;
+    for (unsigned long r = 0; r < alignment->sequenceCount(); ++r)
+      found = found || alignment->GetSeqName(r) == options.a3mQuery;
+    if (!found)
+      throw Failure(kExitUsage, "--a3m-query " + options.a3mQuery + ": no sequence of that name in " + options.input);
+  }
   alignment->selection = selectRange(*alignment, settings.span);
   if (static_cast<unsigned long>(options.prealigned) > alignment->sequenceCount()) {
     throw Failure(kExitUsage, "--prealigned " + std::to_string(options.prealigned) + " is more than the " +
@@ -365,6 +380,17 @@ void checkPersonalDir() {
   }
 }
 
+// A log in the personal directory that would fill it is announced, with
+// the two ways around it; the run goes on.
+void warnOfLargeLog(const KARVO::Alignment& alignment) {
+  std::vector<std::string> names;
+  for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) names.push_back(alignment.GetSeqName(r));
+  const std::string path = Config::LocatePersonalTmpDir().path + "/" + kDefaultLogName;
+  if (const auto warning = largeLogWarning(names.size(), runLogBytes(names), path)) {
+    std::cerr << "karvo: warning: " << *warning << '\n';
+  }
+}
+
 // One call of the plug-in with the log placed where the user wants it.
 RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARVO::Alignment& alignment,
                      TerminalInteraction& interaction, ZemtraRunReport& report) {
@@ -387,8 +413,9 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
   parameters.matNo = settings.matNo;
   parameters.gap = options.gap;
   parameters.prealigned = options.prealigned;
-  parameters.logName = settings.log.name;
-  parameters.logFolder = settings.log.folder;
+  parameters.logName = settings.logPlan.runName;
+  parameters.logFolder = settings.logPlan.folder;
+  parameters.writeLogFile = settings.logPlan.write;
   if (settings.consistency) {
     parameters.method = ZemtraMethod::Consistency;
     if (options.consistencyRounds >= 0) parameters.consistencyRounds = options.consistencyRounds;
@@ -399,9 +426,18 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
     execute(alignment, parameters, interaction, &report);
   } catch (...) {
     interaction.progressEnd();
+    discardRunLog(settings.logPlan);
     throw;
   }
   interaction.progressEnd();
+  if (!settings.logPlan.gzipInto.empty() && report.run.logWritten) {
+    try {
+      compressRunLog(settings.logPlan);
+    } catch (const std::runtime_error& error) {
+      report.run.logWritten = false;
+      std::cerr << "karvo: warning: " << error.what() << '\n';
+    }
+  }
   run.logWritten = report.run.logWritten;
   run.logPath = settings.log.given.empty() ? report.run.logPath : settings.log.given;
   run.overwrite = interaction.overwriteDecision();
@@ -432,19 +468,24 @@ int align(const AlignOptions& options) {
 
   const std::unique_ptr<KARVO::Alignment> alignment = readSelected(options, settings);
   if (settings.consistency) {
-    if (const auto refusal = checkConsistencyRun(*alignment, zemtra::threadCount(zemtra::EngineOptions{false, engineSettings().threads}),
-                                                    options.quiet ? nullptr : &std::cerr))
+    const unsigned threads = zemtra::threadCount(zemtra::EngineOptions{false, engineSettings().threads});
+    if (const auto refusal = checkConsistencyRun(*alignment, threads, options.quiet ? nullptr : &std::cerr))
       throw Failure(kExitUsage, *refusal);
   } else {
     checkMemory(*alignment, options.pluginDir);
   }
   const unsigned long firstColumn = firstColumnAfterRun(*alignment, alignment->selection);
-  if (settings.log.given.empty()) checkPersonalDir();
+  if (settings.log.given.empty() && !options.noLog) {
+    checkPersonalDir();
+    if (!settings.consistency) warnOfLargeLog(*alignment);
+  }
   ZemtraRunReport report;
   const RunSummary run = runPlugin(options, settings, *alignment, interaction, report);
   checkRunEnded(report, run);
 
-  if (!run.logWritten) std::cerr << "karvo: warning: the run log could not be written to " << run.logPath << '\n';
+  if (!run.logWritten && !options.noLog) {
+    std::cerr << "karvo: warning: the run log could not be written to " << run.logPath << '\n';
+  }
   const RunOutputs outputs = runOutputs(options, *alignment, report);
   std::vector<KARVO::ColumnMarks> marks;
   if (settings.consistency && settings.format == KARVO::AlignmentFormat::Stockholm)
@@ -456,11 +497,17 @@ int align(const AlignOptions& options) {
   writeTreeAndTables(options, report, outputs);
   if (!options.confidence.empty())
     writeOutputFile(options.confidence, confidenceTsv(report.columnConfidence, firstColumn));
-  if (!options.quiet && run.logWritten) {
+  if (!options.quiet && (run.logWritten || options.noLog)) {
     std::cerr << "karvo: aligned " << report.sentRows.size() << " sequences in " << columnsText(run.range)
-              << "; run log: " << run.logPath << '\n';
+              << (options.noLog ? "; no run log (--no-log)" : "; run log: " + run.logPath) << '\n';
   }
-  return run.logWritten ? kExitOk : kExitLogNotWritten;
+  return run.logWritten || options.noLog ? kExitOk : kExitLogNotWritten;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+  return text;
 }
 
 CLI::Validator gapPenaltyCheck() {
@@ -473,7 +520,8 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
   CLI::App* command = parent.add_subcommand("align", "Re-align a column range of an alignment file");
   command
       ->add_option("input", options.input,
-                   "Alignment file (FASTA, Clustal, MSF or Stockholm, also gzip-compressed); - for standard input")
+                   "Alignment file (FASTA, Clustal, MSF, Stockholm, PHYLIP, PIR or A3M, also gzip-compressed); - for "
+                   "standard input")
       ->required();
   command->add_option("--range", options.range, "Columns to re-align, FIRST:LAST, 1-based and inclusive")
       ->type_name("FIRST:LAST");
@@ -489,13 +537,25 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
   command->add_option("--prealigned", options.prealigned, "Leading sequences already aligned to each other")
       ->type_name("N")
       ->capture_default_str();
-  command
-      ->add_option("--log", options.log,
-                   "Run log file, relative to the current folder (default: zemtra.log in the personal temporary "
-                   "directory: $KARVO_TMPDIR, else $XDG_RUNTIME_DIR/karvo, else ~/.cache/karvo; replaced by each "
-                   "run)")
-      ->type_name("PATH");
+  CLI::Option* logOption =
+      command
+          ->add_option("--log", options.log,
+                       "Run log file, relative to the current folder (default: zemtra.log in the personal temporary "
+                       "directory: $KARVO_TMPDIR, else $XDG_RUNTIME_DIR/karvo, else ~/.cache/karvo; replaced by each "
+                       "run); a name ending in .gz is written gzip-compressed")
+          ->type_name("PATH");
   command->add_flag("--force", options.force, "Overwrite an existing --log file without asking");
+  command->add_flag("--no-log", options.noLog, "Run without any run log file")->excludes(logOption);
+  command
+      ->add_option("--input-format", options.inputFormat,
+                   "Read the input as this format instead of recognising it from the content: " +
+                       joined(KARVO::inputFormatNames()))
+      ->type_name("NAME")
+      ->check(CLI::IsMember(KARVO::inputFormatNames(), CLI::ignore_case));
+  command
+      ->add_option("--a3m-query", options.a3mQuery,
+                   "A3M output: the query sequence, written first (default: the first)")
+      ->type_name("NAME");
   command
       ->add_option("-o,--output", options.output,
                    "Output file; a name ending in .gz is written gzip-compressed; - or none: standard output")

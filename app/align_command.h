@@ -16,7 +16,10 @@ struct AlignOptions {
   std::string matrix = "STRMAT110";
   int gap = 40;
   int prealigned = 0;
-  std::string log;  // empty: the plug-in's default name
+  std::string log;          // empty: the plug-in's default name
+  bool noLog = false;       // no run log file at all
+  std::string inputFormat;  // empty: recognised from the content
+  std::string a3mQuery;     // A3M output: the query row's name; empty: the first row
   bool force = false;
   std::string output;  // empty: standard output
   std::string format;  // empty: from the output name, else FASTA

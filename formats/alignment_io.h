@@ -1,6 +1,6 @@
-// Reading alignments from FASTA (aligned or not), Clustal, MSF and Stockholm
-// files, plain or gzip-compressed, and writing them as FASTA, Clustal, MSF,
-// Stockholm or PHYLIP.
+// Reading alignments from FASTA (aligned or not), Clustal, MSF, Stockholm,
+// PHYLIP, PIR/NBRF and A3M files, plain or gzip-compressed, and writing them
+// as FASTA, Clustal, MSF, Stockholm, PHYLIP or A3M.
 #pragma once
 
 #include <iosfwd>
@@ -14,7 +14,12 @@
 
 namespace KARVO {
 
-enum class AlignmentFormat { Fasta, Clustal, Msf, Stockholm, Phylip };
+enum class AlignmentFormat { Fasta, Clustal, Msf, Stockholm, Phylip, A3m };
+
+// What an input file is read as when the user says so instead of leaving it
+// to the content: PHYLIP comes with 10-character names (Phylip) or with
+// names that end at a blank (PhylipRelaxed).
+enum class InputFormat { Fasta, Clustal, Msf, Stockholm, Phylip, PhylipRelaxed, Pir, A3m };
 
 // A malformed or unreadable file. what() is one line naming the file, the
 // line (and column where there is one) and the problem, for example
@@ -34,15 +39,23 @@ class AlignmentReadError : public std::runtime_error {
   std::string problem_;
 };
 
-// Reads a file, recognising its format from its content; gzip-compressed
-// content is uncompressed first (whatever the name), and a UTF-8 byte-order
-// mark at the start is skipped. The path "-" reads standard input, named
+// Reads a file, recognising its format from its content (the name's
+// extension decides only what the content leaves open: a .a3m name reads
+// FASTA-like text as A3M), or as format when given; gzip-compressed content
+// is uncompressed first (whatever the name), and a UTF-8 byte-order mark at
+// the start is skipped. The path "-" reads standard input, named
 // kStandardInputName in messages.
-std::unique_ptr<Alignment> readAlignmentFile(const std::string& path);
+std::unique_ptr<Alignment> readAlignmentFile(const std::string& path, std::optional<InputFormat> format = std::nullopt);
 
 // Reads from a stream like readAlignmentFile; displayName stands for the
-// file in error messages.
-std::unique_ptr<Alignment> readAlignment(std::istream& in, const std::string& displayName);
+// file in error messages and gives the extension.
+std::unique_ptr<Alignment> readAlignment(std::istream& in, const std::string& displayName,
+                                         std::optional<InputFormat> format = std::nullopt);
+
+// The names --input-format takes: "fasta", "clustal", "msf", "stockholm",
+// "phylip", "phylip-relaxed", "pir", "a3m".
+std::vector<std::string> inputFormatNames();
+std::optional<InputFormat> inputFormatFromName(const std::string& name);
 
 inline constexpr const char* kStandardInputName = "standard input";
 
@@ -54,25 +67,33 @@ struct ColumnMarks {
   std::string marks;
 };
 
-// Throws std::invalid_argument when a line of marks is not as long as the
-// alignment is wide.
+// Choices of the writers beyond the format. a3mQuery names the row whose
+// residues make the A3M match columns (empty: the first row); it is written
+// first. columnMarks: lines of per-column marks (Stockholm only).
+struct WriteOptions {
+  std::string a3mQuery;
+  std::vector<ColumnMarks> columnMarks;
+};
+
+// Throws std::invalid_argument when options.a3mQuery names no row or a line
+// of marks is not as long as the alignment is wide.
 void writeAlignment(std::ostream& out, const Alignment& alignment, AlignmentFormat format,
-                    const std::vector<ColumnMarks>& columnMarks = {});
+                    const WriteOptions& options = {});
 
 // Writes to a temporary file in the same folder and renames it over path, so
 // that path is never half-written; a path ending in ".gz" is written
 // gzip-compressed. Throws std::runtime_error with a one-line message naming
 // path on failure (nothing is left behind).
 void writeAlignmentFile(const std::string& path, const Alignment& alignment, AlignmentFormat format,
-                        const std::vector<ColumnMarks>& columnMarks = {});
+                        const WriteOptions& options = {});
 
 // A format's name as --format takes it: "fasta", "clustal", "msf",
-// "stockholm" or "phylip", in that order.
+// "stockholm", "phylip" or "a3m", in that order.
 std::vector<std::string> formatNames();
 
 // A format name (any case), or a file name whose extension says it (any
 // case, also followed by ".gz"): .fa .fasta .fas .afa .faa, .aln .clw
-// .clustal, .msf, .sto .stk, .phy .phylip; nullopt otherwise.
+// .clustal, .msf, .sto .stk, .phy .phylip, .a3m; nullopt otherwise.
 std::optional<AlignmentFormat> formatFromName(const std::string& nameOrPath);
 
 // The names and extensions formatFromName knows, for messages:

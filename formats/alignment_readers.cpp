@@ -1,6 +1,7 @@
-// The four readers. Each walks the lines once, hands every sequence line to
-// RowCollector (which checks the characters) and, for the interleaved
-// formats, to BlockChecker (which checks the block structure).
+// The FASTA, PIR, Clustal, MSF and Stockholm readers. Each walks the lines
+// once, hands every sequence line to RowCollector (which checks the
+// characters) and, for the interleaved formats, to BlockChecker (which
+// checks the block structure).
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -77,6 +78,37 @@ std::vector<Word> splitWords(std::string_view line) {
 
 bool isBlank(std::string_view line) { return std::all_of(line.begin(), line.end(), isBlankChar); }
 
+Title splitTitle(std::string_view text, unsigned long firstColumn) {
+  const auto ends = [](char c) { return isBlankChar(c) || isControlByte(static_cast<unsigned char>(c)); };
+  std::size_t start = 0;
+  while (start < text.size() && isBlankChar(text[start])) ++start;
+  std::size_t end = start;
+  while (end < text.size() && !ends(text[end])) ++end;
+  return {std::string(text.substr(start, end - start)), firstColumn + static_cast<unsigned long>(start),
+          std::string(trimmed(text.substr(end)))};
+}
+
+bool isPirHeader(std::string_view line) {
+  // The sequence types: protein (P1, F1), DNA and RNA (DL, DC, RL, RC, N1,
+  // N3) and other (XX).
+  static constexpr std::string_view kTypes[] = {"P1", "F1", "DL", "DC", "RL", "RC", "N1", "N3", "XX"};
+  return line.size() >= 4 && line[0] == '>' && line[3] == ';' &&
+         std::find(std::begin(kTypes), std::end(kTypes), line.substr(1, 2)) != std::end(kTypes);
+}
+
+bool isPhylipHeader(std::string_view line) {
+  const std::vector<Word> words = splitWords(line);
+  return words.size() == 2 && isDigits(words[0].text) && isDigits(words[1].text);
+}
+
+std::string withoutControls(std::string_view text) {
+  std::string out(text);
+  for (char& c : out) {
+    if (isControlByte(static_cast<unsigned char>(c)) || c == '\t') c = ' ';
+  }
+  return out;
+}
+
 std::size_t RowCollector::add(const std::string& name, const std::string& description, unsigned long line,
                               unsigned long column) {
   if (auto existing = find(name)) {
@@ -122,6 +154,10 @@ std::size_t RowCollector::append(std::size_t row, std::string_view text, unsigne
   return taken;
 }
 
+void RowCollector::padTo(std::size_t row, std::size_t length) {
+  if (rows_[row].size() < length) rows_[row].resize(length, '-');
+}
+
 void RowCollector::addDescription(std::size_t row, const std::string& text) {
   std::string& description = sequences_[row].description;
   if (!description.empty()) description += ' ';
@@ -151,6 +187,10 @@ void BlockChecker::row(const std::string& name, unsigned long line, unsigned lon
     width_ = 0;
     firstLine_ = line;
   }
+  if (ragged_) {
+    raggedRow(name, line, nameColumn, rows_.append(*rows_.find(name), text, line, textColumn, extraGap));
+    return;
+  }
   std::size_t index = 0;
   if (!fixed_ && blocks_ == 0) {
     index = rows_.add(name, "", line, nameColumn);
@@ -178,9 +218,35 @@ void BlockChecker::row(const std::string& name, unsigned long line, unsigned lon
   ++position_;
 }
 
+// A row of a file whose sequences may end early: rows keep the header's
+// order, may be shorter than the block's widest and leave out sequences that
+// have ended, but a sequence that ended does not start again.
+void BlockChecker::raggedRow(const std::string& name, unsigned long line, unsigned long nameColumn, std::size_t taken) {
+  const std::size_t index = *rows_.find(name);
+  if (index < position_) {
+    fail(file_, line, nameColumn,
+         "sequence " + name + " after " + rows_.name(position_ - 1) +
+             " (every block lists the sequences in the order of the 'Name:' lines)");
+  }
+  if (ended_[index] && taken > 0) {
+    fail(
+        file_, line, nameColumn,
+        "sequence " + name + " goes on after it ended in the block starting at line " + std::to_string(*ended_[index]));
+  }
+  taken_[index] = taken;
+  width_ = std::max(width_, taken);
+  position_ = index + 1;
+}
+
 void BlockChecker::endBlock() {
   if (!inBlock_) return;
-  if ((fixed_ || blocks_ > 0) && position_ != rows_.size()) {
+  if (ragged_) {
+    for (std::size_t r = 0; r < taken_.size(); ++r) {
+      if (taken_[r] < width_ && !ended_[r]) ended_[r] = firstLine_;
+      taken_[r] = 0;
+    }
+  }
+  if (!ragged_ && (fixed_ || blocks_ > 0) && position_ != rows_.size()) {
     fail(file_, firstLine_, 0,
          "block has " + std::to_string(position_) + " rows, expected one for each of the " +
              std::to_string(rows_.size()) + " sequences");
@@ -201,11 +267,9 @@ std::unique_ptr<Alignment> readFasta(const TextFile& file) {
       rows.append(*current, line, lineNo, 1);
       continue;
     }
-    const std::string_view header = line.substr(1);
-    const std::vector<Word> words = splitWords(header);
-    if (words.empty()) fail(file, lineNo, 2, "header without a sequence name");
-    const std::string_view rest = header.substr(words[0].column - 1 + words[0].text.size());
-    current = rows.add(std::string(words[0].text), std::string(trimmed(rest)), lineNo, words[0].column + 1);
+    const Title title = splitTitle(line.substr(1), 2);
+    if (title.name.empty()) fail(file, lineNo, 2, "header without a sequence name");
+    current = rows.add(title.name, title.description, lineNo, title.nameColumn);
   }
   bool anyRow = false;
   for (std::size_t r = 0; r < rows.size(); ++r) anyRow = anyRow || rows.rowLength(r) > 0;
@@ -273,7 +337,7 @@ std::unique_ptr<Alignment> readMsf(const TextFile& file) {
   if (i == file.lines.size()) fail(file, 0, 0, "no '//' line ending the MSF header");
   if (rows.size() == 0) fail(file, static_cast<unsigned long>(i + 1), 1, "no 'Name:' lines before '//'");
 
-  BlockChecker blocks(file, rows, true);
+  BlockChecker blocks(file, rows, true, true);
   for (++i; i < file.lines.size(); ++i) {
     const std::string_view line = file.lines[i];
     const auto lineNo = static_cast<unsigned long>(i + 1);
@@ -291,12 +355,15 @@ std::unique_ptr<Alignment> readMsf(const TextFile& file) {
   }
   blocks.endBlock();
   if (!blocks.sawRows()) fail(file, 0, 0, "no sequence lines after the '//' line");
+  // A sequence that ends early is padded to the length its 'Name:' line
+  // gives.
   for (const DeclaredLength& declared : lengths) {
-    if (rows.rowLength(declared.row) != declared.length) {
+    if (rows.rowLength(declared.row) > declared.length) {
       fail(file, declared.line, declared.column,
            "sequence " + rows.name(declared.row) + " has " + std::to_string(rows.rowLength(declared.row)) +
                " columns, its 'Name:' line says Len: " + std::to_string(declared.length));
     }
+    rows.padTo(declared.row, declared.length);
   }
   return rows.finish();
 }
@@ -342,6 +409,36 @@ std::unique_ptr<Alignment> readStockholm(const TextFile& file) {
   blocks.endBlock();
   for (const auto& [name, text] : descriptions) {
     if (const auto row = rows.find(name)) rows.addDescription(*row, text);
+  }
+  return rows.finish();
+}
+
+// ">P1;NAME", a description line, the residues ending with '*' (which
+// some files leave out).
+std::unique_ptr<Alignment> readPir(const TextFile& file) {
+  RowCollector rows(file);
+  std::optional<std::size_t> current;
+  bool ended = true;
+  for (std::size_t i = 0; i < file.lines.size(); ++i) {
+    const std::string_view line = file.lines[i];
+    const auto lineNo = static_cast<unsigned long>(i + 1);
+    if (isBlank(line)) continue;
+    if (line.front() == '>') {
+      if (!isPirHeader(line)) fail(file, lineNo, 1, "a PIR header starts with '>', a sequence type and ';' (>P1;NAME)");
+      const Title title = splitTitle(line.substr(4), 5);
+      if (title.name.empty()) fail(file, lineNo, 5, "header without a sequence name");
+      if (i + 1 == file.lines.size()) fail(file, lineNo + 1, 0, "the description line after the header is missing");
+      current = rows.add(title.name, std::string(trimmed(file.lines[++i])), lineNo, title.nameColumn);
+      if (!title.description.empty()) rows.addDescription(*current, title.description);
+      ended = false;
+      continue;
+    }
+    if (!current) fail(file, lineNo, firstWordColumn(line), "sequence data before the first '>' header");
+    if (ended) {
+      fail(file, lineNo, firstWordColumn(line), "text after the '*' that ended sequence " + rows.name(*current));
+    }
+    rows.append(*current, line, lineNo, 1);
+    ended = trimmed(line).ends_with('*');
   }
   return rows.finish();
 }

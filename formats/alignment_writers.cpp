@@ -144,7 +144,7 @@ void writeStockholm(std::ostream& out, const Alignment& alignment, const std::ve
   for (unsigned long r = 0; r < alignment.sequenceCount(); ++r) {
     const SequenceInfo& info = alignment.sequence(r);
     if (info.description.empty()) continue;
-    out << "#=GS " << padded(info.name, nameWidth) << " DE " << info.description << '\n';
+    out << "#=GS " << padded(info.name, nameWidth) << " DE " << withoutControls(info.description) << '\n';
     anyDescription = true;
   }
   if (anyDescription) out << '\n';

@@ -1,10 +1,16 @@
 #include "formats/gzip.h"
 
+#include <fcntl.h>
+#include <unistd.h>
 #include <zlib.h>
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
+
+#include "host/file_io.h"
 
 namespace KARVO {
 namespace {
@@ -81,6 +87,77 @@ std::string gzip(std::string_view data) {
   deflateEnd(&stream);
   if (result != Z_STREAM_END) throw std::runtime_error("gzip compression failed");
   return out;
+}
+
+namespace {
+
+[[noreturn]] void fileError(const std::string& what, const std::string& path, int error) {
+  throw std::runtime_error(what + " " + path + ": " + std::strerror(error));
+}
+
+// Deflates everything read from in into out.
+void deflateStream(int in, int out, const std::string& source, const std::string& target) {
+  z_stream stream{};
+  if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzipWindow, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
+    throw std::runtime_error("cannot start gzip compression");
+  }
+  std::string input(kChunk, '\0');
+  std::string output(kChunk, '\0');
+  int flush = Z_NO_FLUSH;
+  try {
+    while (flush != Z_FINISH) {
+      const ssize_t got = ::read(in, input.data(), input.size());
+      if (got < 0 && errno == EINTR) continue;
+      if (got < 0) fileError("cannot read", source, errno);
+      flush = got == 0 ? Z_FINISH : Z_NO_FLUSH;
+      stream.next_in = reinterpret_cast<Bytef*>(input.data());
+      stream.avail_in = static_cast<uInt>(got);
+      do {
+        stream.next_out = reinterpret_cast<Bytef*>(output.data());
+        stream.avail_out = static_cast<uInt>(output.size());
+        deflate(&stream, flush);
+        if (!writeAll(out, std::string_view(output.data(), output.size() - stream.avail_out))) {
+          fileError("cannot write", target, errno);
+        }
+      } while (stream.avail_out == 0);
+    }
+  } catch (...) {
+    deflateEnd(&stream);
+    throw;
+  }
+  deflateEnd(&stream);
+}
+
+}  // namespace
+
+void gzipFile(const std::string& source, const std::string& target) {
+  const int in = ::open(source.c_str(), O_RDONLY | O_CLOEXEC);
+  if (in < 0) fileError("cannot read", source, errno);
+  const std::size_t slash = target.rfind('/');
+  std::string temporary =
+      folderOf(target) + "/." + (slash == std::string::npos ? target : target.substr(slash + 1)) + ".XXXXXX";
+  const int out = ::mkstemp(temporary.data());
+  if (out < 0) {
+    const int error = errno;
+    ::close(in);
+    fileError("cannot write", target, error);
+  }
+  try {
+    deflateStream(in, out, source, target);
+    if (::fsync(out) != 0) fileError("cannot write", target, errno);
+  } catch (...) {
+    ::close(in);
+    ::close(out);
+    ::unlink(temporary.c_str());
+    throw;
+  }
+  ::close(in);
+  const int closed = ::close(out);
+  if (closed != 0 || ::rename(temporary.c_str(), target.c_str()) != 0) {
+    const int error = errno;
+    ::unlink(temporary.c_str());
+    fileError("cannot write", target, error);
+  }
 }
 
 bool hasGzipExtension(std::string_view name) {

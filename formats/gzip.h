@@ -19,6 +19,13 @@ std::string gunzip(std::string_view data);
 // in the header, so equal input gives equal bytes).
 std::string gzip(std::string_view data);
 
+// Compresses the file source into target as one gzip member, a buffer at a
+// time (memory stays small however large source is): written to a temporary
+// file beside target and renamed over it, so target is never half-written.
+// Throws std::runtime_error with a one-line message naming the file at
+// fault (nothing is left behind).
+void gzipFile(const std::string& source, const std::string& target);
+
 // True for a file name that ends in ".gz" (any case).
 bool hasGzipExtension(std::string_view name);
 

@@ -82,8 +82,28 @@ std::vector<int> preorder(const PhyloTree& tree) {
 
 class NewickReader {
  public:
-  explicit NewickReader(std::string_view text) : text_(text) {}
+  // A UTF-8 byte-order mark is skipped; columns count from after it.
+  explicit NewickReader(std::string_view text) : text_(text) {
+    if (text_.starts_with("\xEF\xBB\xBF")) text_.remove_prefix(3);
+  }
 
+  // The first tree, and how many follow it (each read as carefully).
+  NewickTrees readAll() {
+    skipBlank();
+    if (atEnd()) fail("no tree: the text is empty");
+    if (text_.substr(pos_, 6) == "#NEXUS" || text_.substr(pos_, 6) == "#nexus") {
+      fail("a NEXUS file, not Newick (copy the tree after '=' in its TREES block into a file of its own)");
+    }
+    if (peek() == '>' || peek() == '#') fail("this looks like an alignment file, not a Newick tree");
+    NewickTrees trees{read(), 0};
+    for (skipBlank(); !atEnd(); skipBlank()) {
+      read();
+      ++trees.otherTrees;
+    }
+    return trees;
+  }
+
+ private:
   PhyloTree read() {
     PhyloTree tree;
     std::vector<int> open;  // inner nodes whose ')' is still to come
@@ -120,8 +140,6 @@ class NewickReader {
         if (c == ';') {
           if (!open.empty()) fail("';' before every '(' was closed");
           advance();
-          skipBlank();
-          if (pos_ < text_.size()) fail("text after the tree's ';'");
           return tree;
         }
         if (atEnd()) fail(open.empty() ? "the tree does not end with ';'" : "the text ends inside parentheses");
@@ -130,7 +148,6 @@ class NewickReader {
     }
   }
 
- private:
   void attach(PhyloTree& tree, const std::vector<int>& open, int node) {
     if (!open.empty()) {
       adopt(tree, open.back(), node);
@@ -339,7 +356,15 @@ std::string toNewick(const PhyloTree& tree) {
   return out + ";\n";
 }
 
-PhyloTree parseNewick(std::string_view text) { return NewickReader(text).read(); }
+NewickTrees readNewickTrees(std::string_view text) { return NewickReader(text).readAll(); }
+
+PhyloTree parseNewick(std::string_view text) { return readNewickTrees(text).tree; }
+
+std::string otherTreesNote(std::size_t otherTrees) {
+  if (otherTrees == 0) return "";
+  return "the file holds " + std::to_string(otherTrees) + " more tree" + (otherTrees == 1 ? "" : "s") +
+         " after the first; only the first is used";
+}
 
 PhyloLayout layoutTree(const PhyloTree& tree) {
   PhyloLayout layout;

@@ -71,10 +71,27 @@ class NewickError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Reads one Newick tree: quoted and unquoted labels (underscores stay as
-// they are), branch lengths, [comments]. Throws NewickError naming the line
-// and column of the problem.
+// The trees of a Newick file: the first, and how many more the file holds
+// (files of bootstrap or posterior trees hold one per line). A window shows
+// otherTreesNote(otherTrees) beside the first tree.
+struct NewickTrees {
+  PhyloTree tree;
+  std::size_t otherTrees = 0;
+};
+
+// Reads Newick text: quoted and unquoted labels (underscores stay as they
+// are), branch lengths, [comments], a UTF-8 byte-order mark at the start;
+// every tree is checked. Throws NewickError naming the line and column of
+// the problem, and what the text looks like instead when it is a NEXUS or
+// an alignment file.
+NewickTrees readNewickTrees(std::string_view text);
+
+// The first tree of readNewickTrees.
 PhyloTree parseNewick(std::string_view text);
+
+// "the file holds 2 more trees after the first; only the first is used";
+// empty for 0.
+std::string otherTreesNote(std::size_t otherTrees);
 
 // A phylogram: x is the distance from the root along the branches (a missing
 // length counts 0; in a tree without any lengths every branch counts 1), y

@@ -1,6 +1,7 @@
 # Shared by run-short.sh and run-long.sh: the fuzzers, their corpora and
 # flags, and the sanitizer settings (leak checks on).
-zemtra_fuzzers=(fuzz_read_any fuzz_read_fasta fuzz_read_clustal fuzz_read_msf fuzz_read_stockholm fuzz_exchange fuzz_run fuzz_kernels fuzz_consistency)
+zemtra_fuzzers=(fuzz_read_any fuzz_read_fasta fuzz_read_clustal fuzz_read_msf fuzz_read_stockholm fuzz_read_phylip
+  fuzz_read_pir fuzz_read_a3m fuzz_exchange fuzz_run fuzz_kernels fuzz_consistency)
 zemtra_fuzz_flags=(-timeout=30 -rss_limit_mb=4096)
 
 zemtra_fuzz_corpus() {

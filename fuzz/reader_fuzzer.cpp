@@ -16,7 +16,7 @@ namespace {
 using KARVO::Alignment;
 using KARVO::AlignmentFormat;
 
-enum class Reader { Any, Fasta, Clustal, Msf, Stockholm };
+enum class Reader { Any, Fasta, Clustal, Msf, Stockholm, Phylip, Pir, A3m };
 constexpr Reader kReader = Reader::ZEMTRA_FUZZ_READER;
 
 [[noreturn]] void defect(const std::string& what) {
@@ -31,6 +31,11 @@ std::unique_ptr<Alignment> readWith(Reader reader, const std::string& text) {
   }
   // Files with control characters are refused before any reader sees them.
   const KARVO::formats::TextFile file = KARVO::formats::splitLines(text, "fuzz");
+  // As readAlignment does: control characters on title lines only for the
+  // formats with titles.
+  if (reader != Reader::Fasta && reader != Reader::Pir && reader != Reader::A3m) {
+    KARVO::formats::refuseTitleControls(file);
+  }
   switch (reader) {
     case Reader::Fasta:
       return KARVO::formats::readFasta(file);
@@ -38,6 +43,12 @@ std::unique_ptr<Alignment> readWith(Reader reader, const std::string& text) {
       return KARVO::formats::readClustal(file);
     case Reader::Msf:
       return KARVO::formats::readMsf(file);
+    case Reader::Phylip:
+      return KARVO::formats::readPhylip(file, std::nullopt);
+    case Reader::Pir:
+      return KARVO::formats::readPir(file);
+    case Reader::A3m:
+      return KARVO::formats::readA3m(file);
     default:
       return KARVO::formats::readStockholm(file);
   }
@@ -57,13 +68,17 @@ void checkSameRows(const Alignment& original, const Alignment& copy, const char*
   }
 }
 
+// The copy is read under a name with the format's extension, as karvo's
+// own output files are.
 void roundTrip(const Alignment& alignment, AlignmentFormat format, const char* formatName) {
   std::ostringstream out;
   KARVO::writeAlignment(out, alignment, format);
   std::istringstream in(out.str());
   std::unique_ptr<Alignment> copy;
   try {
-    copy = KARVO::readAlignment(in, "copy");
+    copy = KARVO::readAlignment(in, format == AlignmentFormat::A3m     ? "copy.a3m"
+                                    : format == AlignmentFormat::Fasta ? "copy.fa"
+                                                                       : "copy");
   } catch (const KARVO::AlignmentReadError& error) {
     defect(std::string(formatName) + " copy unreadable: " + error.what());
   }
@@ -78,7 +93,9 @@ void checkAlignment(const Alignment& alignment) {
   bool plain = true;
   for (unsigned long r = 0; r < rows; ++r) {
     const std::string name = alignment.GetSeqName(r);
-    if (name.empty() || name.find_first_of(" \t") != std::string::npos) defect("name empty or with blanks");
+    if (name.empty() || std::any_of(name.begin(), name.end(), [](unsigned char c) { return c <= ' ' || c == 0x7f; })) {
+      defect("name empty or with blanks or control characters");
+    }
     if (!names.insert(name).second) defect("duplicate name " + name);
     plain = plain && plainName(name);
     const std::string text = alignment.rowText(r);
@@ -93,6 +110,8 @@ void checkAlignment(const Alignment& alignment) {
     if (column.size() != rows) defect("column with another row count");
   }
   roundTrip(alignment, AlignmentFormat::Fasta, "FASTA");
+  if (!KARVO::formats::isA3mAnnotation(alignment.GetSeqName(0))) roundTrip(alignment, AlignmentFormat::A3m, "A3M");
+  roundTrip(alignment, AlignmentFormat::Phylip, "PHYLIP");
   if (plain) {
     roundTrip(alignment, AlignmentFormat::Clustal, "Clustal");
     roundTrip(alignment, AlignmentFormat::Msf, "MSF");

@@ -66,7 +66,7 @@ def test_log_that_cannot_be_written(tmp_path):
 @pytest.mark.parametrize(
     "alignment, error, message",
     [
-        ("MKV", TypeError, "alignment must be a Bio.Align.MultipleSeqAlignment, a list of (name, sequence) pairs"),
+        ("MKV", TypeError, "alignment must be a Bio.Align.MultipleSeqAlignment or Alignment, a list of (name, sequence) pairs"),
         ([("a", "MKV", "x")], TypeError, "alignment[0] must be a (name, sequence) pair"),
         ([("a", 5)], TypeError, "alignment[0]: a sequence must be a str or a Bio.Seq.Seq, not int"),
         ({"a": b"MKV"}, TypeError, "alignment['a']: a sequence must be a str or a Bio.Seq.Seq, not bytes"),

@@ -42,3 +42,26 @@ def test_newick_reads_into_bio_phylo(globins):
 
     tree = Phylo.read(StringIO(zemtra.realign(globins).newick), "newick")
     assert sorted(leaf.name for leaf in tree.get_terminals()) == sorted(name for name, _ in globins)
+
+
+def test_alignment_class_in_and_out(globins):
+    """Bio.Align.Alignment (the newer class) comes back as an Alignment with
+    the rows of the same run on a MultipleSeqAlignment."""
+    from Bio.Align import Alignment
+
+    width = max(len(row) for _, row in globins)
+    padded = [(name, row + "-" * (width - len(row))) for name, row in globins]
+    records = [SeqRecord(Seq(row.replace("-", "")), id=name, description=f"{name} demo") for name, row in padded]
+    given = Alignment(records, Alignment.infer_coordinates([row for _, row in padded]))
+    expected = zemtra.realign(padded, range=(0, 40)).alignment
+
+    result = zemtra.realign(given, range=(0, 40)).alignment
+
+    assert isinstance(result, Alignment)
+    assert [str(result[i]) for i in range(len(result.sequences))] == [row for _, row in expected]
+    assert [r.id for r in result.sequences] == [name for name, _ in expected]
+    assert [r.description for r in result.sequences] == [f"{name} demo" for name, _ in globins]
+    # Sequences without ids are named seq1, seq2, ... and keep their type.
+    plain = zemtra.realign(Alignment(["MKV", Seq("MKIV")], Alignment.infer_coordinates(["MK-V", "MKIV"]))).alignment
+    assert [plain[i] for i in range(2)] == [row for _, row in zemtra.realign([("seq1", "MK-V"), ("seq2", "MKIV")]).alignment]
+    assert [type(s).__name__ for s in plain.sequences] == ["str", "Seq"]

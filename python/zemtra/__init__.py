@@ -30,7 +30,7 @@ from typing import TYPE_CHECKING, Any, Callable, Dict, List, Mapping, Optional, 
 from . import _zemtra
 
 if TYPE_CHECKING:
-    from Bio.Align import MultipleSeqAlignment
+    from Bio.Align import Alignment, MultipleSeqAlignment
 
 try:
     import numpy as _numpy
@@ -40,7 +40,7 @@ except ImportError:  # NumPy is optional: the tables are then lists of lists
 __all__ = ["realign", "Result", "Outcome", "EngineExit", "matrix_names"]
 
 #: What realign accepts as an alignment.
-AlignmentLike = Union["MultipleSeqAlignment", Sequence[Tuple[str, str]], Mapping[str, str]]
+AlignmentLike = Union["MultipleSeqAlignment", "Alignment", Sequence[Tuple[str, str]], Mapping[str, str]]
 #: A progress callback: progress(done, total); returning False cancels.
 Progress = Callable[[int, int], Optional[bool]]
 
@@ -88,7 +88,9 @@ class Result:
     alignment
         The re-aligned alignment, of the type given: a list of
         ``(name, row)`` tuples, a dict, or a Biopython
-        ``MultipleSeqAlignment`` (records keep id, name and description).
+        ``MultipleSeqAlignment`` or ``Alignment`` (records keep id, name and
+        description; an ``Alignment``'s sequences become the residues of
+        its rows).
         Rows are upper case with ``-`` for gaps, as the engine reads them.
     names
         The sequences that took part in the run (those with residues in the
@@ -180,7 +182,9 @@ def realign(
     """Re-align a column range of a protein multiple alignment.
 
     alignment
-        A Biopython ``Bio.Align.MultipleSeqAlignment``, a list of
+        A Biopython ``Bio.Align.MultipleSeqAlignment`` or
+        ``Bio.Align.Alignment`` (its sequences as SeqRecords, Seq or str;
+        those without an id are named ``seq1``, ``seq2``, ...), a list of
         ``(name, sequence)`` pairs or a dict ``{name: sequence}``. Sequences
         are str (or Biopython ``Seq``): letters are residues (upper-cased),
         ``-`` and ``.`` gaps, blanks are ignored and a final ``*`` is
@@ -283,6 +287,11 @@ def _is_biopython_alignment(value: Any) -> bool:
     return align is not None and isinstance(value, align.MultipleSeqAlignment)
 
 
+def _is_biopython_new_alignment(value: Any) -> bool:
+    align = sys.modules.get("Bio.Align")
+    return align is not None and isinstance(value, getattr(align, "Alignment", ()))
+
+
 def _sequence_text(value: Any, where: str) -> str:
     if isinstance(value, str):
         return value
@@ -303,6 +312,12 @@ def _read_alignment(alignment: Any) -> Tuple[str, List[str], List[str], Any]:
         for index, record in enumerate(records):
             names.append(record.id)
             rows.append(_sequence_text(record.seq, f"alignment[{index}]"))
+    elif _is_biopython_new_alignment(alignment):
+        kind = "biopython-alignment"
+        records = list(alignment.sequences)
+        for index, record in enumerate(records):
+            names.append(getattr(record, "id", None) or f"seq{index + 1}")
+            rows.append(str(alignment[index]))
     elif isinstance(alignment, Mapping):
         kind = "dict"
         for name, sequence in alignment.items():
@@ -317,7 +332,8 @@ def _read_alignment(alignment: Any) -> Tuple[str, List[str], List[str], Any]:
             rows.append(_sequence_text(pair[1], f"alignment[{index}]"))
     else:
         raise TypeError(
-            "alignment must be a Bio.Align.MultipleSeqAlignment, a list of (name, sequence) pairs or a dict, "
+            "alignment must be a Bio.Align.MultipleSeqAlignment or Alignment, a list of (name, sequence) pairs or a "
+            "dict, "
             f"not {type(alignment).__name__}"
         )
     first_seen: Dict[str, int] = {}
@@ -434,6 +450,8 @@ def _output(kind: str, given: Any, names: List[str], rows: List[str], records: A
         return list(zip(names, rows))
     if kind == "dict":
         return dict(zip(names, rows))
+    if kind == "biopython-alignment":
+        return _new_alignment(records, rows)
     from Bio.Align import MultipleSeqAlignment
     from Bio.Seq import Seq
     from Bio.SeqRecord import SeqRecord
@@ -451,6 +469,30 @@ def _output(kind: str, given: Any, names: List[str], rows: List[str], records: A
             )
         )
     return MultipleSeqAlignment(out, annotations=dict(getattr(given, "annotations", {}) or {}))
+
+
+def _new_alignment(records: List[Any], rows: List[str]) -> Any:
+    """A Bio.Align.Alignment of the rows; each sequence keeps its type (and a
+    SeqRecord its id, name and description) and holds its row's residues."""
+    from Bio.Align import Alignment
+    from Bio.Seq import Seq
+    from Bio.SeqRecord import SeqRecord
+
+    sequences: List[Any] = []
+    for record, row in zip(records, rows):
+        residues = row.replace("-", "")
+        if isinstance(record, SeqRecord):
+            sequences.append(SeqRecord(Seq(residues), id=record.id, name=record.name, description=record.description,
+                                       dbxrefs=list(record.dbxrefs), annotations=dict(record.annotations)))
+        else:
+            sequences.append(Seq(residues) if isinstance(record, Seq) else residues)
+    # Newer Biopython reads printed rows with parse_printed_alignment, older
+    # with infer_coordinates.
+    if hasattr(Alignment, "parse_printed_alignment"):
+        _, coordinates = Alignment.parse_printed_alignment([row.encode() for row in rows])
+    else:
+        coordinates = Alignment.infer_coordinates(rows)
+    return Alignment(sequences, coordinates)
 
 
 def _square(flat: List[float], n: int) -> Any:

@@ -10,6 +10,7 @@
 #include <map>
 #include <sstream>
 
+#include "app/run_log_output.h"
 #include "karvo_process.h"
 #include "tests/support/golden.h"
 #include "tests/support/scratch_dir.h"
@@ -170,6 +171,33 @@ TEST_F(Consistency, ItsSettingsAreRefusedWithTheProgressiveMethod) {
                               " belongs to the consistency method; add --method consistency or leave " + option +
                               " out\n");
   }
+}
+
+// The size karvo foresees for a run log (to warn of one that would fill
+// the scratch folder) against the log a run of 60 sequences writes; and a
+// run without any log file.
+TEST_F(AlignRun, RunLogSizeIsForeseenAndNoLogWritesNone) {
+  std::vector<std::string> names;
+  std::string text;
+  for (unsigned long s = 0; s < 60; ++s) {
+    names.push_back("family_member_" + std::to_string(100 + s));
+    text += ">" + names.back() + "\n";
+    for (unsigned long c = 0; c < 40; ++c) text += "ACDEFGHIKLMNPQRSTVWY"[(c * 7 + (c % 5 == 0 ? s : 0)) % 20];
+    text += "\n";
+  }
+  const ProcessResult run = karvo({"align", input(text), "-q", "-o", dir / "out.fa"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const auto actual = static_cast<double>(std::filesystem::file_size(personal() + "/zemtra.log"));
+  EXPECT_NEAR(static_cast<double>(karvo_app::runLogBytes(names)) / actual, 1.0, 0.03);
+
+  std::filesystem::remove(personal() + "/zemtra.log");
+  const ProcessResult none = karvo({"align", input(text), "--no-log", "-o", dir / "out.fa"});
+  EXPECT_EQ(none.status, 0) << none.err;
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(personal()), {}), 0);
+  EXPECT_EQ(karvo_app::largeLogWarning(60, karvo_app::kLargeLogBytes, "d/zemtra.log"), std::nullopt);
+  EXPECT_EQ(karvo_app::largeLogWarning(4500, karvo_app::kLargeLogBytes * 3 / 2, "d/zemtra.log"),
+            "the run log of 4500 sequences will take about 1.5 GiB in d/zemtra.log; --no-log runs without it, "
+            "--log FILE.gz keeps it compressed");
 }
 
 using Progress = KarvoCli;

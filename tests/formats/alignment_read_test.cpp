@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include "formats/alignment_io.h"
@@ -103,6 +105,64 @@ TEST(ReadOtherFormats, JoinBlocksAndSkipTheirMarkup) {
   EXPECT_EQ(read(cases[2].first)->sequence(0).description, "first one");
 }
 
+// A two-block MSF whose second sequence ends in the first block, A3M with
+// comment lines, '.' inside an insertion and an end '*', PIR without its
+// '*'s, a control character in a FASTA title, and --input-format's choice.
+TEST(ReadOtherFormats, ExpandRaggedAndQueryAnchoredRows) {
+  const std::pair<const char*, std::vector<std::string>> cases[] = {
+      {"PileUp\n\n Name: a Len: 7\n Name: b Len: 7\n Name: c Len: 7\n//\n\na ACDE\nb AC\nc ACDE\n\na FGH\nc FG\n",
+       {"a ACDEFGH", "b AC-----", "c ACDEFG-"}},
+      {"#A3M#\n# query lengths\n>q\nACDE\n>h1\nAc.dCDE\n>h2\nA-xDE*\n", {"q A---C-DE", "h1 AC-DC-DE", "h2 A----XDE"}},
+      {">P1;s\ndesc\nAC D\n>F1;t\n\nK\n", {"s ACD", "t K--"}},
+      {"1 2\nab\rc      KL\n", {"ab_c KL"}},
+      {">a x\x01y\nAC\n>\x01"
+       "b\nAC\n",
+       {}},
+  };
+  for (const auto& [text, expected] : cases) {
+    if (expected.empty()) {
+      EXPECT_EQ(errorOf(text, "t.fa"), "t.fa:3:2: header without a sequence name");
+      EXPECT_EQ(read(">a x\x01y\nAC\n", "t.fa")->sequence(0).description, "x\x01y");
+      continue;
+    }
+    EXPECT_EQ(rows(*read(text, "t.txt")), expected) << text;
+  }
+  // A3M by --input-format, by a .a3m name, or by content unless the name
+  // says FASTA.
+  const std::string text = ">q\nACDE\n>h\nAcCDE\n";
+  std::istringstream in(text);
+  EXPECT_THAT(rows(*KARVO::readAlignment(in, "t.fa", KARVO::InputFormat::A3m)), ElementsAre("q A-CDE", "h ACCDE"));
+  EXPECT_THAT(rows(*read(text, "t.a3m.gz")), ElementsAre("q A-CDE", "h ACCDE"));
+  EXPECT_THAT(rows(*read(text, "-")), ElementsAre("q A-CDE", "h ACCDE"));
+  EXPECT_THAT(rows(*read(text, "t.fa")), ElementsAre("q ACDE-", "h ACCDE"));
+  // A FASTA name that looks like a PIR header (found by fuzzing).
+  EXPECT_THAT(rows(*read(">P1;x\nACD\n", "t.fa")), ElementsAre("P1;x ACD"));
+  EXPECT_THAT(rows(*read(">P1;x\nAcD\n", "t.a3m")), ElementsAre("P1;x ACD"));
+  EXPECT_THAT(rows(*read(">P1;x\nd\nACD\n", "t.txt")), ElementsAre("x ACD"));
+}
+
+// Every file under formats/inputs (written for these tests, one for each
+// shape the readers accept) against the rows, names and descriptions in
+// formats/inputs.rows.
+TEST(ReadSamples, EachSampleGivesItsGoldenRows) {
+  std::set<std::filesystem::path> files;
+  for (const auto& entry : std::filesystem::directory_iterator(ztest::goldenPath("formats/inputs"))) {
+    if (entry.path().extension() != ".nwk") files.insert(entry.path());
+  }
+  std::string actual;
+  for (const auto& file : files) {
+    actual += "== " + file.filename().string() + "\n";
+    const auto alignment = KARVO::readAlignmentFile(file.string());
+    for (unsigned long r = 0; r < alignment->sequenceCount(); ++r) {
+      std::string description;
+      for (const char c : alignment->sequence(r).description)
+        description += c == '\x01' ? std::string("^A") : std::string(1, c);
+      actual += alignment->GetSeqName(r) + "\t" + alignment->rowText(r) + "\t" + description + "\n";
+    }
+  }
+  ztest::expectGolden("formats/inputs.rows", actual);
+}
+
 TEST(ReadAlignmentFile, NamesAMissingFile) {
   ztest::ScratchDir dir;
   try {
@@ -126,7 +186,7 @@ TEST(ReadErrors, UnexpectedCharacterGivesLineAndColumn) {
 }
 
 // Each line of formats/read_errors.txt is "NAME INPUT -> MESSAGE", the input with
-// \n, \r and \0 escaped. The inputs include faults found by fuzzing the readers.
+// \n, \r, \0 and \xNN escaped. The inputs include faults found by fuzzing the readers.
 TEST(ReadErrors, EachFaultIsNamedWithItsPlace) {
   std::ifstream table(ztest::goldenPath("formats/read_errors.txt"));
   std::string line, actual;
@@ -139,6 +199,11 @@ TEST(ReadErrors, EachFaultIsNamedWithItsPlace) {
         continue;
       }
       const char code = line[++at];
+      if (code == 'x') {
+        text += static_cast<char>(std::stoi(line.substr(at + 1, 2), nullptr, 16));
+        at += 2;
+        continue;
+      }
       text += code == 'n' ? '\n' : code == 'r' ? '\r' : code == '0' ? '\0' : code;
     }
     actual += line.substr(0, arrow) + " -> " + errorOf(text, line.substr(0, space)) + "\n";

@@ -52,7 +52,8 @@ TEST(WriteFormats, MatchTheirGoldenFiles) {
   const std::pair<AlignmentFormat, const char*> goldens[] = {{AlignmentFormat::Clustal, "small.aln"},
                                                              {AlignmentFormat::Stockholm, "small.sto"},
                                                              {AlignmentFormat::Msf, "small.msf"},
-                                                             {AlignmentFormat::Phylip, "small.phy"}};
+                                                             {AlignmentFormat::Phylip, "small.phy"},
+                                                             {AlignmentFormat::A3m, "small.a3m"}};
   for (const auto& [format, file] : goldens) {
     ztest::expectGolden("formats/" + std::string(file), written(*a, format));
   }
@@ -95,6 +96,33 @@ TEST(RoundTrip, FastaClustalMsfStockholmKeepNamesAndRows) {
   }
 }
 
+// Insertions relative to the query in every arrangement: left-aligned, with
+// gaps before a residue, at both ends, columns without any residue, and an
+// empty query; each must come back column for column, and --a3m-query's row
+// first.
+TEST(RoundTrip, A3mKeepsEveryColumnOfTheExpandedAlignment) {
+  const std::vector<std::vector<std::string>> alignments = {
+      {"AC--DE", "ACKLDE", "A-K-D-"}, {"-AC--", "KAC-L", "-A-ML"}, {"A---C", "A---C", "AK--C"},
+      {"----", "KL-M", "-L--"},       {"MKV", "M-V", "-K-"},
+  };
+  for (const auto& texts : alignments) {
+    std::vector<KARVO::SequenceInfo> names;
+    for (std::size_t r = 0; r < texts.size(); ++r) names.push_back({"s" + std::to_string(r), r == 0 ? "query d" : ""});
+    const auto original = Alignment::fromRows(names, texts);
+    std::istringstream a3m(written(*original, AlignmentFormat::A3m));
+    const auto copy = KARVO::readAlignment(a3m, "x.a3m");
+    for (unsigned long r = 0; r < texts.size(); ++r) {
+      EXPECT_EQ(copy->rowText(r), texts[r]) << texts[0];
+      EXPECT_EQ(copy->sequence(r).description, names[r].description);
+    }
+  }
+  const auto a = Alignment::fromRows({{"q", ""}, {"h", ""}}, {"A-C", "AKC"});
+  std::ostringstream out;
+  KARVO::writeAlignment(out, *a, AlignmentFormat::A3m, {"h"});
+  EXPECT_EQ(out.str(), ">h\nAKC\n>q\nA-C\n");
+  EXPECT_THROW(KARVO::writeAlignment(out, *a, AlignmentFormat::A3m, {"x"}), std::invalid_argument);
+}
+
 TEST(FormatFromName, KnowsNamesAndExtensions) {
   EXPECT_EQ(KARVO::formatFromName("MSF"), AlignmentFormat::Msf);
   EXPECT_EQ(KARVO::formatFromName("dir.x/out.FASTA"), AlignmentFormat::Fasta);
@@ -103,6 +131,9 @@ TEST(FormatFromName, KnowsNamesAndExtensions) {
   EXPECT_EQ(KARVO::formatFromName("out.sto.GZ"), AlignmentFormat::Stockholm);
   EXPECT_EQ(KARVO::formatFromName("out.clw"), AlignmentFormat::Clustal);
   EXPECT_EQ(KARVO::formatFromName("out.phylip"), AlignmentFormat::Phylip);
+  EXPECT_EQ(KARVO::formatFromName("hits.A3M.gz"), AlignmentFormat::A3m);
+  EXPECT_EQ(KARVO::inputFormatFromName("PHYLIP-relaxed"), KARVO::InputFormat::PhylipRelaxed);
+  EXPECT_EQ(KARVO::inputFormatFromName("nexus"), std::nullopt);
   EXPECT_EQ(KARVO::formatFromName("out.gz"), std::nullopt);
   EXPECT_EQ(KARVO::formatFromName("out.txt"), std::nullopt);
 }
@@ -155,6 +186,24 @@ TEST_F(AtomicWrite, FailsWithTheSystemsReasonAndLeavesNothingBehind) {
   EXPECT_THAT(entries(dir.path()), ElementsAre("out.fa"));
   EXPECT_EQ(ztest::readFile(dir / "out.fa/kept"), "x");
   EXPECT_EQ(messageOf("/dev/full"), "cannot write /dev/full: No space left on device");
+}
+
+// A file compressed a buffer at a time: several buffers' worth comes back
+// byte for byte, an unreadable source names itself and leaves nothing.
+TEST_F(AtomicWrite, CompressesAFileIntoItsTarget) {
+  std::string text;
+  for (int i = 0; i < 40000; ++i) text += "line " + std::to_string(i * 7919 % 10007) + "\n";
+  spit(dir / "log", text);
+  KARVO::gzipFile(dir / "log", dir / "log.gz");
+  EXPECT_EQ(KARVO::gunzip(ztest::readFile(dir / "log.gz")), text);
+  EXPECT_THAT(entries(dir.path()), ElementsAre("log", "log.gz"));
+  try {
+    KARVO::gzipFile(dir / "none", dir / "none.gz");
+    ADD_FAILURE() << "accepted";
+  } catch (const std::runtime_error& error) {
+    EXPECT_EQ(std::string(error.what()), "cannot read " + (dir / "none") + ": No such file or directory");
+  }
+  EXPECT_THAT(entries(dir.path()), ElementsAre("log", "log.gz"));
 }
 
 TEST_F(AtomicWrite, KeepsTheTargetWhenWritingStopsHalfway) {

@@ -7,6 +7,9 @@
 
 #include <cmath>
 
+#include "tests/support/golden.h"
+#include "tests/support/scratch_dir.h"
+
 namespace KARVO {
 namespace {
 
@@ -33,6 +36,32 @@ TEST(PhyloTree, TreesWithoutLengthsAreDrawnWithUnitBranches) {
   EXPECT_DOUBLE_EQ(layoutTree(tree).width, 2.0);
 }
 
+// Files from other programs: a byte-order mark, one tree per line (the
+// first taken, the others counted), and files that are not Newick at all.
+TEST(PhyloTree, NewickFilesWithAMarkOrSeveralTrees) {
+  const auto first = [](const char* file) {
+    return readNewickTrees(ztest::readFile(ztest::goldenPath(std::string("formats/inputs/") + file)));
+  };
+  EXPECT_EQ(toNewick(first("bom.nwk").tree), "((kin_a:0.12,kin_b:0.08):0.3,kin_c:0.41);\n");
+  const NewickTrees several = first("several_trees.nwk");
+  EXPECT_EQ(toNewick(several.tree), "((kin_a:0.12,kin_b:0.08):0.3,kin_c:0.41);\n");
+  EXPECT_EQ(several.otherTrees, 2u);
+  EXPECT_EQ(otherTreesNote(several.otherTrees), "the file holds 2 more trees after the first; only the first is used");
+  EXPECT_EQ(otherTreesNote(0), "");
+  for (const auto& [text, problem] : std::vector<std::pair<std::string, std::string>>{
+           {"\xEF\xBB\xBF (a,b);\n(c,", "line 2, column 4: the text ends inside parentheses"},
+           {" \n", "column 1: no tree: the text is empty"},
+           {"#NEXUS\nbegin trees;", "column 1: a NEXUS file, not Newick"},
+           {">a\nMKV\n", "column 1: this looks like an alignment file, not a Newick tree"}}) {
+    try {
+      readNewickTrees(text);
+      ADD_FAILURE() << text;
+    } catch (const NewickError& error) {
+      EXPECT_NE(std::string(error.what()).find(problem), std::string::npos) << error.what();
+    }
+  }
+}
+
 TEST(PhyloTree, MalformedNewickIsRefusedWithItsPlace) {
   for (const auto& [text, place] : std::vector<std::pair<std::string, std::string>>{
            {"(a,b)", "column 6: the tree does not end with ';'"},
@@ -40,7 +69,7 @@ TEST(PhyloTree, MalformedNewickIsRefusedWithItsPlace) {
            {"(a,b));", "column 6: ')' without a matching '('"},
            {"(a:x,b);", "column 4: a branch length that is not a number"},
            {"(a,\n'b);", "line 2, column 5: a quoted label that is never closed"},
-           {"(a,b);c", "column 7: text after the tree's ';'"},
+           {"(a,b);c", "column 8: the tree does not end with ';'"},
            {"a,b;", "column 2: ',' outside any parentheses"}}) {
     try {
       parseNewick(text);

@@ -1,0 +1,10 @@
+>P1;CYTA_DEMO
+cytochrome-like domain, demo entry
+MGDVEKGKKI FVQKCAQCHT
+VEKGGKHKTG PNLHGLFGRK*
+
+>F1;CYTB_DEMO
+fragment of a second demo entry
+MGDAEKGKKI FVQKCSQCHT
+VENGGKHK
+TG PNLWGLFGRK*
