@@ -24,10 +24,12 @@ struct TreeFile {
   std::size_t furtherTrees = 0;
 };
 
-// The one place that reads a tree file: the Newick reader gives the first
-// tree of a file; its count of the trees after it goes into furtherTrees
-// once the reader reports one (until then files of one tree are read).
-TreeFile readTreeFile(std::string_view text) { return {KARVO::parseNewick(text), 0}; }
+// The one place that reads a tree file: the first tree of the file and the
+// count of the trees after it.
+TreeFile readTreeFile(std::string_view text) {
+  KARVO::NewickTrees trees = KARVO::readNewickTrees(text);
+  return {std::move(trees.tree), trees.otherTrees};
+}
 
 }  // namespace
 
@@ -91,8 +93,8 @@ bool MainWindow::openTree(const QString& path) {
   }
   showGuideTree(true);
   if (read.furtherTrees > 0) {
-    const QString shown = tr("%1 holds %n more tree(s) after the one shown", "", static_cast<int>(read.furtherTrees))
-                              .arg(QFileInfo(path).fileName());
+    const QString shown = QFileInfo(path).fileName() + QStringLiteral(": ") +
+                          QString::fromStdString(KARVO::otherTreesNote(read.furtherTrees));
     const QString before = statusBar()->currentMessage();
     statusBar()->showMessage(before.isEmpty() ? shown : before + QStringLiteral("; ") + shown, 8000);
   }

@@ -118,9 +118,9 @@ TEST(RoundTrip, A3mKeepsEveryColumnOfTheExpandedAlignment) {
   }
   const auto a = Alignment::fromRows({{"q", ""}, {"h", ""}}, {"A-C", "AKC"});
   std::ostringstream out;
-  KARVO::writeAlignment(out, *a, AlignmentFormat::A3m, {"h"});
+  KARVO::writeAlignment(out, *a, AlignmentFormat::A3m, {"h", {}});
   EXPECT_EQ(out.str(), ">h\nAKC\n>q\nA-C\n");
-  EXPECT_THROW(KARVO::writeAlignment(out, *a, AlignmentFormat::A3m, {"x"}), std::invalid_argument);
+  EXPECT_THROW(KARVO::writeAlignment(out, *a, AlignmentFormat::A3m, {"x", {}}), std::invalid_argument);
 }
 
 TEST(FormatFromName, KnowsNamesAndExtensions) {

@@ -136,6 +136,12 @@ TEST_F(ScreenshotTest, ANewickTreeDocksBesideTheNamesAndItsNodesSelectTheirRows)
   ASSERT_EQ(reports_.size(), 1);
   EXPECT_TRUE(reports_[0].contains(path + QStringLiteral(":2:"))) << reports_[0].toStdString();
   EXPECT_EQ(rowNames(*window.alignment()), order);
+
+  // A file of several trees shows the first and says how many follow.
+  reports_.clear();
+  ASSERT_TRUE(window.openTree(QStringLiteral(ZEMTRA_SOURCE_DIR "/tests/data/gui/globins_three_trees.nwk")));
+  EXPECT_TRUE(window.statusBar()->currentMessage().contains(QStringLiteral("2 more trees after the first")))
+      << window.statusBar()->currentMessage().toStdString();
 }
 
 // A span within the alignment is pictured; one beyond it, or a file that
