@@ -42,6 +42,11 @@ void SetSink(Sink sink) {
   installedSink() = std::move(sink);
 }
 
+bool Wanted() {
+  const std::lock_guard<std::mutex> lock(entryMutex());
+  return static_cast<bool>(installedSink()) || verbose();
+}
+
 Entry::Entry() : lock_(entryMutex()), verbose_(verbose()) {}
 
 Entry::~Entry() {

@@ -17,6 +17,10 @@ using Sink = std::function<void(std::string_view piece)>;
 // sink is dropped.
 void SetSink(Sink sink);
 
+// True when what is written goes somewhere: a sink is installed or verbose
+// mode is on. A writer of large texts may leave them out otherwise.
+bool Wanted();
+
 // Appends text, followed by a newline unless it ends with one, to the sink
 // and, in verbose mode, to standard error. The text is passed on as the
 // bytes it is. Logging never stops a run.

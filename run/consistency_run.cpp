@@ -7,6 +7,7 @@
 #include <iomanip>
 #include <ostream>
 
+#include "host/logger.h"
 #include "run/consistency_tables.h"
 #include "run/log_file.h"
 #include "run/run_log.h"
@@ -147,7 +148,7 @@ ConsistencyRunOutput consistencyRun(RunInteraction& interaction, const RunLogOpt
   RunLogPlace place;
   if (!placeRunLog(interaction, logOptions, details, place)) return {};
 
-  RunLogFile logFile(place.dir, logOptions.name, logOptions.writeFile);
+  RunLogFile logFile(place.dir, logOptions.name, logOptions.writeFile, logOptions.text != nullptr || Logger::Wanted());
   std::ostream& log = logFile.stream();
   log.exceptions(std::ios::badbit);
 

@@ -116,7 +116,8 @@ bool readAt(int fd, char* data, std::size_t size, off_t offset) {
 // once the file is out of the picture.
 class RunLogFile::Buffer : public std::streambuf {
  public:
-  Buffer(const std::string& dir, const std::string& logName, bool toFile) : data_(kBufferBytes) {
+  Buffer(const std::string& dir, const std::string& logName, bool toFile, bool keepText)
+      : data_(kBufferBytes), discard_(!keepText) {
     setp(data_.data(), data_.data() + data_.size());
     if (!toFile) {
       problem_ = "no log file was asked for";
@@ -198,7 +199,7 @@ class RunLogFile::Buffer : public std::streambuf {
     }
     if (fd_ >= 0) {
       written_ += static_cast<off_t>(size);
-    } else {
+    } else if (!discard_) {
       memory_.append(pending);
     }
     setp(data_.data(), data_.data() + data_.size());
@@ -223,10 +224,11 @@ class RunLogFile::Buffer : public std::streambuf {
   std::string memory_;
   std::string problem_;
   bool committed_ = false;
+  bool discard_ = false;  // no file and nobody to read the text: it is dropped
 };
 
-RunLogFile::RunLogFile(const std::string& dir, const std::string& logName, bool toFile)
-    : buffer_(std::make_unique<Buffer>(dir, logName, toFile)), stream_(buffer_.get()) {}
+RunLogFile::RunLogFile(const std::string& dir, const std::string& logName, bool toFile, bool keepText)
+    : buffer_(std::make_unique<Buffer>(dir, logName, toFile, toFile || keepText)), stream_(buffer_.get()) {}
 
 const std::string& RunLogFile::problem() const { return buffer_->problem(); }
 

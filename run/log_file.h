@@ -18,13 +18,14 @@
 // write to it fails, the text is kept in memory instead and
 // the log counts as not written. An uncommitted temporary file is removed
 // on destruction and when the process exits. With toFile false no file is
-// made at all and the text is only kept in memory.
+// made at all and the text is only kept in memory, or, when nobody reads
+// it (keepText false), not kept at all.
 class RunLogFile {
  public:
   // The text passes through a buffer of this size on its way to the file.
   static constexpr std::size_t kBufferBytes = 64 * 1024;
 
-  RunLogFile(const std::string& dir, const std::string& logName, bool toFile = true);
+  RunLogFile(const std::string& dir, const std::string& logName, bool toFile = true, bool keepText = true);
   ~RunLogFile();
   RunLogFile(const RunLogFile&) = delete;
   RunLogFile& operator=(const RunLogFile&) = delete;

@@ -5,6 +5,7 @@
 #include <iomanip>
 #include <string>
 
+#include "host/logger.h"
 #include "pairwise/pair_kv.h"
 #include "run/log_file.h"
 #include "run/multiple_phase.h"
@@ -97,7 +98,7 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const RunLogOptions& logOp
     return;
   }
 
-  RunLogFile logFile(place.dir, logOptions.name, logOptions.writeFile);
+  RunLogFile logFile(place.dir, logOptions.name, logOptions.writeFile, logOptions.text != nullptr || Logger::Wanted());
   std::ostream& log = logFile.stream();
   // An allocation failure must reach the host, not end in a cut-off log.
   log.exceptions(std::ios::badbit);
