@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs every fuzzer of a build briefly: first the kept findings of
-# fuzz/regressions/<fuzzer>/ once each, then FUZZ_SECONDS (default 20) of
+# fuzz/regressions/<fuzzer>/ once each, then FUZZ_SECONDS (default 15) of
 # fuzzing from the committed seed corpus. New corpus entries go to a scratch
 # folder, so the committed corpus stays as it is. A crash, hang, leak or
 # sanitizer report fails the script and leaves the input in the scratch
@@ -9,7 +9,7 @@
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 build="$(cd "${1:?usage: run-short.sh BUILD_DIR}" && pwd)"
-seconds="${FUZZ_SECONDS:-20}"
+seconds="${FUZZ_SECONDS:-15}"
 source "$here/fuzz-env.sh"
 
 work="$(mktemp -d "${TMPDIR:-/tmp}/zemtra-fuzz-XXXXXX")"

@@ -9,7 +9,7 @@
 #     (build-tsan/) and runs their threaded tests there;
 #  4. runs each fuzzer briefly on its committed seed corpus.
 # ZEMTRA_SANITIZERS=0 stops after step 1; FUZZ_SECONDS sets step 4's time per
-# fuzzer (default 20).
+# fuzzer (default 15).
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 "$root/scripts/install-deps.sh"
