@@ -84,15 +84,28 @@ Kernel kernelFor(SimdLevel level) {
   switch (level) {
 #if defined(ZEMTRA_X86_KERNELS)
     case SimdLevel::kSse2:
-      return {fillSse2, nullptr, level};
+      return {fillSse2, nullptr, scanSse2, level};
     case SimdLevel::kAvx2:
-      return {fillAvx2, profileAvx2, level};
+      return {fillAvx2, profileAvx2, scanAvx2, level};
     case SimdLevel::kAvx512:
-      return {fillAvx512, profileAvx512, level};
+      return {fillAvx512, profileAvx512, scanAvx512, level};
 #endif
     default:
-      return {fillPortable, nullptr, SimdLevel::kPortable};
+      return {fillPortable, nullptr, scanPortable, SimdLevel::kPortable};
   }
+}
+
+bool withinPairCheaper(SimdLevel level, const ChunkShape& chunk) {
+  // A within-pair step costs about this many eighths of a multi-pair one
+  // (the prefix maximum and the unaligned loads).
+  constexpr unsigned long kStepEighths = 11;
+  const unsigned long lanes = batchLanes(level, chunk.wide ? LaneWidth::kWide : LaneWidth::kAuto);
+  const unsigned long stride = (chunk.rows + lanes - 1) / lanes * lanes;
+  if (chunk.pairs == 0 || chunk.rows == 0 || stride * chunk.columns > kBatchTraceBudget) return false;
+  const unsigned long batches = (chunk.pairs + chunk.lanes - 1) / chunk.lanes;
+  const unsigned long long batchSteps = static_cast<unsigned long long>(batches) * chunk.rows * chunk.columns;
+  const unsigned long long withinSteps = static_cast<unsigned long long>(stride / lanes) * chunk.columnSum;
+  return withinSteps * kStepEighths < batchSteps * 8;
 }
 
 }  // namespace simd

@@ -10,8 +10,18 @@
 #include <cstdint>
 
 #include "pairwise/simd/batch_fill.h"
+#include "pairwise/simd/scan_fill.h"
 
 namespace {
+
+// 16-bit lanes moved up by s, zeros coming in at lane 0.
+template <int s>
+inline __m512i shiftUpWords(__m512i a) {
+  alignas(64) static const short kLaneIndex[32] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15,
+                                                   16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31};
+  const __m512i from = _mm512_sub_epi16(_mm512_load_si512(kLaneIndex), _mm512_set1_epi16(s));
+  return _mm512_maskz_permutexvar_epi16(~((1u << s) - 1u), from, a);
+}
 
 struct Avx512Ops16 {
   using Elem = std::int16_t;
@@ -35,6 +45,19 @@ struct Avx512Ops16 {
   static void storeCodePair(std::uint8_t* out, Vec low, Vec high) {
     const Vec bits = _mm512_or_si512(low, _mm512_slli_epi16(high, 4));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm512_cvtepi16_epi8(bits));
+  }
+  static Vec loadu(const Elem* p) { return _mm512_loadu_si512(p); }
+  static Vec shiftUp1(Vec a) { return shiftUpWords<1>(a); }
+  static Vec prefixMax(Vec a) {
+    a = max(a, shiftUpWords<1>(a));
+    a = max(a, shiftUpWords<2>(a));
+    a = max(a, shiftUpWords<4>(a));
+    a = max(a, shiftUpWords<8>(a));
+    return max(a, shiftUpWords<16>(a));
+  }
+  static Vec broadcastLast(Vec a) { return _mm512_permutexvar_epi16(_mm512_set1_epi16(31), a); }
+  static void storeCodes(std::uint8_t* out, Vec code) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm512_cvtepi16_epi8(code));
   }
 };
 
@@ -61,9 +84,27 @@ struct Avx512Ops32 {
     const Vec bits = _mm512_or_si512(low, _mm512_slli_epi32(high, 4));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm512_cvtepi32_epi8(bits));
   }
+  static Vec loadu(const Elem* p) { return _mm512_loadu_si512(p); }
+  // valignd of [zero, a]: lanes move up by s, zeros come in.
+  template <int s>
+  static Vec up(Vec a) {
+    return _mm512_alignr_epi32(a, _mm512_setzero_si512(), 16 - s);
+  }
+  static Vec shiftUp1(Vec a) { return up<1>(a); }
+  static Vec prefixMax(Vec a) {
+    a = max(a, up<1>(a));
+    a = max(a, up<2>(a));
+    a = max(a, up<4>(a));
+    return max(a, up<8>(a));
+  }
+  static Vec broadcastLast(Vec a) { return _mm512_permutexvar_epi32(_mm512_set1_epi32(15), a); }
+  static void storeCodes(std::uint8_t* out, Vec code) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm512_cvtepi32_epi8(code));
+  }
 };
 
 #include "pairwise/simd/batch_fill.inc"
+#include "pairwise/simd/scan_fill.inc"
 
 }  // namespace
 
@@ -74,6 +115,11 @@ void fillAvx512(const BatchFill& f, int bits) {
     fillLanes<Avx512Ops16>(f);
   else
     fillLanes<Avx512Ops32>(f);
+}
+
+ScanEnd scanAvx512(const ScanFill& f, int bits, int maxAbs) {
+  if (bits == 16) return scanLanes<Avx512Ops16>(f, maxAbs);
+  return scanLanes<Avx512Ops32>(f, maxAbs);
 }
 
 }  // namespace zemtra::simd

@@ -71,6 +71,21 @@ struct BatchSizes {
   std::size_t entries() const { return lanes * simd::traceEntries(n, width); }
 };
 
+// Buffer sizes of the within-pair kernel for rows of n positions against
+// columns up to m: A's positions are padded to whole vectors of either
+// element width, and the profile holds both.
+struct ScanSizes {
+  unsigned long n, m, stride16, stride32;
+  static ScanSizes of(SimdLevel level, unsigned long n, unsigned long m) {
+    const unsigned long narrow = batchLanes(level, LaneWidth::kAuto), wide = batchLanes(level, LaneWidth::kWide);
+    return {n, m, (n + narrow - 1) / narrow * narrow, (n + wide - 1) / wide * wide};
+  }
+  std::size_t profile16() const { return kCodes * stride16 * sizeof(std::int16_t); }
+  std::size_t profile() const { return profile16() + kCodes * stride32 * sizeof(std::int32_t); }
+  std::size_t columns() const { return simd::scanColumnElems(stride32, sizeof(std::int32_t)) * sizeof(std::int32_t); }
+  std::size_t trace() const { return std::max(stride16, stride32) * m; }
+};
+
 class RowAligner {
  public:
   RowAligner(const RowPairs& request, KARVO::Matrix<long>& path, DpWorkspace::Buffers& b,
@@ -91,19 +106,26 @@ class RowAligner {
     unsigned long widest = 0;
     for (unsigned long p = 0; p < req_.count; ++p) widest = std::max(widest, req_.len[req_.ks[p]]);
     const simd::Kernel kernel = simd::kernelFor(batchLevelFor(req_.level, n_, widest));
+    const simd::Kernel single = simd::kernelFor(req_.level);
     const unsigned long narrowLanes = batchLanes(kernel.level, LaneWidth::kAuto);
     const unsigned long wideLanes = batchLanes(kernel.level, LaneWidth::kWide);
     unsigned long done = 0;
     while (done < req_.count) {
       const unsigned long narrow = std::min(narrowLanes, req_.count - done);
-      if (req_.width == LaneWidth::kAuto && fitsNarrow(done, narrow)) {
-        runChunk<std::int16_t>(kernel, done, narrow, narrowLanes);
-        done += narrow;
+      const bool fits = req_.width == LaneWidth::kAuto && fitsNarrow(done, narrow);
+      const unsigned long lanes = fits ? narrowLanes : wideLanes;
+      const unsigned long take = std::min(lanes, req_.count - done);
+      const bool within =
+          req_.kernel == PairKernel::kWithinPair ||
+          (req_.kernel == PairKernel::kChosen && simd::withinPairCheaper(single.level, shape(done, take, lanes)));
+      if (within) {
+        for (unsigned long p = done; p < done + take; ++p) alignWithin(single, p);
+      } else if (fits) {
+        runChunk<std::int16_t>(kernel, done, take, lanes);
       } else {
-        const unsigned long wide = std::min(wideLanes, req_.count - done);
-        runChunk<std::int32_t>(kernel, done, wide, wideLanes);
-        done += wide;
+        runChunk<std::int32_t>(kernel, done, take, lanes);
       }
+      done += take;
     }
   }
 
@@ -185,18 +207,93 @@ class RowAligner {
       }
     }
 
-    for (unsigned long p = 0; p < used; ++p) {
-      const unsigned long k = req_.ks[first + p];
-      simd::Tracer& t = tracers_[p];
-      t.tails();
-      if (t.result.full != nullptr) {
-        if (!req_.reportPairless) zemtra::fatalExit(t.result.full, ZemtraExit::kPairedNoPosition);
-        onPair_({req_.j, k, scores_[p], 0, t.result.full});
-        continue;
-      }
-      simd::writePath(t.result, t.entryA, t.entryB, path_);
-      onPair_({req_.j, k, scores_[p], static_cast<int>(t.result.count)});
+    for (unsigned long p = 0; p < used; ++p) report(req_.ks[first + p], scores_[p], tracers_[p]);
+  }
+
+  // The end of a pair's traceback, then its path and outcome.
+  void report(unsigned long k, int score, simd::Tracer& t) {
+    t.tails();
+    if (t.result.full != nullptr) {
+      if (!req_.reportPairless) zemtra::fatalExit(t.result.full, ZemtraExit::kPairedNoPosition);
+      onPair_({req_.j, k, score, 0, t.result.full});
+      return;
     }
+    simd::writePath(t.result, t.entryA, t.entryB, path_);
+    onPair_({req_.j, k, score, static_cast<int>(t.result.count)});
+  }
+
+  simd::ChunkShape shape(unsigned long first, unsigned long count, unsigned long lanes) const {
+    simd::ChunkShape c{count, n_, 0, 0, lanes, req_.width == LaneWidth::kWide || withinWide_};
+    for (unsigned long p = first; p < first + count; ++p) {
+      c.columns = std::max(c.columns, req_.len[req_.ks[p]]);
+      c.columnSum += req_.len[req_.ks[p]];
+    }
+    return c;
+  }
+
+  // Pair p through the within-pair kernel: 16-bit elements unless some
+  // value could have left their range, then 32-bit.
+  void alignWithin(const simd::Kernel& kernel, unsigned long p) {
+    const unsigned long k = req_.ks[p];
+    // pair_kv's averaged matrix is empty when either length is 0.
+    const unsigned long m = n_ == 0 ? 0 : req_.len[k];
+    const unsigned long n = m == 0 ? 0 : n_;
+    simd::ScanEnd end;
+    ScanCodes codes;
+    if (n > 0) {
+      const char* rowB = req_.seqs[k];
+      std::uint8_t* colCodes = simd::ensure(b_.laneCodes, m);
+      for (unsigned long c = 1; c <= m; ++c) colCodes[c - 1] = codeOf(rowB[c]);
+      // The pairs of a row share A: once one needed 32-bit elements, the
+      // others start with them.
+      const bool tryNarrow = req_.width == LaneWidth::kAuto && !withinWide_;
+      if (tryNarrow) end = scanFill<std::int16_t>(kernel, colCodes, m, codes);
+      if (!tryNarrow || !end.exact) {
+        withinWide_ = req_.width == LaneWidth::kAuto;
+        end = scanFill<std::int32_t>(kernel, colCodes, m, codes);
+      }
+    }
+    const unsigned long entries = simd::traceEntries(n_, req_.len[k]);
+    simd::Tracer t(n, m, {end.diag, end.vert, end.horz}, n_ + req_.len[k], simd::ensure(b_.laneEntryA, entries),
+                   simd::ensure(b_.laneEntryB, entries), simd::ensure(b_.laneEntryPaired, entries), true);
+    auto codeAt = [codes](unsigned long i, unsigned long c) { return codes.trace[(c - 1) * codes.stride + i - 1]; };
+    while (t.inMainLoop()) t.step(codeAt);
+    report(k, std::max(end.diag, std::max(end.vert, end.horz)), t);
+  }
+
+  struct ScanCodes {
+    const std::uint8_t* trace = nullptr;
+    unsigned long stride = 0;
+  };
+
+  template <typename Elem>
+  simd::ScanEnd scanFill(const simd::Kernel& kernel, const std::uint8_t* colCodes, unsigned long m, ScanCodes& out) {
+    const ScanSizes sizes = ScanSizes::of(kernel.level, n_, m);
+    const bool narrow = sizeof(Elem) == 2;
+    const unsigned long stride = narrow ? sizes.stride16 : sizes.stride32;
+    auto* profile = static_cast<std::uint8_t*>(b_.scanProfile.ensure(sizes.profile()));
+    Elem* rowProfile = reinterpret_cast<Elem*>(narrow ? profile : profile + sizes.profile16());
+    if (!(narrow ? profile16Built_ : profile32Built_)) {
+      // Scores of A's positions against each residue code of B.
+      for (int r = 0; r < kCodes; ++r) {
+        Elem* scores = rowProfile + static_cast<unsigned long>(r) * stride;
+        for (unsigned long i = 0; i < stride; ++i)
+          scores[i] = static_cast<Elem>(i < n_ ? table_.score[rowCodes_[i]][r] : 0);
+      }
+      (narrow ? profile16Built_ : profile32Built_) = true;
+    }
+    out.stride = stride;
+    auto* trace = static_cast<std::uint8_t*>(b_.laneTrace.ensure(stride * m));
+    out.trace = trace;
+    const simd::ScanFill f{n_,
+                           stride,
+                           m,
+                           req_.gap,
+                           colCodes,
+                           rowProfile,
+                           b_.rows.ensure(simd::scanColumnElems(stride, sizeof(Elem)) * sizeof(Elem)),
+                           trace};
+    return kernel.scan(f, 8 * sizeof(Elem), table_.maxAbs);
   }
 
   // Scores of every code present in A against every position of each lane's
@@ -241,6 +338,8 @@ class RowAligner {
   std::uint8_t* rowCodes_ = nullptr;
   bool present_[kCodes];
   long long sumA_ = 0;
+  bool profile16Built_ = false, profile32Built_ = false;  // in b_.scanProfile
+  bool withinWide_ = false;                               // a within-pair fill of this row needed 32-bit elements
   std::vector<simd::Tracer> tracers_;
   std::vector<int> scores_;
 };
@@ -254,8 +353,10 @@ std::uint64_t rowPairsWorkspaceBytes(SimdLevel level, unsigned long n, unsigned 
   const BatchSizes narrow{n, m, batchLanes(used, LaneWidth::kAuto), sizeof(std::int16_t)};
   const BatchSizes wide{n, m, batchLanes(used, LaneWidth::kWide), sizeof(std::int32_t)};
   using KARVO::bytesPlus;
-  std::uint64_t bytes = std::max(narrow.rows(), wide.rows());
-  bytes = bytesPlus(bytes, std::max(narrow.trace(), wide.trace()));
+  const ScanSizes scan = ScanSizes::of(simd::kernelFor(level).level, n, m);
+  std::uint64_t bytes = std::max({narrow.rows(), wide.rows(), scan.columns()});
+  bytes = bytesPlus(bytes, std::max({narrow.trace(), wide.trace(), scan.trace()}));
+  bytes = bytesPlus(bytes, scan.profile());
   bytes = bytesPlus(bytes, std::max(narrow.profile(), wide.profile()));
   bytes = bytesPlus(bytes, std::max(narrow.laneCodes(), wide.laneCodes()));
   bytes = bytesPlus(bytes, simd::traceEntryBytes(std::max(narrow.entries(), wide.entries())));
