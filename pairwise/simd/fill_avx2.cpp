@@ -28,6 +28,13 @@ inline __m256i shiftUpBytes(__m256i a) {
   return _mm256_alignr_epi8(a, lowIntoHigh, 16 - bytes);
 }
 
+// The same with the top lanes of before coming in instead of zeros.
+template <int bytes>
+inline __m256i shiftInBytes(__m256i a, __m256i before) {
+  const __m256i feed = _mm256_permute2x128_si256(before, a, 0x21);
+  return _mm256_alignr_epi8(a, feed, 16 - bytes);
+}
+
 struct Avx2Ops16 {
   using Elem = std::int16_t;
   using Vec = __m256i;
@@ -50,21 +57,12 @@ struct Avx2Ops16 {
     const Vec bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(bits, bits), 0x08);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(bytes));
   }
-  static Vec loadu(const Elem* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
-  static Vec shiftUp1(Vec a) { return shiftUpBytes<2>(a); }
+  static Vec shiftIn(Vec a, Vec before) { return shiftInBytes<2>(a, before); }
   static Vec prefixMax(Vec a) {
     a = max(a, shiftUpBytes<2>(a));
     a = max(a, shiftUpBytes<4>(a));
     a = max(a, shiftUpBytes<8>(a));
     return max(a, _mm256_permute2x128_si256(a, a, 0x08));
-  }
-  static Vec broadcastLast(Vec a) {
-    const Vec top = _mm256_permute4x64_epi64(a, 0xFF);
-    return _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(top, 0xFF), 0xFF);
-  }
-  static void storeCodes(std::uint8_t* out, Vec code) {
-    const Vec bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(code, code), 0x08);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(bytes));
   }
 };
 
@@ -93,19 +91,11 @@ struct Avx2Ops32 {
     const Vec ordered = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(ordered));
   }
-  static Vec loadu(const Elem* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
-  static Vec shiftUp1(Vec a) { return shiftUpBytes<4>(a); }
+  static Vec shiftIn(Vec a, Vec before) { return shiftInBytes<4>(a, before); }
   static Vec prefixMax(Vec a) {
     a = max(a, shiftUpBytes<4>(a));
     a = max(a, shiftUpBytes<8>(a));
     return max(a, _mm256_permute2x128_si256(a, a, 0x08));
-  }
-  static Vec broadcastLast(Vec a) { return _mm256_permutevar8x32_epi32(a, _mm256_set1_epi32(7)); }
-  static void storeCodes(std::uint8_t* out, Vec code) {
-    const Vec words = _mm256_packs_epi32(code, code);
-    const Vec bytes = _mm256_packus_epi16(words, words);
-    const Vec ordered = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0));
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(ordered));
   }
 };
 

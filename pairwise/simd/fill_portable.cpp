@@ -58,20 +58,13 @@ struct PortableOps {
     for (unsigned l = 0; l < N; ++l) out[l] = static_cast<std::uint8_t>(low.e[l] | high.e[l] << 4);
   }
   // The within-pair kernel's operations.
-  static Vec loadu(const E* p) { return load(p); }
-  static Vec shiftUp1(const Vec& a) {
-    return each([&](unsigned l) { return l == 0 ? 0 : a.e[l - 1]; });
+  static Vec shiftIn(const Vec& a, const Vec& before) {
+    return each([&](unsigned l) { return l == 0 ? before.e[N - 1] : a.e[l - 1]; });
   }
   static Vec prefixMax(const Vec& a) {
     Vec r = a;
     for (unsigned l = 1; l < N; ++l) r.e[l] = r.e[l] > r.e[l - 1] ? r.e[l] : r.e[l - 1];
     return r;
-  }
-  static Vec broadcastLast(const Vec& a) {
-    return each([&](unsigned) { return a.e[N - 1]; });
-  }
-  static void storeCodes(std::uint8_t* out, const Vec& code) {
-    for (unsigned l = 0; l < N; ++l) out[l] = static_cast<std::uint8_t>(code.e[l]);
   }
 };
 

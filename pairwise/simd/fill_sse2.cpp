@@ -40,19 +40,11 @@ struct Sse2Ops16 {
     const Vec bits = _mm_or_si128(low, _mm_slli_epi16(high, 4));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(bits, bits));
   }
-  static Vec loadu(const Elem* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
-  static Vec shiftUp1(Vec a) { return _mm_slli_si128(a, 2); }
+  static Vec shiftIn(Vec a, Vec before) { return _mm_or_si128(_mm_slli_si128(a, 2), _mm_srli_si128(before, 14)); }
   static Vec prefixMax(Vec a) {
     a = max(a, _mm_slli_si128(a, 2));
     a = max(a, _mm_slli_si128(a, 4));
     return max(a, _mm_slli_si128(a, 8));
-  }
-  static Vec broadcastLast(Vec a) {
-    const Vec high = _mm_shufflehi_epi16(a, 0xFF);
-    return _mm_unpackhi_epi64(high, high);
-  }
-  static void storeCodes(std::uint8_t* out, Vec code) {
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(code, code));
   }
 };
 
@@ -82,17 +74,10 @@ struct Sse2Ops32 {
     const int four = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
     __builtin_memcpy(out, &four, 4);
   }
-  static Vec loadu(const Elem* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
-  static Vec shiftUp1(Vec a) { return _mm_slli_si128(a, 4); }
+  static Vec shiftIn(Vec a, Vec before) { return _mm_or_si128(_mm_slli_si128(a, 4), _mm_srli_si128(before, 12)); }
   static Vec prefixMax(Vec a) {
     a = max(a, _mm_slli_si128(a, 4));
     return max(a, _mm_slli_si128(a, 8));
-  }
-  static Vec broadcastLast(Vec a) { return _mm_shuffle_epi32(a, 0xFF); }
-  static void storeCodes(std::uint8_t* out, Vec code) {
-    const Vec words = _mm_packs_epi32(code, code);
-    const int four = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
-    __builtin_memcpy(out, &four, 4);
   }
 };
 

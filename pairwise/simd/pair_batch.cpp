@@ -82,8 +82,8 @@ struct ScanSizes {
   }
   std::size_t profile16() const { return kCodes * stride16 * sizeof(std::int16_t); }
   std::size_t profile() const { return profile16() + kCodes * stride32 * sizeof(std::int32_t); }
-  std::size_t columns() const { return simd::scanColumnElems(stride32, sizeof(std::int32_t)) * sizeof(std::int32_t); }
-  std::size_t trace() const { return std::max(stride16, stride32) * m; }
+  std::size_t columns() const { return simd::scanColumnElems(stride32) * sizeof(std::int32_t); }
+  std::size_t trace() const { return simd::scanTraceBytes(std::max(stride16, stride32), m); }
 };
 
 class RowAligner {
@@ -112,14 +112,18 @@ class RowAligner {
     unsigned long done = 0;
     while (done < req_.count) {
       const unsigned long narrow = std::min(narrowLanes, req_.count - done);
-      const bool fits = req_.width == LaneWidth::kAuto && fitsNarrow(done, narrow);
+      const long long bound = valueBound(done, narrow);
+      const bool fits = req_.width == LaneWidth::kAuto && bound <= kLimit16;
+      // The within-pair kernel checks its 16-bit values as it goes; worth a
+      // try unless the bound is far off or a pair of this row needed more.
+      const bool tryNarrow = req_.width == LaneWidth::kAuto && bound <= 2 * kLimit16 && !withinWide_;
       const unsigned long lanes = fits ? narrowLanes : wideLanes;
       const unsigned long take = std::min(lanes, req_.count - done);
-      const bool within =
-          req_.kernel == PairKernel::kWithinPair ||
-          (req_.kernel == PairKernel::kChosen && simd::withinPairCheaper(single.level, shape(done, take, lanes)));
+      const bool within = req_.kernel == PairKernel::kWithinPair ||
+                          (req_.kernel == PairKernel::kChosen &&
+                           simd::withinPairCheaper(single.level, shape(done, take, lanes, !tryNarrow)));
       if (within) {
-        for (unsigned long p = done; p < done + take; ++p) alignWithin(single, p);
+        for (unsigned long p = done; p < done + take; ++p) alignWithin(single, p, tryNarrow);
       } else if (fits) {
         runChunk<std::int16_t>(kernel, done, take, lanes);
       } else {
@@ -130,12 +134,14 @@ class RowAligner {
   }
 
  private:
-  // Whether 16-bit lanes hold every value the fill computes for these pairs.
-  // A path's score is at most the positive part of its pair scores, each
-  // position used once (bounded from either sequence), plus -gap for each
-  // return from a gap when gap is negative; values below 0 never go under
-  // -|gap| - max|score|.
-  bool fitsNarrow(unsigned long first, unsigned long count) const {
+  static constexpr long long kLimit16 = 32767;
+
+  // A bound on every value the fill computes for these pairs; 16-bit lanes
+  // hold them when it is at most kLimit16. A path's score is at most the
+  // positive part of its pair scores, each position used once (bounded from
+  // either sequence), plus -gap for each return from a gap when gap is
+  // negative; values below 0 never go under -|gap| - max|score|.
+  long long valueBound(unsigned long first, unsigned long count) const {
     long long upper = 0;
     unsigned long widest = 0;
     for (unsigned long p = first; p < first + count; ++p) {
@@ -150,8 +156,7 @@ class RowAligner {
     const long long gap = req_.gap;
     const long long absGap = gap < 0 ? -gap : gap;
     if (gap < 0) upper += static_cast<long long>(std::min(n_, widest)) * absGap;
-    constexpr long long kLimit = 32767;
-    return upper + absGap + table_.maxAbs <= kLimit;
+    return upper + absGap + table_.maxAbs;
   }
 
   template <typename Elem>
@@ -222,8 +227,8 @@ class RowAligner {
     onPair_({req_.j, k, score, static_cast<int>(t.result.count)});
   }
 
-  simd::ChunkShape shape(unsigned long first, unsigned long count, unsigned long lanes) const {
-    simd::ChunkShape c{count, n_, 0, 0, lanes, req_.width == LaneWidth::kWide || withinWide_};
+  simd::ChunkShape shape(unsigned long first, unsigned long count, unsigned long lanes, bool wide) const {
+    simd::ChunkShape c{count, n_, 0, 0, lanes, wide};
     for (unsigned long p = first; p < first + count; ++p) {
       c.columns = std::max(c.columns, req_.len[req_.ks[p]]);
       c.columnSum += req_.len[req_.ks[p]];
@@ -231,9 +236,9 @@ class RowAligner {
     return c;
   }
 
-  // Pair p through the within-pair kernel: 16-bit elements unless some
-  // value could have left their range, then 32-bit.
-  void alignWithin(const simd::Kernel& kernel, unsigned long p) {
+  // Pair p through the within-pair kernel: with tryNarrow 16-bit elements
+  // unless some value could have left their range, else 32-bit.
+  void alignWithin(const simd::Kernel& kernel, unsigned long p, bool tryNarrow) {
     const unsigned long k = req_.ks[p];
     // pair_kv's averaged matrix is empty when either length is 0.
     const unsigned long m = n_ == 0 ? 0 : req_.len[k];
@@ -244,26 +249,25 @@ class RowAligner {
       const char* rowB = req_.seqs[k];
       std::uint8_t* colCodes = simd::ensure(b_.laneCodes, m);
       for (unsigned long c = 1; c <= m; ++c) colCodes[c - 1] = codeOf(rowB[c]);
-      // The pairs of a row share A: once one needed 32-bit elements, the
-      // others start with them.
-      const bool tryNarrow = req_.width == LaneWidth::kAuto && !withinWide_;
       if (tryNarrow) end = scanFill<std::int16_t>(kernel, colCodes, m, codes);
       if (!tryNarrow || !end.exact) {
-        withinWide_ = req_.width == LaneWidth::kAuto;
+        withinWide_ = withinWide_ || tryNarrow;
         end = scanFill<std::int32_t>(kernel, colCodes, m, codes);
       }
     }
     const unsigned long entries = simd::traceEntries(n_, req_.len[k]);
     simd::Tracer t(n, m, {end.diag, end.vert, end.horz}, n_ + req_.len[k], simd::ensure(b_.laneEntryA, entries),
                    simd::ensure(b_.laneEntryB, entries), simd::ensure(b_.laneEntryPaired, entries), true);
-    auto codeAt = [codes](unsigned long i, unsigned long c) { return codes.trace[(c - 1) * codes.stride + i - 1]; };
+    auto codeAt = [codes](unsigned long i, unsigned long c) {
+      return codes.trace[(c - 1) * codes.stride + simd::stripedIndex(i, codes.stride, codes.lanes)];
+    };
     while (t.inMainLoop()) t.step(codeAt);
     report(k, std::max(end.diag, std::max(end.vert, end.horz)), t);
   }
 
   struct ScanCodes {
     const std::uint8_t* trace = nullptr;
-    unsigned long stride = 0;
+    unsigned long stride = 0, lanes = 1;
   };
 
   template <typename Elem>
@@ -271,28 +275,26 @@ class RowAligner {
     const ScanSizes sizes = ScanSizes::of(kernel.level, n_, m);
     const bool narrow = sizeof(Elem) == 2;
     const unsigned long stride = narrow ? sizes.stride16 : sizes.stride32;
+    const unsigned long lanes = batchLanes(kernel.level, narrow ? LaneWidth::kAuto : LaneWidth::kWide);
     auto* profile = static_cast<std::uint8_t*>(b_.scanProfile.ensure(sizes.profile()));
     Elem* rowProfile = reinterpret_cast<Elem*>(narrow ? profile : profile + sizes.profile16());
     if (!(narrow ? profile16Built_ : profile32Built_)) {
       // Scores of A's positions against each residue code of B.
       for (int r = 0; r < kCodes; ++r) {
         Elem* scores = rowProfile + static_cast<unsigned long>(r) * stride;
-        for (unsigned long i = 0; i < stride; ++i)
-          scores[i] = static_cast<Elem>(i < n_ ? table_.score[rowCodes_[i]][r] : 0);
+        std::fill(scores, scores + stride, Elem{0});
+        for (unsigned long i = 1; i <= n_; ++i)
+          scores[simd::stripedIndex(i, stride, lanes)] = static_cast<Elem>(table_.score[rowCodes_[i - 1]][r]);
       }
       (narrow ? profile16Built_ : profile32Built_) = true;
     }
     out.stride = stride;
-    auto* trace = static_cast<std::uint8_t*>(b_.laneTrace.ensure(stride * m));
+    out.lanes = lanes;
+    auto* trace = static_cast<std::uint8_t*>(b_.laneTrace.ensure(simd::scanTraceBytes(stride, m)));
     out.trace = trace;
-    const simd::ScanFill f{n_,
-                           stride,
-                           m,
-                           req_.gap,
-                           colCodes,
-                           rowProfile,
-                           b_.rows.ensure(simd::scanColumnElems(stride, sizeof(Elem)) * sizeof(Elem)),
-                           trace};
+    const simd::ScanFill f{
+        n_,   stride, m, req_.gap, colCodes, rowProfile, b_.rows.ensure(simd::scanColumnElems(stride) * sizeof(Elem)),
+        trace};
     return kernel.scan(f, 8 * sizeof(Elem), table_.maxAbs);
   }
 
@@ -339,7 +341,9 @@ class RowAligner {
   bool present_[kCodes];
   long long sumA_ = 0;
   bool profile16Built_ = false, profile32Built_ = false;  // in b_.scanProfile
-  bool withinWide_ = false;                               // a within-pair fill of this row needed 32-bit elements
+  // A within-pair fill of this row needed 32-bit elements; the pairs of a
+  // row share A, so the others start with them.
+  bool withinWide_ = false;
   std::vector<simd::Tracer> tracers_;
   std::vector<int> scores_;
 };

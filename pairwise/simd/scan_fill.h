@@ -13,20 +13,22 @@ namespace zemtra::simd {
 
 // In a column, diag and horz of a cell depend only on the column before, and
 // vert (a gap along A costs nothing to extend) is the running maximum of the
-// diag values above the cell. So a column is one elementwise pass with a
-// prefix maximum, and every cell takes the same values and the same code
-// (batch_fill.h) as in the row-by-row fill.
+// diag values above the cell. So a column is an elementwise pass over A's
+// positions, striped across the lanes (each lane a run of consecutive rows,
+// its vert carried from vector to vector), then a second pass that adds
+// each lane the maximum of the lanes before it. Every cell takes the same
+// values and the same code (batch_fill.h) as in the row-by-row fill.
 struct ScanFill {
   unsigned long n;       // positions of A (rows)
   unsigned long stride;  // n rounded up to whole vectors
   unsigned long m;       // positions of B (columns)
   int gap;
   const std::uint8_t* colCodes;  // m residue codes of B
-  // kCodes x stride: element r * stride + i - 1 is the score of residue
-  // code r against position i of A; 0 from n on.
+  // kCodes x stride: element r * stride + stripedIndex(i) is the score of
+  // residue code r against position i of A; 0 past n.
   const void* profile;
-  void* columns;  // scanColumnElems(stride, element size) elements, any contents
-  // m x stride codes: cell (i, c) in byte (c - 1) * stride + i - 1.
+  void* columns;  // scanColumnElems(stride) elements, any contents
+  // m x stride codes: cell (i, c) in byte (c - 1) * stride + stripedIndex(i).
   std::uint8_t* trace;
 };
 
@@ -38,11 +40,16 @@ struct ScanEnd {
   bool exact = true;
 };
 
-// Work elements of the two columns (three states each) for that stride. Each
-// state keeps one vector of room before row 1 so that row 1 is aligned and
-// row 0 sits just before it.
-inline unsigned long scanLead(std::size_t elem) { return 64 / elem; }
-inline unsigned long scanColumnElems(unsigned long stride, std::size_t elem) { return 6 * (scanLead(elem) + stride); }
+// Where row i (1-based) of A sits in a striped column of that stride.
+inline unsigned long stripedIndex(unsigned long i, unsigned long stride, unsigned long lanes) {
+  const unsigned long perLane = stride / lanes;
+  return (i - 1) % perLane * lanes + (i - 1) / perLane;
+}
+
+// Work elements (two columns of three states and the first pass's codes)
+// and trace bytes of the fill.
+inline unsigned long scanColumnElems(unsigned long stride) { return 7 * stride; }
+inline unsigned long scanTraceBytes(unsigned long stride, unsigned long m) { return stride * m; }
 
 // One function per instruction set; bits is 16 or 32. maxAbs is the largest
 // |score| of the profile.
