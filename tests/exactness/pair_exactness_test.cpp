@@ -23,6 +23,7 @@
 #include "pairwise/group_profile.h"
 #include "pairwise/measures.h"
 #include "pairwise/pair_kv.h"
+#include "pairwise/simd/dispatch.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/scomat.h"
 #include "tests/support/working_rows.h"
@@ -491,6 +492,15 @@ TEST(EngineChoices, LevelsAndOptions) {
       EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx2, 2800, 2800), SimdLevel::kAvx2);
       EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx2, 2900, 2900), SimdLevel::kSse2);
     }
+  }
+  // Rows of long sequences with a few pairs go one pair at a time; full
+  // batches of short ones, and codes beyond the budget, stay in lanes.
+  for (SimdLevel level : {SimdLevel::kPortable, SimdLevel::kAvx2}) {
+    const unsigned long lanes = zemtra::batchLanes(level, LaneWidth::kAuto);
+    EXPECT_TRUE(zemtra::simd::withinPairCheaper(level, {3, 1000, 1000, 3000, lanes / 2, true}));
+    EXPECT_TRUE(zemtra::simd::withinPairCheaper(level, {2, 300, 300, 600, lanes, false}));
+    EXPECT_FALSE(zemtra::simd::withinPairCheaper(level, {lanes, 300, 300, 300 * lanes, lanes, false}));
+    EXPECT_FALSE(zemtra::simd::withinPairCheaper(level, {1, 9000, 9000, 9000, lanes, false}));
   }
   EXPECT_TRUE(zemtraEngineSettingsFrom("1", nullptr).reference);
   for (const char* off : {"0", "yes", static_cast<const char*>(nullptr)})
