@@ -20,27 +20,7 @@
 #include <vector>
 
 #include "bench_family.h"
-#include "scoring/scomat.h"
-
-namespace {
-
-// The residues of the run's alphabet and the gap character, which the run
-// scores 0 against anything.
-const char kAlphabet[] = "ACDEFGHIKLMNPQRSTVWYBZX-";
-
-parasail_matrix_t* runMatrix(int matNo) {
-  parasail_matrix_t* m = parasail_matrix_create(kAlphabet, 0, 0);
-  const int n = static_cast<int>(sizeof(kAlphabet)) - 1;
-  for (int a = 0; a < n; ++a) {
-    for (int b = 0; b < n; ++b) {
-      const bool gap = kAlphabet[a] == '-' || kAlphabet[b] == '-';
-      parasail_matrix_set_value(m, a, b, gap ? 0 : ScoMat::pairScore(matNo, kAlphabet[a], kAlphabet[b]));
-    }
-  }
-  return m;
-}
-
-}  // namespace
+#include "parasail_matrix.h"
 
 int main(int argc, char** argv) {
   int matNo = 0;
@@ -67,7 +47,7 @@ int main(int argc, char** argv) {
   for (const std::string& r : rows) width = std::max(width, r.size());
   for (std::string& r : rows) r.resize(width, '-');
 
-  parasail_matrix_t* matrix = runMatrix(matNo);
+  parasail_matrix_t* matrix = bench::parasailMatrix(matNo);
   long checksum = 0;
   const auto start = std::chrono::steady_clock::now();
   for (std::size_t j = 0; j + 1 < rows.size(); ++j) {

@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # The benchmarks of the aligner, in one run:
-#   1. Google Benchmark of the pairwise kernels (GCUPS per kernel);
+#   1. Google Benchmark of the pairwise kernels (GCUPS per kernel), then the
+#      one-thread kernel against parasail's traced global kernel on the same
+#      pairs at 200 x 300, 20 x 1,000 and 20 x 3,000, as ratios
+#      (zemtra_kernel_vs_parasail);
 #   2. side by side on the same families: the reference and the fast
 #      implementation (pairwise phase and whole run), `karvo align` end to
 #      end, ClustalW 2.1 with its defaults, and parasail's traced global
@@ -61,12 +64,19 @@ fi
 
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DZEMTRA_BUILD_BENCH=ON -DZEMTRA_BUILD_TESTS=OFF >/dev/null
 targets=(zemtra_bench_pairwise zemtra_bench_run karvo_app ZemtraBatch Zemtra)
-grep -q zemtra_parasail_yardstick "$build/Makefile" "$build/build.ninja" 2>/dev/null && targets+=(zemtra_parasail_yardstick)
+grep -q zemtra_parasail_yardstick "$build/Makefile" "$build/build.ninja" 2>/dev/null &&
+  targets+=(zemtra_parasail_yardstick zemtra_kernel_vs_parasail)
 cmake --build "$build" --target "${targets[@]}" -j2 >/dev/null
 bin="$build/bin"
 
 echo "== Kernels (Google Benchmark, one thread; GCUPS = cell updates per second / 1e9)"
 "$bin/zemtra_bench_pairwise" --benchmark_min_time=0.2
+if [ -x "$bin/zemtra_kernel_vs_parasail" ]; then
+  echo
+  echo "== One-thread kernel against parasail on the same pairs (matrix 0, gap 40; median of 5 processor times)"
+  "$bin/zemtra_kernel_vs_parasail" --repeats 5 "$synthetic/syn_n0200_l0300.fa" "$synthetic/syn_n0020_l1000.fa" \
+    "$synthetic/syn_n0020_l3000.fa"
+fi
 [ "$kernels_only" = 1 ] && exit 0
 
 families=("$synthetic/syn_n0050_l0300.fa" "$synthetic/syn_n0200_l0300.fa")

@@ -178,10 +178,10 @@ std::vector<PairSeen> reference(const Batch& b, unsigned long j, Path& path) {
 }
 
 std::vector<PairSeen> rowPairs(const Batch& b, unsigned long j, Path& path, zemtra::SimdLevel level,
-                               zemtra::LaneWidth width, zemtra::DpWorkspace& ws) {
+                               zemtra::LaneWidth width, zemtra::PairKernel kernel, zemtra::DpWorkspace& ws) {
   std::vector<PairSeen> seen;
-  const zemtra::RowPairs request{*b.seqs, b.len.data(), j,   b.ks.data() + j + 1, b.text.size() - j - 1, b.matNo, b.gap,
-                                 level,   width,        true};
+  const zemtra::RowPairs request{
+      *b.seqs, b.len.data(), j, b.ks.data() + j + 1, b.text.size() - j - 1, b.matNo, b.gap, level, width, true, kernel};
   zemtra::alignRowPairs(request, path, ws, [&](const zemtra::PairOutcome& o) {
     if (o.j != j || o.k != j + 1 + seen.size()) defect("alignRowPairs", o.j, o.k, "a pair out of order");
     seen.push_back({o.pairless, o.pairless != nullptr ? 0 : o.score, o.alen, pathCells(path)});
@@ -205,11 +205,15 @@ std::vector<std::pair<std::string, RowRoutine>> fastRoutines() {
           });
     });
     for (const zemtra::LaneWidth width : {zemtra::LaneWidth::kAuto, zemtra::LaneWidth::kWide}) {
-      const std::string lanes = width == zemtra::LaneWidth::kAuto ? ", auto lanes" : ", wide lanes";
-      routines.emplace_back("alignRowPairs, " + name + lanes,
-                            [level, width, ws](const Batch& b, unsigned long j, Path& path) {
-                              return rowPairs(b, j, path, level, width, *ws);
-                            });
+      for (const zemtra::PairKernel kernel :
+           {zemtra::PairKernel::kChosen, zemtra::PairKernel::kMultiPair, zemtra::PairKernel::kWithinPair}) {
+        const std::string lanes = width == zemtra::LaneWidth::kAuto ? ", auto lanes" : ", wide lanes";
+        const char* kernels[] = {"", ", multi-pair", ", within-pair"};
+        routines.emplace_back("alignRowPairs, " + name + lanes + kernels[static_cast<int>(kernel)],
+                              [level, width, kernel, ws](const Batch& b, unsigned long j, Path& path) {
+                                return rowPairs(b, j, path, level, width, kernel, *ws);
+                              });
+      }
     }
   }
   return routines;

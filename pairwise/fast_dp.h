@@ -90,6 +90,13 @@ int fredmanFast(int gap, const KARVO::Matrix<int>& S, Alignment& aln, DpWorkspac
 int pairFast(unsigned long lenJ, unsigned long lenK, int gap, int* alen, int pairs, const KARVO::Matrix<int>& cmp,
              KARVO::Matrix<long>& path, DpWorkspace& ws, SimdLevel level = bestSimdLevel());
 
+// Which kernel aligns the pairs of a row: the dispatch's choice (the
+// multi-pair kernel, one pair per SIMD lane, or for long rows with too few
+// pairs to fill the lanes the within-pair kernel, one pair at a time with a
+// column of cells per vector), or always the one named. All give the same
+// results.
+enum class PairKernel { kChosen, kMultiPair, kWithinPair };
+
 // One row of the pairwise phase: row j of seqs against rows ks[0..count-1],
 // each pair as comp_kv (fresh, one pair) followed by pair_kv with 1 pair
 // would align it.
@@ -108,6 +115,7 @@ struct RowPairs {
   // goes on, for callers that must decide later whether the reference would
   // ever have reached that pair.
   bool reportPairless = false;
+  PairKernel kernel = PairKernel::kChosen;
 };
 
 struct PairOutcome {

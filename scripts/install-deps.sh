@@ -17,6 +17,8 @@ packages=(
   python3-dev pybind11-dev python3-venv python3-pip
   # benchmarks
   libbenchmark-dev
+  # benchmark yardstick only, never linked into the product
+  libparasail-dev
   # installing and packaging: packages, manual pages, the workflow
   dpkg-dev file man-db lintian snakemake
 )

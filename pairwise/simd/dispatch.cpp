@@ -84,15 +84,31 @@ Kernel kernelFor(SimdLevel level) {
   switch (level) {
 #if defined(ZEMTRA_X86_KERNELS)
     case SimdLevel::kSse2:
-      return {fillSse2, nullptr, level};
+      return {fillSse2, nullptr, scanSse2, level};
     case SimdLevel::kAvx2:
-      return {fillAvx2, profileAvx2, level};
+      return {fillAvx2, profileAvx2, scanAvx2, level};
     case SimdLevel::kAvx512:
-      return {fillAvx512, profileAvx512, level};
+      return {fillAvx512, profileAvx512, scanAvx512, level};
 #endif
     default:
-      return {fillPortable, nullptr, SimdLevel::kPortable};
+      return {fillPortable, nullptr, scanPortable, SimdLevel::kPortable};
   }
+}
+
+bool withinPairCheaper(SimdLevel level, const ChunkShape& chunk) {
+  // A within-pair step costs about this many eighths of a multi-pair one:
+  // more with 16-bit elements (the second pass weighs more against the
+  // cheaper step), less with 32-bit ones (the multi-pair kernel's codes of
+  // many lanes go further out of cache). Measured with
+  // zemtra_kernel_vs_parasail on an AVX2 machine.
+  const unsigned long kStepEighths = chunk.wide ? 7 : 10;
+  const unsigned long lanes = batchLanes(level, chunk.wide ? LaneWidth::kWide : LaneWidth::kAuto);
+  const unsigned long stride = (chunk.rows + lanes - 1) / lanes * lanes;
+  if (chunk.pairs == 0 || chunk.rows == 0 || scanTraceBytes(stride, chunk.columns) > kBatchTraceBudget) return false;
+  const unsigned long batches = (chunk.pairs + chunk.lanes - 1) / chunk.lanes;
+  const unsigned long long batchSteps = static_cast<unsigned long long>(batches) * chunk.rows * chunk.columns;
+  const unsigned long long withinSteps = static_cast<unsigned long long>(stride / lanes) * chunk.columnSum;
+  return withinSteps * kStepEighths < batchSteps * 8;
 }
 
 }  // namespace simd

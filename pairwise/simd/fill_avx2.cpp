@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "pairwise/simd/batch_fill.h"
+#include "pairwise/simd/scan_fill.h"
 
 namespace {
 
@@ -16,6 +17,22 @@ inline __m256i codeBits(__m256i notDiag, __m256i hOverV, __m256i hStays, __m256i
   const __m256i from = _mm256_blendv_epi8(k.one, k.two, hOverV);
   const __m256i stays = _mm256_or_si256(_mm256_and_si256(hStays, k.four), _mm256_and_si256(vStays, k.eight));
   return _mm256_or_si256(_mm256_and_si256(notDiag, from), stays);
+}
+
+// Lanes moved up by bytes (a multiple of the element size, below 16),
+// zeros coming in at lane 0: within each 128-bit half, with the low half
+// feeding the high one.
+template <int bytes>
+inline __m256i shiftUpBytes(__m256i a) {
+  const __m256i lowIntoHigh = _mm256_permute2x128_si256(a, a, 0x08);
+  return _mm256_alignr_epi8(a, lowIntoHigh, 16 - bytes);
+}
+
+// The same with the top lanes of before coming in instead of zeros.
+template <int bytes>
+inline __m256i shiftInBytes(__m256i a, __m256i before) {
+  const __m256i feed = _mm256_permute2x128_si256(before, a, 0x21);
+  return _mm256_alignr_epi8(a, feed, 16 - bytes);
 }
 
 struct Avx2Ops16 {
@@ -39,6 +56,13 @@ struct Avx2Ops16 {
     // The pack works within each 128-bit half; gather the two low quarters.
     const Vec bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(bits, bits), 0x08);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(bytes));
+  }
+  static Vec shiftIn(Vec a, Vec before) { return shiftInBytes<2>(a, before); }
+  static Vec prefixMax(Vec a) {
+    a = max(a, shiftUpBytes<2>(a));
+    a = max(a, shiftUpBytes<4>(a));
+    a = max(a, shiftUpBytes<8>(a));
+    return max(a, _mm256_permute2x128_si256(a, a, 0x08));
   }
 };
 
@@ -67,9 +91,16 @@ struct Avx2Ops32 {
     const Vec ordered = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(ordered));
   }
+  static Vec shiftIn(Vec a, Vec before) { return shiftInBytes<4>(a, before); }
+  static Vec prefixMax(Vec a) {
+    a = max(a, shiftUpBytes<4>(a));
+    a = max(a, shiftUpBytes<8>(a));
+    return max(a, _mm256_permute2x128_si256(a, a, 0x08));
+  }
 };
 
 #include "pairwise/simd/batch_fill.inc"
+#include "pairwise/simd/scan_fill.inc"
 
 }  // namespace
 
@@ -80,6 +111,11 @@ void fillAvx2(const BatchFill& f, int bits) {
     fillLanes<Avx2Ops16>(f);
   else
     fillLanes<Avx2Ops32>(f);
+}
+
+ScanEnd scanAvx2(const ScanFill& f, int bits, int maxAbs) {
+  if (bits == 16) return scanLanes<Avx2Ops16>(f, maxAbs);
+  return scanLanes<Avx2Ops32>(f, maxAbs);
 }
 
 }  // namespace zemtra::simd

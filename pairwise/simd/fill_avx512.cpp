@@ -10,8 +10,19 @@
 #include <cstdint>
 
 #include "pairwise/simd/batch_fill.h"
+#include "pairwise/simd/scan_fill.h"
 
 namespace {
+
+alignas(64) const short kLaneIndex[32] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15,
+                                          16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31};
+
+// 16-bit lanes moved up by s, zeros coming in at lane 0.
+template <int s>
+inline __m512i shiftUpWords(__m512i a) {
+  const __m512i from = _mm512_sub_epi16(_mm512_load_si512(kLaneIndex), _mm512_set1_epi16(s));
+  return _mm512_maskz_permutexvar_epi16(~((1u << s) - 1u), from, a);
+}
 
 struct Avx512Ops16 {
   using Elem = std::int16_t;
@@ -35,6 +46,19 @@ struct Avx512Ops16 {
   static void storeCodePair(std::uint8_t* out, Vec low, Vec high) {
     const Vec bits = _mm512_or_si512(low, _mm512_slli_epi16(high, 4));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm512_cvtepi16_epi8(bits));
+  }
+  // Lane 0 from lane 31 of before (index 31), lane l from lane l - 1 of a
+  // (index 32 + l - 1).
+  static Vec shiftIn(Vec a, Vec before) {
+    const __m512i from = _mm512_add_epi16(_mm512_load_si512(kLaneIndex), _mm512_set1_epi16(31));
+    return _mm512_permutex2var_epi16(before, from, a);
+  }
+  static Vec prefixMax(Vec a) {
+    a = max(a, shiftUpWords<1>(a));
+    a = max(a, shiftUpWords<2>(a));
+    a = max(a, shiftUpWords<4>(a));
+    a = max(a, shiftUpWords<8>(a));
+    return max(a, shiftUpWords<16>(a));
   }
 };
 
@@ -61,9 +85,23 @@ struct Avx512Ops32 {
     const Vec bits = _mm512_or_si512(low, _mm512_slli_epi32(high, 4));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm512_cvtepi32_epi8(bits));
   }
+  // valignd of [zero, a]: lanes move up by s, zeros come in.
+  template <int s>
+  static Vec up(Vec a) {
+    return _mm512_alignr_epi32(a, _mm512_setzero_si512(), 16 - s);
+  }
+  // valignd of [before, a]: lane 0 takes before's last lane.
+  static Vec shiftIn(Vec a, Vec before) { return _mm512_alignr_epi32(a, before, 15); }
+  static Vec prefixMax(Vec a) {
+    a = max(a, up<1>(a));
+    a = max(a, up<2>(a));
+    a = max(a, up<4>(a));
+    return max(a, up<8>(a));
+  }
 };
 
 #include "pairwise/simd/batch_fill.inc"
+#include "pairwise/simd/scan_fill.inc"
 
 }  // namespace
 
@@ -74,6 +112,11 @@ void fillAvx512(const BatchFill& f, int bits) {
     fillLanes<Avx512Ops16>(f);
   else
     fillLanes<Avx512Ops32>(f);
+}
+
+ScanEnd scanAvx512(const ScanFill& f, int bits, int maxAbs) {
+  if (bits == 16) return scanLanes<Avx512Ops16>(f, maxAbs);
+  return scanLanes<Avx512Ops32>(f, maxAbs);
 }
 
 }  // namespace zemtra::simd

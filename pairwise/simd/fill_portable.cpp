@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "pairwise/simd/batch_fill.h"
+#include "pairwise/simd/scan_fill.h"
 
 namespace {
 
@@ -56,9 +57,19 @@ struct PortableOps {
   static void storeCodePair(std::uint8_t* out, const Vec& low, const Vec& high) {
     for (unsigned l = 0; l < N; ++l) out[l] = static_cast<std::uint8_t>(low.e[l] | high.e[l] << 4);
   }
+  // The within-pair kernel's operations.
+  static Vec shiftIn(const Vec& a, const Vec& before) {
+    return each([&](unsigned l) { return l == 0 ? before.e[N - 1] : a.e[l - 1]; });
+  }
+  static Vec prefixMax(const Vec& a) {
+    Vec r = a;
+    for (unsigned l = 1; l < N; ++l) r.e[l] = r.e[l] > r.e[l - 1] ? r.e[l] : r.e[l - 1];
+    return r;
+  }
 };
 
 #include "pairwise/simd/batch_fill.inc"
+#include "pairwise/simd/scan_fill.inc"
 
 }  // namespace
 
@@ -69,6 +80,11 @@ void fillPortable(const BatchFill& f, int bits) {
     fillLanes<PortableOps<std::int16_t, kPortableLanes16>>(f);
   else
     fillLanes<PortableOps<std::int32_t, kPortableLanes32>>(f);
+}
+
+ScanEnd scanPortable(const ScanFill& f, int bits, int maxAbs) {
+  if (bits == 16) return scanLanes<PortableOps<std::int16_t, kPortableLanes16>>(f, maxAbs);
+  return scanLanes<PortableOps<std::int32_t, kPortableLanes32>>(f, maxAbs);
 }
 
 }  // namespace zemtra::simd

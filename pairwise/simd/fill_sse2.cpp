@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "pairwise/simd/batch_fill.h"
+#include "pairwise/simd/scan_fill.h"
 
 namespace {
 
@@ -39,6 +40,12 @@ struct Sse2Ops16 {
     const Vec bits = _mm_or_si128(low, _mm_slli_epi16(high, 4));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(bits, bits));
   }
+  static Vec shiftIn(Vec a, Vec before) { return _mm_or_si128(_mm_slli_si128(a, 2), _mm_srli_si128(before, 14)); }
+  static Vec prefixMax(Vec a) {
+    a = max(a, _mm_slli_si128(a, 2));
+    a = max(a, _mm_slli_si128(a, 4));
+    return max(a, _mm_slli_si128(a, 8));
+  }
 };
 
 struct Sse2Ops32 {
@@ -67,9 +74,15 @@ struct Sse2Ops32 {
     const int four = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
     __builtin_memcpy(out, &four, 4);
   }
+  static Vec shiftIn(Vec a, Vec before) { return _mm_or_si128(_mm_slli_si128(a, 4), _mm_srli_si128(before, 12)); }
+  static Vec prefixMax(Vec a) {
+    a = max(a, _mm_slli_si128(a, 4));
+    return max(a, _mm_slli_si128(a, 8));
+  }
 };
 
 #include "pairwise/simd/batch_fill.inc"
+#include "pairwise/simd/scan_fill.inc"
 
 }  // namespace
 
@@ -80,6 +93,11 @@ void fillSse2(const BatchFill& f, int bits) {
     fillLanes<Sse2Ops16>(f);
   else
     fillLanes<Sse2Ops32>(f);
+}
+
+ScanEnd scanSse2(const ScanFill& f, int bits, int maxAbs) {
+  if (bits == 16) return scanLanes<Sse2Ops16>(f, maxAbs);
+  return scanLanes<Sse2Ops32>(f, maxAbs);
 }
 
 }  // namespace zemtra::simd

@@ -71,6 +71,21 @@ struct BatchSizes {
   std::size_t entries() const { return lanes * simd::traceEntries(n, width); }
 };
 
+// Buffer sizes of the within-pair kernel for rows of n positions against
+// columns up to m: A's positions are padded to whole vectors of either
+// element width, and the profile holds both.
+struct ScanSizes {
+  unsigned long n, m, stride16, stride32;
+  static ScanSizes of(SimdLevel level, unsigned long n, unsigned long m) {
+    const unsigned long narrow = batchLanes(level, LaneWidth::kAuto), wide = batchLanes(level, LaneWidth::kWide);
+    return {n, m, (n + narrow - 1) / narrow * narrow, (n + wide - 1) / wide * wide};
+  }
+  std::size_t profile16() const { return kCodes * stride16 * sizeof(std::int16_t); }
+  std::size_t profile() const { return profile16() + kCodes * stride32 * sizeof(std::int32_t); }
+  std::size_t columns() const { return simd::scanColumnElems(stride32) * sizeof(std::int32_t); }
+  std::size_t trace() const { return simd::scanTraceBytes(std::max(stride16, stride32), m); }
+};
+
 class RowAligner {
  public:
   RowAligner(const RowPairs& request, KARVO::Matrix<long>& path, DpWorkspace::Buffers& b,
@@ -91,29 +106,42 @@ class RowAligner {
     unsigned long widest = 0;
     for (unsigned long p = 0; p < req_.count; ++p) widest = std::max(widest, req_.len[req_.ks[p]]);
     const simd::Kernel kernel = simd::kernelFor(batchLevelFor(req_.level, n_, widest));
+    const simd::Kernel single = simd::kernelFor(req_.level);
     const unsigned long narrowLanes = batchLanes(kernel.level, LaneWidth::kAuto);
     const unsigned long wideLanes = batchLanes(kernel.level, LaneWidth::kWide);
     unsigned long done = 0;
     while (done < req_.count) {
       const unsigned long narrow = std::min(narrowLanes, req_.count - done);
-      if (req_.width == LaneWidth::kAuto && fitsNarrow(done, narrow)) {
-        runChunk<std::int16_t>(kernel, done, narrow, narrowLanes);
-        done += narrow;
+      const long long bound = valueBound(done, narrow);
+      const bool fits = req_.width == LaneWidth::kAuto && bound <= kLimit16;
+      // The within-pair kernel checks its 16-bit values as it goes; worth a
+      // try unless the bound is far off or a pair of this row needed more.
+      const bool tryNarrow = req_.width == LaneWidth::kAuto && bound <= 2 * kLimit16 && !withinWide_;
+      const unsigned long lanes = fits ? narrowLanes : wideLanes;
+      const unsigned long take = std::min(lanes, req_.count - done);
+      const bool within = req_.kernel == PairKernel::kWithinPair ||
+                          (req_.kernel == PairKernel::kChosen &&
+                           simd::withinPairCheaper(single.level, shape(done, take, lanes, !tryNarrow)));
+      if (within) {
+        for (unsigned long p = done; p < done + take; ++p) alignWithin(single, p, tryNarrow);
+      } else if (fits) {
+        runChunk<std::int16_t>(kernel, done, take, lanes);
       } else {
-        const unsigned long wide = std::min(wideLanes, req_.count - done);
-        runChunk<std::int32_t>(kernel, done, wide, wideLanes);
-        done += wide;
+        runChunk<std::int32_t>(kernel, done, take, lanes);
       }
+      done += take;
     }
   }
 
  private:
-  // Whether 16-bit lanes hold every value the fill computes for these pairs.
-  // A path's score is at most the positive part of its pair scores, each
-  // position used once (bounded from either sequence), plus -gap for each
-  // return from a gap when gap is negative; values below 0 never go under
-  // -|gap| - max|score|.
-  bool fitsNarrow(unsigned long first, unsigned long count) const {
+  static constexpr long long kLimit16 = 32767;
+
+  // A bound on every value the fill computes for these pairs; 16-bit lanes
+  // hold them when it is at most kLimit16. A path's score is at most the
+  // positive part of its pair scores, each position used once (bounded from
+  // either sequence), plus -gap for each return from a gap when gap is
+  // negative; values below 0 never go under -|gap| - max|score|.
+  long long valueBound(unsigned long first, unsigned long count) const {
     long long upper = 0;
     unsigned long widest = 0;
     for (unsigned long p = first; p < first + count; ++p) {
@@ -128,8 +156,7 @@ class RowAligner {
     const long long gap = req_.gap;
     const long long absGap = gap < 0 ? -gap : gap;
     if (gap < 0) upper += static_cast<long long>(std::min(n_, widest)) * absGap;
-    constexpr long long kLimit = 32767;
-    return upper + absGap + table_.maxAbs <= kLimit;
+    return upper + absGap + table_.maxAbs;
   }
 
   template <typename Elem>
@@ -185,18 +212,90 @@ class RowAligner {
       }
     }
 
-    for (unsigned long p = 0; p < used; ++p) {
-      const unsigned long k = req_.ks[first + p];
-      simd::Tracer& t = tracers_[p];
-      t.tails();
-      if (t.result.full != nullptr) {
-        if (!req_.reportPairless) zemtra::fatalExit(t.result.full, ZemtraExit::kPairedNoPosition);
-        onPair_({req_.j, k, scores_[p], 0, t.result.full});
-        continue;
-      }
-      simd::writePath(t.result, t.entryA, t.entryB, path_);
-      onPair_({req_.j, k, scores_[p], static_cast<int>(t.result.count)});
+    for (unsigned long p = 0; p < used; ++p) report(req_.ks[first + p], scores_[p], tracers_[p]);
+  }
+
+  // The end of a pair's traceback, then its path and outcome.
+  void report(unsigned long k, int score, simd::Tracer& t) {
+    t.tails();
+    if (t.result.full != nullptr) {
+      if (!req_.reportPairless) zemtra::fatalExit(t.result.full, ZemtraExit::kPairedNoPosition);
+      onPair_({req_.j, k, score, 0, t.result.full});
+      return;
     }
+    simd::writePath(t.result, t.entryA, t.entryB, path_);
+    onPair_({req_.j, k, score, static_cast<int>(t.result.count)});
+  }
+
+  simd::ChunkShape shape(unsigned long first, unsigned long count, unsigned long lanes, bool wide) const {
+    simd::ChunkShape c{count, n_, 0, 0, lanes, wide};
+    for (unsigned long p = first; p < first + count; ++p) {
+      c.columns = std::max(c.columns, req_.len[req_.ks[p]]);
+      c.columnSum += req_.len[req_.ks[p]];
+    }
+    return c;
+  }
+
+  // Pair p through the within-pair kernel: with tryNarrow 16-bit elements
+  // unless some value could have left their range, else 32-bit.
+  void alignWithin(const simd::Kernel& kernel, unsigned long p, bool tryNarrow) {
+    const unsigned long k = req_.ks[p];
+    // pair_kv's averaged matrix is empty when either length is 0.
+    const unsigned long m = n_ == 0 ? 0 : req_.len[k];
+    const unsigned long n = m == 0 ? 0 : n_;
+    simd::ScanEnd end;
+    ScanCodes codes;
+    if (n > 0) {
+      const char* rowB = req_.seqs[k];
+      std::uint8_t* colCodes = simd::ensure(b_.laneCodes, m);
+      for (unsigned long c = 1; c <= m; ++c) colCodes[c - 1] = codeOf(rowB[c]);
+      if (tryNarrow) end = scanFill<std::int16_t>(kernel, colCodes, m, codes);
+      if (!tryNarrow || !end.exact) {
+        withinWide_ = withinWide_ || tryNarrow;
+        end = scanFill<std::int32_t>(kernel, colCodes, m, codes);
+      }
+    }
+    const unsigned long entries = simd::traceEntries(n_, req_.len[k]);
+    simd::Tracer t(n, m, {end.diag, end.vert, end.horz}, n_ + req_.len[k], simd::ensure(b_.laneEntryA, entries),
+                   simd::ensure(b_.laneEntryB, entries), simd::ensure(b_.laneEntryPaired, entries), true);
+    auto codeAt = [codes](unsigned long i, unsigned long c) {
+      return codes.trace[(c - 1) * codes.stride + simd::stripedIndex(i, codes.stride, codes.lanes)];
+    };
+    while (t.inMainLoop()) t.step(codeAt);
+    report(k, std::max(end.diag, std::max(end.vert, end.horz)), t);
+  }
+
+  struct ScanCodes {
+    const std::uint8_t* trace = nullptr;
+    unsigned long stride = 0, lanes = 1;
+  };
+
+  template <typename Elem>
+  simd::ScanEnd scanFill(const simd::Kernel& kernel, const std::uint8_t* colCodes, unsigned long m, ScanCodes& out) {
+    const ScanSizes sizes = ScanSizes::of(kernel.level, n_, m);
+    const bool narrow = sizeof(Elem) == 2;
+    const unsigned long stride = narrow ? sizes.stride16 : sizes.stride32;
+    const unsigned long lanes = batchLanes(kernel.level, narrow ? LaneWidth::kAuto : LaneWidth::kWide);
+    auto* profile = static_cast<std::uint8_t*>(b_.scanProfile.ensure(sizes.profile()));
+    Elem* rowProfile = reinterpret_cast<Elem*>(narrow ? profile : profile + sizes.profile16());
+    if (!(narrow ? profile16Built_ : profile32Built_)) {
+      // Scores of A's positions against each residue code of B.
+      for (int r = 0; r < kCodes; ++r) {
+        Elem* scores = rowProfile + static_cast<unsigned long>(r) * stride;
+        std::fill(scores, scores + stride, Elem{0});
+        for (unsigned long i = 1; i <= n_; ++i)
+          scores[simd::stripedIndex(i, stride, lanes)] = static_cast<Elem>(table_.score[rowCodes_[i - 1]][r]);
+      }
+      (narrow ? profile16Built_ : profile32Built_) = true;
+    }
+    out.stride = stride;
+    out.lanes = lanes;
+    auto* trace = static_cast<std::uint8_t*>(b_.laneTrace.ensure(simd::scanTraceBytes(stride, m)));
+    out.trace = trace;
+    const simd::ScanFill f{
+        n_,   stride, m, req_.gap, colCodes, rowProfile, b_.rows.ensure(simd::scanColumnElems(stride) * sizeof(Elem)),
+        trace};
+    return kernel.scan(f, 8 * sizeof(Elem), table_.maxAbs);
   }
 
   // Scores of every code present in A against every position of each lane's
@@ -241,6 +340,10 @@ class RowAligner {
   std::uint8_t* rowCodes_ = nullptr;
   bool present_[kCodes];
   long long sumA_ = 0;
+  bool profile16Built_ = false, profile32Built_ = false;  // in b_.scanProfile
+  // A within-pair fill of this row needed 32-bit elements; the pairs of a
+  // row share A, so the others start with them.
+  bool withinWide_ = false;
   std::vector<simd::Tracer> tracers_;
   std::vector<int> scores_;
 };
@@ -254,8 +357,10 @@ std::uint64_t rowPairsWorkspaceBytes(SimdLevel level, unsigned long n, unsigned 
   const BatchSizes narrow{n, m, batchLanes(used, LaneWidth::kAuto), sizeof(std::int16_t)};
   const BatchSizes wide{n, m, batchLanes(used, LaneWidth::kWide), sizeof(std::int32_t)};
   using KARVO::bytesPlus;
-  std::uint64_t bytes = std::max(narrow.rows(), wide.rows());
-  bytes = bytesPlus(bytes, std::max(narrow.trace(), wide.trace()));
+  const ScanSizes scan = ScanSizes::of(simd::kernelFor(level).level, n, m);
+  std::uint64_t bytes = std::max({narrow.rows(), wide.rows(), scan.columns()});
+  bytes = bytesPlus(bytes, std::max({narrow.trace(), wide.trace(), scan.trace()}));
+  bytes = bytesPlus(bytes, scan.profile());
   bytes = bytesPlus(bytes, std::max(narrow.profile(), wide.profile()));
   bytes = bytesPlus(bytes, std::max(narrow.laneCodes(), wide.laneCodes()));
   bytes = bytesPlus(bytes, simd::traceEntryBytes(std::max(narrow.entries(), wide.entries())));

@@ -88,6 +88,9 @@ struct zemtra::DpWorkspace::Buffers {
   std::vector<std::uint8_t> rowCodes, laneCodes;
   std::vector<long> laneEntryA, laneEntryB;
   std::vector<unsigned char> laneEntryPaired;
+  // Within-pair routine (state columns and codes in rows and laneTrace):
+  // the row's profile, 16-bit then 32-bit elements.
+  simd::AlignedBlock scanProfile;
 };
 
 namespace zemtra::simd {

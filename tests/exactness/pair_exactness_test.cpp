@@ -1,5 +1,6 @@
 // Pair by pair, the fast routines against the reference ones, on every
-// kernel level and lane width this CPU runs: fredmanFast against
+// kernel level, lane width and row kernel (multi-pair, within-pair) this CPU
+// runs: fredmanFast against
 // DPA::fredman (score and every record entry), pairFast against pair_kv,
 // each pair of alignRowPairs against comp_kv + pair_kv (score, length, the
 // whole path, the measures taken through it and the process exits), and the
@@ -22,6 +23,7 @@
 #include "pairwise/group_profile.h"
 #include "pairwise/measures.h"
 #include "pairwise/pair_kv.h"
+#include "pairwise/simd/dispatch.h"
 #include "plugin/zemtra_plugin.h"
 #include "scoring/scomat.h"
 #include "tests/support/working_rows.h"
@@ -29,6 +31,7 @@
 namespace {
 
 using zemtra::LaneWidth;
+using zemtra::PairKernel;
 using zemtra::SimdLevel;
 
 using Rows = ztest::WorkingRows;
@@ -75,15 +78,17 @@ std::string levelName(SimdLevel level) {
 // One kernel level and lane width; those this CPU cannot run are skipped.
 // The workspace is shared by all calls of a test on purpose: warmed-up
 // buffers of other shapes must not leak into a result.
-class Kernel : public ::testing::TestWithParam<std::tuple<SimdLevel, LaneWidth>> {
+class Kernel : public ::testing::TestWithParam<std::tuple<SimdLevel, LaneWidth, PairKernel>> {
  protected:
   void SetUp() override {
     if (!zemtra::simdLevelSupported(level())) GTEST_SKIP() << levelName(level()) << " is not available here";
   }
   SimdLevel level() const { return std::get<0>(GetParam()); }
   LaneWidth width() const { return std::get<1>(GetParam()); }
-  // The single-pair routines have no lane width: they run once per level.
-  bool singlePairRunDone() const { return width() != LaneWidth::kAuto; }
+  PairKernel rowKernel() const { return std::get<2>(GetParam()); }
+  // The single-pair routines have no lane width and no row kernel: they run
+  // once per level.
+  bool singlePairRunDone() const { return width() != LaneWidth::kAuto || rowKernel() != PairKernel::kMultiPair; }
 
   void expectFredman(const KARVO::Matrix<int>& S, int gap, unsigned long capacity) {
     Alignment expected(capacity), actual(capacity);
@@ -117,6 +122,7 @@ class Kernel : public ::testing::TestWithParam<std::tuple<SimdLevel, LaneWidth>>
     const zemtra::ScoreLookup scores(matNo);
     zemtra::RowPairs request{rows.seqs, rows.len.data(), j, ks.data(), ks.size(), matNo, gap, level(), width()};
     request.reportPairless = true;
+    request.kernel = rowKernel();
     std::size_t reported = 0;
     int pairless = 0;
     zemtra::alignRowPairs(request, *fastPath, ws_, [&](const zemtra::PairOutcome& got) {
@@ -318,8 +324,14 @@ TEST_P(Kernel, LongRowsOfARelatedFamilyAndScoresBeyondSixteenBitsMatch) {
   }
   const Rows family(text, 700);
   for (int matNo : {0, 11, 14}) expectRow(family, 0, matNo, matNo == 14 ? 5 : 40);
-  // 400 cysteines score 100 each under matrix 0: 40000 does not fit 16 bits.
-  expectRow(Rows({std::string(400, 'C'), std::string(400, 'C'), std::string(390, 'C') + "WWW"}, 810), 0, 0, 100);
+  // 400 cysteines score 100 each under matrix 0: 40000 does not fit 16 bits;
+  // 300 to 330 come near the end of the range, where 16-bit lanes must
+  // either stay exact or give way to 32-bit ones.
+  expectRow(Rows({std::string(400, 'C'), std::string(400, 'C'), std::string(390, 'C') + "WWW", std::string(300, 'C'),
+                  std::string(321, 'C'), std::string(330, 'C')},
+                 810),
+            0, 0, 100);
+  expectRow(Rows({std::string(330, 'C'), std::string(315, 'C'), std::string(322, 'C') + "W"}, 700), 0, 0, -3);
 }
 
 // Rows this long would take more than the trace budget in the widest lanes;
@@ -339,7 +351,8 @@ TEST_P(Kernel, PairWithoutAnyMatchEndsTheProcessAfterReportingTheEarlierPairs) {
   const Rows rows({"A", "A", "V", "W", "A"}, 8);
   const std::vector<unsigned long> ks = {1, 2, 3, 4};
   auto path = markedPath(8);
-  const zemtra::RowPairs request{rows.seqs, rows.len.data(), 0, ks.data(), ks.size(), 14, 10, level(), width()};
+  zemtra::RowPairs request{rows.seqs, rows.len.data(), 0, ks.data(), ks.size(), 14, 10, level(), width()};
+  request.kernel = rowKernel();
   EXPECT_EXIT(zemtra::alignRowPairs(request, *path, ws_,
                                     [](const zemtra::PairOutcome& got) { std::fprintf(stderr, "pair %lu\n", got.k); }),
               testing::ExitedWithCode(1), "pair 1\npair 2\n(.|\n)*gap A");
@@ -406,10 +419,12 @@ TEST_P(Kernel, GroupAlignmentsMatchUnderEveryMatrix) {
 INSTANTIATE_TEST_SUITE_P(Levels, Kernel,
                          ::testing::Combine(::testing::Values(SimdLevel::kPortable, SimdLevel::kSse2, SimdLevel::kAvx2,
                                                               SimdLevel::kAvx512),
-                                            ::testing::Values(LaneWidth::kAuto, LaneWidth::kWide)),
+                                            ::testing::Values(LaneWidth::kAuto, LaneWidth::kWide),
+                                            ::testing::Values(PairKernel::kMultiPair, PairKernel::kWithinPair)),
                          [](const auto& test) {
                            return levelName(std::get<0>(test.param)) +
-                                  (std::get<1>(test.param) == LaneWidth::kWide ? "Wide" : "Auto");
+                                  (std::get<1>(test.param) == LaneWidth::kWide ? "Wide" : "Auto") +
+                                  (std::get<2>(test.param) == PairKernel::kWithinPair ? "WithinPair" : "");
                          });
 
 TEST(GroupProfileDeathTest, EmptyGroupsTouchNothingAndAMemberOfAnotherLengthFailsTheSeriesAssertion) {
@@ -477,6 +492,15 @@ TEST(EngineChoices, LevelsAndOptions) {
       EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx2, 2800, 2800), SimdLevel::kAvx2);
       EXPECT_EQ(zemtra::batchLevelFor(SimdLevel::kAvx2, 2900, 2900), SimdLevel::kSse2);
     }
+  }
+  // Rows of long sequences with a few pairs go one pair at a time; full
+  // batches of short ones, and codes beyond the budget, stay in lanes.
+  for (SimdLevel level : {SimdLevel::kPortable, SimdLevel::kAvx2}) {
+    const unsigned long lanes = zemtra::batchLanes(level, LaneWidth::kAuto);
+    EXPECT_TRUE(zemtra::simd::withinPairCheaper(level, {3, 1000, 1000, 3000, lanes / 2, true}));
+    EXPECT_TRUE(zemtra::simd::withinPairCheaper(level, {2, 300, 300, 600, lanes, false}));
+    EXPECT_FALSE(zemtra::simd::withinPairCheaper(level, {lanes, 300, 300, 300 * lanes, lanes, false}));
+    EXPECT_FALSE(zemtra::simd::withinPairCheaper(level, {1, 9000, 9000, 9000, lanes, false}));
   }
   EXPECT_TRUE(zemtraEngineSettingsFrom("1", nullptr).reference);
   for (const char* off : {"0", "yes", static_cast<const char*>(nullptr)})
