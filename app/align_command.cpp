@@ -18,6 +18,7 @@
 #include "app/run_memory.h"
 #include "app/terminal_interaction.h"
 #include "consistency/consistency.h"
+#include "draw/phylogram.h"
 #include "formats/alignment_io.h"
 #include "formats/input_notes.h"
 #include "formats/phylo_tree.h"

@@ -42,7 +42,7 @@ while [ $# -gt 0 ]; do
   esac
   shift
 done
-python=/usr/bin/python3
+python="${PYTHON:-python3}"
 score="$shared/tools/msa_score.py"
 data="$shared/data"
 [ -f "$data/cases.tsv" ] || { echo "no BAliBASE cases in $data" >&2; exit 2; }

@@ -25,7 +25,7 @@ import tempfile
 def run_timed(command, cwd):
     """Runs command under GNU time: (wall s, processor s, peak MB) or None."""
     with tempfile.NamedTemporaryFile("r", suffix=".time") as t:
-        full = ["/usr/bin/time", "-f", "%e %U %S %M", "-o", t.name] + command
+        full = ["time", "-f", "%e %U %S %M", "-o", t.name] + command
         p = subprocess.run(full, cwd=cwd, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
         if p.returncode != 0:
             sys.stderr.write(f"failed ({p.returncode}): {' '.join(command)}\n{p.stderr[-2000:]}\n")

@@ -38,7 +38,7 @@ def read_fasta(path):
 def timed(command, cwd=None, env=None):
     """Runs command under GNU time; returns (wall s, peak MB, stdout) or None."""
     with tempfile.NamedTemporaryFile("r", suffix=".time") as t:
-        full = ["/usr/bin/time", "-f", "%e %M", "-o", t.name] + command
+        full = ["time", "-f", "%e %M", "-o", t.name] + command
         p = subprocess.run(full, cwd=cwd, env=env, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         if p.returncode != 0:
             sys.stderr.write(f"failed ({p.returncode}): {' '.join(command)}\n{p.stderr[-2000:]}\n")

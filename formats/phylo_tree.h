@@ -1,7 +1,6 @@
 // Guide trees for people and tree programs: the tree of a run's joins with
-// real branch lengths, Newick text both ways, a phylogram layout shared by
-// every drawing of a tree, the SVG drawing, and the run's pairwise tables as
-// data files.
+// real branch lengths, Newick text both ways, and the run's pairwise tables
+// as data files. Drawings of a tree are made in draw/.
 #pragma once
 
 #include <cstddef>
@@ -59,6 +58,15 @@ PhyloTree runTree(const ZemtraRunReport& report, const Alignment& alignment);
 // The leaves from top to bottom (node indexes).
 std::vector<int> leafOrder(const PhyloTree& tree);
 
+// Every node in depth-first order, parents before children, children in
+// their drawing order (node indexes); empty for no tree.
+std::vector<int> preorder(const PhyloTree& tree);
+
+// The shortest text that reads back as the same value, without an exponent
+// and whatever the locale; "nan", "inf", "-inf" for those values. Branch
+// lengths and the tables are written this way.
+std::string decimalText(double value);
+
 // A name as a Newick label: unchanged when it needs no quotes, else in single
 // quotes with inner quotes doubled.
 std::string newickLabel(std::string_view name);
@@ -92,32 +100,6 @@ PhyloTree parseNewick(std::string_view text);
 // "the file holds 2 more trees after the first; only the first is used";
 // empty for 0.
 std::string otherTreesNote(std::size_t otherTrees);
-
-// A phylogram: x is the distance from the root along the branches (a missing
-// length counts 0; in a tree without any lengths every branch counts 1), y
-// is the leaf's line, 0 for the top one; an inner node lies midway between
-// its first and last child.
-struct PhyloLayout {
-  std::vector<int> leaves;  // leafOrder(tree)
-  std::vector<double> x;    // per node
-  std::vector<double> y;    // per node
-  double width = 0.0;       // the largest x
-};
-
-PhyloLayout layoutTree(const PhyloTree& tree);
-
-// A round length for a scale bar (1, 2 or 5 times a power of ten), the one
-// nearest to a fifth of width; 0 when width is not positive.
-double scaleBarLength(double width);
-
-// Text as it may stand in XML character data or an attribute value: the
-// markup characters escaped, control characters as blanks.
-std::string xmlText(std::string_view text);
-
-// A horizontal phylogram: root on the left, one line per leaf with its name,
-// a scale bar in the tree's distance units; at most about 1,000 pixels wide
-// unless the names alone need more, 18 pixels per leaf high.
-std::string toSvg(const PhyloTree& tree);
 
 // The pairwise tables of a run (ns x ns, row-major, run rows) with one name
 // per run row, written with the rows in `order` (run rows; empty: 0..ns-1).

@@ -7,6 +7,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
+#include <optional>
+#include <utility>
 
 namespace Config {
 
@@ -17,8 +20,7 @@ std::string environment(const char* name) {
   return value == nullptr ? std::string() : std::string(value);
 }
 
-std::string homeDirectory() {
-  std::string home = environment("HOME");
+std::string homeDirectory(const std::string& home) {
   if (!home.empty()) return home;
   const passwd* entry = ::getpwuid(::geteuid());
   return entry != nullptr && entry->pw_dir != nullptr ? std::string(entry->pw_dir) : std::string();
@@ -38,17 +40,47 @@ void makePath(const std::string& path) {
   ::mkdir(path.c_str(), 0700);
 }
 
+struct SettingsInForce {
+  std::mutex mutex;
+  std::optional<HostSettings> settings;
+};
+
+SettingsInForce& inForce() {
+  static SettingsInForce kept;
+  return kept;
+}
+
 }  // namespace
 
-PersonalTmpDir LocatePersonalTmpDir() {
-  std::string dir = environment("KARVO_TMPDIR");
+HostSettings SettingsFromEnvironment() {
+  return {environment("KARVO_TMPDIR"), environment("XDG_RUNTIME_DIR"), environment("HOME"),
+          environment("KARVO_VERBOSE") == "1"};
+}
+
+HostSettings Settings() {
+  SettingsInForce& kept = inForce();
+  const std::lock_guard<std::mutex> lock(kept.mutex);
+  if (!kept.settings) kept.settings = SettingsFromEnvironment();
+  return *kept.settings;
+}
+
+void UseSettings(HostSettings settings) {
+  SettingsInForce& kept = inForce();
+  const std::lock_guard<std::mutex> lock(kept.mutex);
+  kept.settings = std::move(settings);
+}
+
+PersonalTmpDir LocatePersonalTmpDir() { return LocatePersonalTmpDir(Settings()); }
+
+PersonalTmpDir LocatePersonalTmpDir(const HostSettings& settings) {
+  std::string dir = settings.tmpDir;
   const bool chosen = !dir.empty();
   if (!chosen) {
-    const std::string runtime = environment("XDG_RUNTIME_DIR");
+    const std::string& runtime = settings.runtimeDir;
     if (!runtime.empty()) {
       dir = runtime + "/karvo";
     } else {
-      const std::string home = homeDirectory();
+      const std::string home = homeDirectory(settings.home);
       if (home.empty()) return {"karvo", "no home directory"};
       dir = home + "/.cache/karvo";
     }

@@ -4,7 +4,28 @@
 
 namespace Config {
 
-// The user's personal temporary directory:
+// What the host platform takes from the process environment. Read once, at
+// the first use, and kept for the life of the process, so that a run never
+// sees the environment change under it; a host (or a test) that wants other
+// places says so with UseSettings.
+struct HostSettings {
+  std::string tmpDir;      // KARVO_TMPDIR
+  std::string runtimeDir;  // XDG_RUNTIME_DIR
+  std::string home;        // HOME
+  bool verbose = false;    // KARVO_VERBOSE is "1": the log also goes to stderr
+};
+
+// The variables as the environment holds them now (unset reads as empty).
+HostSettings SettingsFromEnvironment();
+
+// The settings in force: SettingsFromEnvironment() at the first call unless
+// UseSettings came first. Safe to call from several threads.
+HostSettings Settings();
+
+// Replaces the settings in force for every later call.
+void UseSettings(HostSettings settings);
+
+// The user's personal temporary directory, from Settings():
 //   - $KARVO_TMPDIR when set and not empty, used as it is (only the last
 //     level is created when missing);
 //   - else $XDG_RUNTIME_DIR/karvo when XDG_RUNTIME_DIR is set and not empty;
@@ -31,5 +52,6 @@ struct PersonalTmpDir {
   std::string refusal;
 };
 PersonalTmpDir LocatePersonalTmpDir();
+PersonalTmpDir LocatePersonalTmpDir(const HostSettings& settings);
 
 }  // namespace Config

@@ -3,23 +3,19 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <cstring>
+#include <cstddef>
 #include <string>
 
+#include "host/config.h"
 #include "host/file_io.h"
 
 namespace Logger {
 
 namespace {
 
-// KARVO_VERBOSE as the process started with it, until SetVerbose says
-// otherwise.
+// The host settings' verbose mode, until SetVerbose says otherwise.
 std::atomic<bool>& verboseFlag() {
-  static std::atomic<bool> flag{[] {
-    const char* env = std::getenv("KARVO_VERBOSE");
-    return env != nullptr && std::strcmp(env, "1") == 0;
-  }()};
+  static std::atomic<bool> flag{Config::Settings().verbose};
   return flag;
 }
 

@@ -9,10 +9,12 @@
 #include <algorithm>
 #include <array>
 
-#include "app/gui/figure/figure.h"
 #include "app/gui/view_geometry.h"
+#include "draw/figure.h"
 
 namespace karvo_gui {
+
+namespace figure = KARVO::figure;
 
 namespace {
 

@@ -9,10 +9,12 @@
 #include <cstring>
 
 #include "app/gui/alignment_view.h"
-#include "app/gui/figure/figure.h"
 #include "app/gui/view_geometry.h"
+#include "draw/figure.h"
 
 namespace karvo_gui {
+
+namespace figure = KARVO::figure;
 
 namespace {
 
@@ -189,7 +191,7 @@ void AlignmentView::paintRuler(QPainter& painter, const Frame& frame) {
     for (unsigned long column = frame.firstColumn - lead; column < lastColumn; ++column) {
       const int left = namesWidth_ + (static_cast<int>(column) - static_cast<int>(frame.firstColumn)) * cellWidth_;
       const int middle = left + cellWidth_ / 2;
-      if (rulerNumberAt(column, step)) {
+      if (figure::rulerNumberAt(column, step)) {
         painter.drawLine(middle, tickBottom - 5, middle, tickBottom);
         const QString number = QString::number(column + 1);
         const int width = metrics.horizontalAdvance(number);

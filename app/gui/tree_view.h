@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "draw/phylogram.h"
 #include "formats/phylo_tree.h"
 #include "host/alignment.h"
 #include "plugin/zemtra_plugin.h"

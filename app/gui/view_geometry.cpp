@@ -30,8 +30,6 @@ unsigned long columnAtPixel(long pixel, unsigned long offset, long cellPixels, u
   return std::min(offset + static_cast<unsigned long>(pixel / cellPixels), last);
 }
 
-bool rulerNumberAt(unsigned long column, unsigned long step) { return (column + 1) % step == 0; }
-
 std::optional<KARVO::ColumnRange> spanToRange(const ColumnSpan& span, unsigned long columnCount) {
   if (span.first == 0 || span.first > span.last || span.last > columnCount) return std::nullopt;
   return KARVO::ColumnRange{span.first - 1, span.last};

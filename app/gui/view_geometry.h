@@ -45,10 +45,6 @@ KARVO::ColumnRange rangeBetween(unsigned long anchor, unsigned long column);
 // column. total must not be 0.
 unsigned long columnAtPixel(long pixel, unsigned long offset, long cellPixels, unsigned long total);
 
-// Columns are numbered from 1 on the ruler; every step-th (tenth unless
-// zoomed out) gets its number.
-bool rulerNumberAt(unsigned long column, unsigned long step = 10);
-
 // A 1-based inclusive column range as given on the command line, FIRST:LAST
 // (read by karvo_app::parseColumnRange).
 using karvo_app::ColumnSpan;

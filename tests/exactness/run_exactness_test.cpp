@@ -14,6 +14,7 @@
 #include "exactness_fixtures.h"
 #include "run/headless_run_interaction.h"
 #include "run/zemtra_kv.h"
+#include "tests/support/host_settings.h"
 #include "tests/support/working_rows.h"
 
 namespace {
@@ -61,7 +62,7 @@ RunCase randomCase(std::mt19937& rng) {
 
 // Everything a run leaves behind, as text.
 std::string runAndDescribe(const RunCase& c, const zemtra::EngineOptions& engine, const std::string& scratch) {
-  ::setenv("KARVO_TMPDIR", scratch.c_str(), 1);
+  Config::UseSettings(ztest::withTmpDir(scratch));
   const unsigned long ns = c.rows.size();
   const unsigned long width = c.rows[0].size();
   ztest::WorkingRows rows(c.rows, 2 * width);

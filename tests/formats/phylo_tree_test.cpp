@@ -1,6 +1,6 @@
 // The parts of the tree module that the command-line tests cannot reach:
-// Newick reading (the window opens files from other programs), quoting,
-// malformed join histories and layouts of trees without lengths.
+// Newick reading (the window opens files from other programs), quoting and
+// malformed join histories.
 #include "formats/phylo_tree.h"
 
 #include <gtest/gtest.h>
@@ -22,18 +22,9 @@ TEST(PhyloTree, NewickFromOtherProgramsReadsAndWritesBack) {
   for (const int leaf : leafOrder(tree)) names.push_back(tree.nodes[static_cast<std::size_t>(leaf)].name);
   EXPECT_EQ(names, (std::vector<std::string>{"it's a (name)", "B_c", "C;D"}));
   EXPECT_EQ(toNewick(tree), "(('it''s a (name)':0.5,B_c:0.15)inner:2,'C;D':2.5)root;\n");
-
-  const PhyloLayout layout = layoutTree(tree);
-  EXPECT_DOUBLE_EQ(layout.width, 2.5);
-  EXPECT_DOUBLE_EQ(layout.x[static_cast<std::size_t>(leafOrder(tree)[0])], 2.5);
-  EXPECT_DOUBLE_EQ(layout.y[static_cast<std::size_t>(tree.root)], 1.25);  // midway between its children at 0.5 and 2
-}
-
-TEST(PhyloTree, TreesWithoutLengthsAreDrawnWithUnitBranches) {
-  const PhyloTree tree = parseNewick("((a,b),c);");
-  EXPECT_FALSE(tree.hasLengths());
-  EXPECT_EQ(toNewick(tree), "((a,b),c);\n");
-  EXPECT_DOUBLE_EQ(layoutTree(tree).width, 2.0);
+  const PhyloTree bare = parseNewick("((a,b),c);");
+  EXPECT_FALSE(bare.hasLengths());
+  EXPECT_EQ(toNewick(bare), "((a,b),c);\n");
 }
 
 // Files from other programs: a byte-order mark, one tree per line (the

@@ -49,12 +49,12 @@ int residueColoursIn(const QImage& image) {
 
 void WindowTest::SetUp() {
   ASSERT_TRUE(tmp_.isValid());
-  qputenv("KARVO_TMPDIR", tmp_.path().toLocal8Bit());
+  personal_.emplace(ztest::withTmpDir(tmpDir()));
 }
 
 void WindowTest::TearDown() {
   window_.reset();
-  qunsetenv("KARVO_TMPDIR");
+  personal_.reset();
 }
 
 MainWindow& WindowTest::makeWindow(const std::vector<std::string>& dirs) {

@@ -8,12 +8,14 @@
 #include <QImage>
 #include <QTemporaryDir>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "app/gui/main_window.h"
 #include "ended_process.h"
 #include "host/alignment.h"
+#include "tests/support/host_settings.h"
 
 namespace karvo_gui::testing {
 
@@ -37,7 +39,7 @@ void dragOnRuler(class AlignmentView& view, unsigned long from, unsigned long to
 // How many residue classes have their exact cell colour somewhere in image.
 int residueColoursIn(const QImage& image);
 
-// Each test gets its own personal temporary directory ($KARVO_TMPDIR).
+// Each test gets its own personal temporary directory.
 class WindowTest : public ::testing::Test {
  protected:
   void SetUp() override;
@@ -50,6 +52,7 @@ class WindowTest : public ::testing::Test {
   std::string tmpDir() const { return tmp_.path().toStdString(); }
 
   QTemporaryDir tmp_;
+  std::optional<ztest::ScopedHostSettings> personal_;
   std::unique_ptr<MainWindow> window_;
   QStringList reports_;
 };

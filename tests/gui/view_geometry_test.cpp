@@ -12,8 +12,7 @@ namespace karvo_gui {
 namespace {
 
 // A visible span counts a cell cut off by the edge and stops at the last
-// cell. Ruler drags outside the columns are clamped; every tenth column is
-// numbered, counting from one.
+// cell. Ruler drags outside the columns are clamped.
 TEST(ViewGeometry, VisibleSpansAndTheRuler) {
   const VisibleSpan span = visibleSpan({.offset = 10, .extentPixels = 95, .cellPixels = 10, .total = 1000});
   EXPECT_EQ(span.first, 10u);
@@ -26,10 +25,6 @@ TEST(ViewGeometry, VisibleSpansAndTheRuler) {
   EXPECT_EQ(columnAtPixel(25, 100, 10, 1000), 102u);
   EXPECT_EQ(columnAtPixel(-40, 100, 10, 1000), 100u);
   EXPECT_EQ(columnAtPixel(5000, 100, 10, 120), 119u);
-  EXPECT_FALSE(rulerNumberAt(0));
-  EXPECT_TRUE(rulerNumberAt(9));
-  EXPECT_FALSE(rulerNumberAt(10));
-  EXPECT_TRUE(rulerNumberAt(99));
 }
 
 TEST(WindowTexts, SelectionOneBasedWithAnEnDashAndPluginsAfterTheirLibrary) {

@@ -7,11 +7,13 @@
 #include <optional>
 #include <sstream>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "host/config.h"
 #include "host/file_io.h"
 #include "host/logger.h"
+#include "tests/support/host_settings.h"
 #include "tests/support/scratch_dir.h"
 
 namespace {
@@ -24,14 +26,49 @@ unsigned modeOf(const std::string& path) {
   return info.st_mode & 07777;
 }
 
-// Every test starts without any of the variables that choose the folder.
+Config::HostSettings homeOnly(const std::string& home) { return {"", "", home, false}; }
+
+// The variables are taken as they are when read, and the settings in force
+// stay as first read until a host replaces them.
+TEST(HostSettings, AreReadFromTheEnvironmentAndKeptUntilReplaced) {
+  ztest::ScopedEnv tmp("KARVO_TMPDIR", "/t");
+  ztest::ScopedEnv runtime("XDG_RUNTIME_DIR", std::nullopt);
+  ztest::ScopedEnv home("HOME", "/h");
+  for (const auto& [value, verbose] : {std::pair<const char*, bool>{"1", true}, {"yes", false}, {"", false}}) {
+    ztest::ScopedEnv loud("KARVO_VERBOSE", std::string(value));
+    const Config::HostSettings read = Config::SettingsFromEnvironment();
+    EXPECT_EQ(read.tmpDir, "/t");
+    EXPECT_EQ(read.runtimeDir, "");
+    EXPECT_EQ(read.home, "/h");
+    EXPECT_EQ(read.verbose, verbose) << value;
+  }
+  const ztest::ScopedHostSettings kept(Config::SettingsFromEnvironment());
+  ztest::ScopedEnv moved("KARVO_TMPDIR", "/elsewhere");
+  EXPECT_EQ(Config::Settings().tmpDir, "/t");
+}
+
+// Readers on several threads (the Python module's) while a host replaces
+// the settings: each read is one whole set of them.
+TEST(HostSettingsThreads, ReadsWhileAnotherThreadReplacesThem) {
+  const Config::HostSettings first{"/first/tmp", "", "/first", false}, second{"/second/tmp", "/run", "/second", true};
+  const ztest::ScopedHostSettings kept(first);
+  std::thread writer([&] {
+    for (int i = 0; i < 2000; ++i) Config::UseSettings(i % 2 ? first : second);
+  });
+  for (int i = 0; i < 2000; ++i) {
+    const Config::HostSettings read = Config::Settings();
+    const Config::HostSettings& expected = read.verbose ? second : first;
+    ASSERT_TRUE(read.tmpDir == expected.tmpDir && read.runtimeDir == expected.runtimeDir && read.home == expected.home);
+  }
+  writer.join();
+}
+
+// Every test starts with none of the settings that choose the folder but
+// the home directory.
 class PersonalTmpDir : public testing::Test {
  protected:
   ztest::ScratchDir base;
-  ztest::ScopedEnv tmp{"KARVO_TMPDIR", std::nullopt};
-  ztest::ScopedEnv runtime{"XDG_RUNTIME_DIR", std::nullopt};
-  ztest::ScopedEnv home{"HOME", base.path()};
-  ztest::ScopedEnv verbose{"KARVO_VERBOSE", std::nullopt};
+  ztest::ScopedHostSettings homeSettings{homeOnly(base.path())};
 };
 
 // KARVO_TMPDIR when not empty, else the runtime directory, else the home
@@ -49,24 +86,26 @@ TEST_F(PersonalTmpDir, ChoosesTheFirstGivenPlaceAndMakesItPrivate) {
   };
   for (const auto& c : cases) {
     ztest::ScratchDir dir;
-    ztest::ScopedEnv homeHere("HOME", dir.path());
-    ztest::ScopedEnv chosen("KARVO_TMPDIR", c.chosen && !c.chosen->empty() ? dir / *c.chosen : c.chosen);
-    ztest::ScopedEnv runtimeHere("XDG_RUNTIME_DIR", c.runtime ? std::optional(dir / *c.runtime) : std::nullopt);
+    Config::HostSettings settings = homeOnly(dir.path());
+    if (c.chosen && !c.chosen->empty()) settings.tmpDir = dir / *c.chosen;
+    if (c.runtime) settings.runtimeDir = dir / *c.runtime;
+    const ztest::ScopedHostSettings here(settings);
     EXPECT_EQ(Config::GetPersonalTmpDir(), dir / c.expected);
     for (const std::string& folder : c.private_) EXPECT_EQ(modeOf(dir / folder), 0700u) << folder;
   }
 }
 
 TEST_F(PersonalTmpDir, LocatingReportsWhetherTheDirectoryIsRefusedWithoutWriting) {
-  ztest::ScopedEnv chosen("KARVO_TMPDIR", base / "mine");
-  const Config::PersonalTmpDir usable = Config::LocatePersonalTmpDir();
+  Config::HostSettings settings = homeOnly(base.path());
+  settings.tmpDir = base / "mine";
+  const Config::PersonalTmpDir usable = Config::LocatePersonalTmpDir(settings);
   EXPECT_EQ(usable.path, base / "mine");
   EXPECT_EQ(usable.refusal, "");
   fs::create_directories(base / "elsewhere");
-  ztest::ScopedEnv linked("KARVO_TMPDIR", base / "link");
+  settings.tmpDir = base / "link";
   fs::create_directory_symlink(base / "elsewhere", base / "link");
   testing::internal::CaptureStderr();
-  const Config::PersonalTmpDir found = Config::LocatePersonalTmpDir();
+  const Config::PersonalTmpDir found = Config::LocatePersonalTmpDir(settings);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(found.path, base / "link");
   EXPECT_EQ(found.refusal, "it is a symbolic link");
@@ -89,7 +128,7 @@ TEST_F(PersonalTmpDir, RefusesADirectoryOfAnotherUser) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can give a directory away";
   fs::create_directory(base / "theirs");
   ASSERT_EQ(::chown((base / "theirs").c_str(), 12345, 12345), 0);
-  ztest::ScopedEnv chosen("KARVO_TMPDIR", base / "theirs");
+  const ztest::ScopedHostSettings chosen(ztest::withTmpDir(base / "theirs"));
   testing::internal::CaptureStderr();
   EXPECT_EQ(Config::GetPersonalTmpDir(), "/dev/null" + (base / "theirs"));
   testing::internal::GetCapturedStderr();
@@ -97,7 +136,7 @@ TEST_F(PersonalTmpDir, RefusesADirectoryOfAnotherUser) {
 
 class LoggerTest : public PersonalTmpDir {
  protected:
-  ztest::ScopedEnv chosen{"KARVO_TMPDIR", base / "log"};
+  ztest::ScopedHostSettings chosen{ztest::withTmpDir(base / "log")};
   std::string kept;
   void SetUp() override {
     Logger::SetSink([this](std::string_view piece) { kept.append(piece); });

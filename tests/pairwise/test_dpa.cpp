@@ -165,7 +165,8 @@ TEST(AlignmentRecordTest, CopyAndAssignmentAreDeep) {
   Alignment b(a);
   Alignment c(5);
   c = a;
-  c = c;
+  const Alignment& same = c;
+  c = same;  // assignment to itself keeps the copy
   a.posA[0] = 7;
   for (const Alignment* copy : {&b, &c}) {
     EXPECT_EQ(copy->capacity, 2u);

@@ -17,12 +17,14 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "app/gui/modal_auto_answer.h"
 #include "host/alignment.h"
 #include "plugin/zemtra_plugin.h"
 #include "run/headless_run_interaction.h"
 #include "tests/support/alignment_rows.h"
+#include "tests/support/host_settings.h"
 
 namespace {
 
@@ -81,12 +83,15 @@ class PluginHost : public ::testing::Test {
 
   void SetUp() override {
     ASSERT_TRUE(tmp_.isValid());
-    qputenv("KARVO_TMPDIR", tmp_.path().toLocal8Bit());
+    personal_.emplace(ztest::withTmpDir(tmp_.path().toStdString()));
     debugLines().clear();
     previousHandler_ = qInstallMessageHandler(captureMessage);
   }
 
-  void TearDown() override { qInstallMessageHandler(previousHandler_); }
+  void TearDown() override {
+    qInstallMessageHandler(previousHandler_);
+    personal_.reset();
+  }
 
   // Each modal window that opens gets the next answer, in order.
   bool execute1(KARVO::Alignment& alignment, std::deque<Answer> answers) {
@@ -123,6 +128,7 @@ class PluginHost : public ::testing::Test {
   static inline Execute1Fn execute1_ = nullptr;
   static inline ExecuteWithParametersFn withParameters_ = nullptr;
   QTemporaryDir tmp_;
+  std::optional<ztest::ScopedHostSettings> personal_;
   QtMessageHandler previousHandler_ = nullptr;
   HeadlessRunInteraction interaction_;  // refuses to overwrite
   ZemtraRunReport report_;

@@ -12,12 +12,14 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <fstream>
+#include <optional>
 
 #include "host/alignment.h"
 #include "host/logger.h"
 #include "plugin/zemtra_plugin.h"
 #include "run/headless_run_interaction.h"
 #include "tests/support/alignment_rows.h"
+#include "tests/support/host_settings.h"
 
 #ifdef ZEMTRA_FAULT_INJECTION
 #include "failing_new.h"
@@ -40,7 +42,7 @@ class PluginReliability : public ::testing::Test {
     ASSERT_TRUE(tmp_.isValid());
     personal_ = tmp_.filePath(QStringLiteral("personal"));
     ASSERT_TRUE(QDir().mkdir(personal_));
-    qputenv("KARVO_TMPDIR", personal_.toLocal8Bit());
+    settings_.emplace(ztest::withTmpDir(personal_.toStdString()));
   }
 
   // One whole call on a fresh small alignment; everything it made is gone
@@ -68,6 +70,7 @@ class PluginReliability : public ::testing::Test {
   static inline ExecuteWithParametersFn execute_ = nullptr;
   QTemporaryDir tmp_;
   QString personal_;
+  std::optional<ztest::ScopedHostSettings> settings_;
   bool lastLogWritten_ = false;
   std::string lastLogProblem_;
 };

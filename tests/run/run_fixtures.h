@@ -8,6 +8,7 @@
 #include <string>
 
 #include "core/matrix.h"
+#include "tests/support/host_settings.h"
 #include "tests/support/scratch_dir.h"
 #include "tests/support/working_rows.h"
 
@@ -38,10 +39,10 @@ inline void writeFile(const std::string& path, const std::string& text) {
 // as long as it lives.
 class PersonalTmpDir : public ztest::ScratchDir {
  public:
-  PersonalTmpDir() { use(path()); }
-  ~PersonalTmpDir() { ::unsetenv("KARVO_TMPDIR"); }
+  static void use(const std::string& path) { Config::UseSettings(ztest::withTmpDir(path)); }
 
-  static void use(const std::string& path) { ::setenv("KARVO_TMPDIR", path.c_str(), 1); }
+ private:
+  ztest::ScopedHostSettings settings_{ztest::withTmpDir(path())};
 };
 
 }  // namespace run_test

@@ -1,18 +1,12 @@
-#include "app/gui/figure/figure.h"
+#include "draw/figure.h"
 
-#include <cstdio>
 #include <sstream>
 
-#include "app/gui/view_geometry.h"
-#include "formats/phylo_tree.h"
+#include "draw/svg_text.h"
 
-namespace karvo_gui::figure {
+namespace KARVO::figure {
 
-std::string hexColour(std::uint32_t rgb) {
-  char text[8];
-  std::snprintf(text, sizeof text, "#%06x", static_cast<unsigned>(rgb & 0xffffffu));
-  return text;
-}
+bool rulerNumberAt(unsigned long column, unsigned long step) { return (column + 1) % step == 0; }
 
 std::vector<TrackPlace> annotationTracks(int rowHeight, bool withConfidence) {
   std::vector<TrackPlace> tracks{{Track::Consensus, 0, rowHeight},
@@ -89,7 +83,7 @@ struct Writer {
       for (unsigned long c = 0; c < width; ++c) {
         if (row.text[c] == '-') continue;
         svg << "<text x=\"" << cellX(c) + m.cellWidth / 2 << "\" y=\"" << rowY(r) + m.cellHeight / 2 << "\">"
-            << KARVO::xmlText(std::string(1, row.text[c])) << "</text>";
+            << xmlText(std::string(1, row.text[c])) << "</text>";
       }
       svg << "</g>\n";
     }
@@ -104,7 +98,7 @@ struct Writer {
     svg << "<g font-size=\"" << m.namePixels << "\" dominant-baseline=\"central\">\n";
     for (std::size_t r = 0; r < figure.rows.size(); ++r) {
       svg << "<text x=\"" << m.namePadding << "\" y=\"" << rowY(r) + m.cellHeight / 2 << "\">"
-          << KARVO::xmlText(figure.rows[r].name) << "</text>\n";
+          << xmlText(figure.rows[r].name) << "</text>\n";
     }
     svg << "</g>\n";
   }
@@ -156,4 +150,4 @@ std::string figureSvg(const Figure& figure) {
   return writer.svg.str();
 }
 
-}  // namespace karvo_gui::figure
+}  // namespace KARVO::figure

@@ -1,4 +1,4 @@
-// The drawing of an alignment figure that the view's painting and its SVG
+// The drawing of an alignment figure that the window's painting and its SVG
 // export share: where the annotation rows sit, how tall their bars are, the
 // window's fixed colours, and the SVG text of a figure. No toolkit here: a
 // figure is plain data, measured by the view that makes it.
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace karvo_gui::figure {
+namespace KARVO::figure {
 
 // Colours as 0xRRGGBB.
 inline constexpr std::uint32_t kRulerBackground = 0xeeeeee;
@@ -20,8 +20,9 @@ inline constexpr std::uint32_t kConfidenceBar = 0x2e9960;
 // Residues without a colour of their own, when cells are too small for letters.
 inline constexpr std::uint32_t kPlainResidue = 0xc8c8c8;
 
-// "#rrggbb".
-std::string hexColour(std::uint32_t rgb);
+// Columns are numbered from 1 on the ruler; every step-th (tenth unless
+// zoomed out) gets its number.
+bool rulerNumberAt(unsigned long column, unsigned long step = 10);
 
 // The annotation rows under the grid, top to bottom: consensus residue one
 // row high, conservation two, gaps one, and the confidence of the last
@@ -83,4 +84,4 @@ struct Figure {
 // The figure as a standalone SVG document: rectangles and text elements.
 std::string figureSvg(const Figure& figure);
 
-}  // namespace karvo_gui::figure
+}  // namespace KARVO::figure
