@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <iterator>
 #include <random>
 #include <stdexcept>
@@ -210,6 +211,28 @@ double alignedPosterior(const Group& g, const PosteriorSet& post, std::vector<do
 
 namespace {
 
+// The entry-wise mean of two posterior matrices of one pair, entries below
+// the cutoff dropped.
+SparsePosterior meanPosterior(const SparsePosterior& a, const SparsePosterior& b) {
+  SparsePosterior out;
+  out.cols = a.cols;
+  out.rowStart.assign(a.rowStart.size(), 0);
+  for (std::uint32_t i = 0; i < a.rows(); ++i) {
+    std::uint32_t p = a.rowStart[i], q = b.rowStart[i];
+    const std::uint32_t pEnd = a.rowStart[i + 1], qEnd = b.rowStart[i + 1];
+    while (p < pEnd || q < qEnd) {
+      const bool fromA = q == qEnd || (p < pEnd && a.entries[p].col <= b.entries[q].col);
+      const bool fromB = p == pEnd || (q < qEnd && b.entries[q].col <= a.entries[p].col);
+      const std::uint32_t col = fromA ? a.entries[p].col : b.entries[q].col;
+      const double sum = (fromA ? double{a.entries[p++].p} : 0.0) + (fromB ? double{b.entries[q++].p} : 0.0);
+      const auto mean = static_cast<float>(0.5 * sum);
+      if (mean >= kPosteriorCutoff) out.entries.push_back({col, mean});
+    }
+    out.rowStart[i + 1] = static_cast<std::uint32_t>(out.entries.size());
+  }
+  return out;
+}
+
 bool computePosteriors(RunContext& ctx, const PairList& list, PosteriorSet& post) {
   const Input& in = ctx.in;
   for (std::uint32_t x = 0; x < ctx.fixed; ++x) {
@@ -217,25 +240,58 @@ bool computePosteriors(RunContext& ctx, const PairList& list, PosteriorSet& post
       post.at(x, y) = alignedPairPosterior(in.block.columns[x], in.block.columns[y]);
   }
   const PairHmmParams params = defaultPairHmmParams();
-  const MatchOdds& odds = blosum62MatchOdds();
+  const MatchOdds& blosum = blosum62MatchOdds();
+  const MatchOdds& gonnet = gonnetMatchOdds();
   std::vector<PairHmmWorkspace> work(std::max(1u, ctx.options.threads));
   const bool ok = parallelFor(list.pairs.size(), ctx.options.threads, ctx.progress, ctx.done, ctx.total,
                               [&](std::size_t k, unsigned w) {
                                 const auto [x, y] = list.pairs[k];
-                                post.at(x, y) = pairPosteriors(in.codes[x], in.codes[y], params, odds, work[w]);
+                                const auto& cx = in.codes[x];
+                                const auto& cy = in.codes[y];
+                                post.at(x, y) = meanPosterior(pairPosteriors(cx, cy, params, blosum, work[w]),
+                                                              pairPosteriors(cx, cy, params, gonnet, work[w]));
                               });
   post.mirrorUpper();
   return ok;
 }
 
+// Weights of the third sequences: a row that many others resemble counts
+// less, w_z = 1 / (1 + sum over the other rows k of EA(z, k)^4), with EA the
+// expected accuracy of the pair; scaled to a mean of 1 over the rows with
+// residues.
+std::vector<float> thirdWeights(const Input& in, const std::vector<double>& distance) {
+  constexpr double kSharpness = 4.0;
+  const std::size_t n = in.codes.size();
+  std::vector<double> raw(n, 0.0);
+  double mean = 0;
+  std::size_t rows = 0;
+  for (std::size_t z = 0; z < n; ++z) {
+    if (in.codes[z].empty()) continue;
+    double similar = 1.0;
+    for (std::size_t k = 0; k < n; ++k) {
+      if (k != z && !in.codes[k].empty()) similar += std::pow(1.0 - distance[z * n + k], kSharpness);
+    }
+    raw[z] = 1.0 / similar;
+    mean += raw[z];
+    ++rows;
+  }
+  mean /= static_cast<double>(std::max<std::size_t>(rows, 1));
+  std::vector<float> weights(n, 0.0f);
+  for (std::size_t z = 0; z < n; ++z) weights[z] = static_cast<float>(raw[z] / mean);
+  return weights;
+}
+
 bool transformRound(RunContext& ctx, const PairList& list, PosteriorSet& post) {
   std::vector<SparsePosterior> next(list.pairs.size());
   const auto near = nearestRows(ctx.in, post, ctx.options.thirdSequences);
+  std::vector<double> distance;
+  if (!pairDistances(ctx, list, post, distance)) return false;
+  const std::vector<float> weights = thirdWeights(ctx.in, distance);
   std::vector<std::vector<float>> dense(std::max(1u, ctx.options.threads));
   const bool ok = parallelFor(list.pairs.size(), ctx.options.threads, ctx.progress, ctx.done, ctx.total,
                               [&](std::size_t k, unsigned w) {
                                 const auto [x, y] = list.pairs[k];
-                                next[k] = transformPair(post, x, y, thirdSequences(ctx.in, near, x, y), dense[w]);
+                                next[k] = transformPair(post, x, y, thirdSequences(ctx.in, near, x, y), dense[w], weights);
                               });
   if (!ok) return false;
   for (std::size_t k = 0; k < list.pairs.size(); ++k)
@@ -265,20 +321,30 @@ Group progressive(RunContext& ctx, const std::vector<TreeJoin>& tree, const Post
   return tree.empty() ? clusters[0] : std::move(clusters.back());
 }
 
-void refine(RunContext& ctx, const PosteriorSet& post, Group& alignment, Result& result) {
+// A random split of the units into two non-empty sides.
+std::vector<bool> randomSplit(std::mt19937_64& random, std::size_t units) {
+  std::vector<bool> side(units);
+  for (std::size_t u = 0; u < units; ++u) side[u] = (random() >> 63) != 0;
+  if (std::all_of(side.begin(), side.end(), [&](bool s) { return s == side[0]; })) {
+    const std::size_t u = static_cast<std::size_t>(random() % units);
+    side[u] = !side[u];
+  }
+  return side;
+}
+
+void refine(RunContext& ctx, const PosteriorSet& post, const std::vector<TreeJoin>& tree, Group& alignment,
+            Result& result) {
   const auto& units = ctx.in.units;
   if (units.size() < 2) return;
   std::mt19937_64 random(ctx.options.seed);
+  const std::vector<std::vector<bool>> edges = treeSplits(tree, ctx.in.codes.size(), ctx.fixed);
+  const std::size_t edgeSteps = edges.size() * static_cast<std::size_t>(std::max(0, ctx.options.treeEdgePasses));
   std::vector<double> score;
   std::vector<int> keepA, keepB;
   for (int it = 0; it < ctx.options.refineIterations; ++it) {
     if (ctx.progress.cancel != nullptr && ctx.progress.cancel->load()) return;
-    std::vector<bool> side(units.size());
-    for (std::size_t u = 0; u < units.size(); ++u) side[u] = (random() >> 63) != 0;
-    if (std::all_of(side.begin(), side.end(), [&](bool s) { return s == side[0]; })) {
-      const std::size_t u = static_cast<std::size_t>(random() % units.size());
-      side[u] = !side[u];
-    }
+    const auto step = static_cast<std::size_t>(it);
+    const std::vector<bool> side = step < edgeSteps ? edges[step % edges.size()] : randomSplit(random, units.size());
     std::vector<std::uint32_t> membersA, membersB;
     for (std::size_t u = 0; u < units.size(); ++u) {
       auto& into = side[u] ? membersB : membersA;
@@ -359,7 +425,7 @@ Result align(const std::vector<std::string>& rows, unsigned fixed, const Options
   Group alignment = progressive(ctx, result.tree, post);
   result.timings.progressive = secondsSince(t);
   t = Clock::now();
-  refine(ctx, post, alignment, result);
+  refine(ctx, post, result.tree, alignment, result);
   result.timings.refinement = secondsSince(t);
   if (progress.cancel != nullptr && progress.cancel->load()) {
     result.cancelled = true;

@@ -17,7 +17,11 @@ namespace zemtra::consistency {
 
 struct Options {
   int consistencyRounds = 2;   // rounds of the consistency transformation (0 or more)
-  int refineIterations = 100;  // refinement attempts (0: none)
+  int refineIterations = 400;  // refinement attempts (0: none)
+  // Refinement first splits the alignment along each edge of the guide tree
+  // (leaves first, then the inner edges from the root down), this many times
+  // over, then at random; every split counts as one attempt.
+  int treeEdgePasses = 2;
   unsigned threads = 1;        // worker threads of the all-pairs steps (at least 1); bytes never depend on it
   std::uint64_t seed = 0;      // the refinement's random splits follow it; fixed for reproducible runs
   // Third sequences per pair in the consistency transformation: when more

@@ -157,4 +157,28 @@ std::vector<TreeJoin> guideTree(const std::vector<double>& distance, std::size_t
   return joins;
 }
 
+std::vector<std::vector<bool>> treeSplits(const std::vector<TreeJoin>& tree, std::size_t n, unsigned fixed) {
+  const std::size_t blockJoins = fixed > 0 ? fixed - 1 : 0;
+  const std::size_t units = n - blockJoins;
+  auto unitOf = [&](std::size_t row) { return row < fixed ? 0 : row - fixed + (fixed > 0 ? 1 : 0); };
+  std::vector<std::vector<bool>> under(n + tree.size(), std::vector<bool>(units, false));
+  for (std::size_t r = 0; r < n; ++r) under[r][unitOf(r)] = true;
+  std::vector<std::vector<bool>> splits;
+  const int rootRight = tree.empty() ? -1 : tree.back().right;
+  for (std::size_t r = n; r-- > 0;) {
+    if ((r >= fixed || (fixed == 1 && r == 0)) && static_cast<int>(r) != rootRight) splits.push_back(under[r]);
+  }
+  std::vector<std::size_t> inner;
+  for (std::size_t k = 0; k < tree.size(); ++k) {
+    std::vector<bool>& u = under[n + k];
+    const std::vector<bool>& l = under[static_cast<std::size_t>(tree[k].left)];
+    const std::vector<bool>& r = under[static_cast<std::size_t>(tree[k].right)];
+    for (std::size_t i = 0; i < units; ++i) u[i] = l[i] || r[i];
+    const bool blockInside = k + 1 < blockJoins;  // the block is one unit: its inner joins split nothing
+    if (!blockInside && k + 1 < tree.size() && static_cast<int>(n + k) != rootRight) inner.push_back(k);
+  }
+  for (std::size_t k = inner.size(); k-- > 0;) splits.push_back(under[n + inner[k]]);
+  return splits;
+}
+
 }  // namespace zemtra::consistency

@@ -45,4 +45,12 @@ bool acceptRefinement(double before, double after);
 std::vector<TreeJoin> guideTree(const std::vector<double>& distance, std::size_t n,
                                 const std::vector<std::vector<std::uint32_t>>& units);
 
+// The splits of the units along the guide tree's edges, in the order
+// refinement tries them: the leaves from the last unit to the first, then
+// the inner edges from the root down. split[u] tells which side unit u is
+// on; the two edges below the root give one split, listed once, and the
+// prealigned block's own joins none. tree as from guideTree over the units
+// of n sequences of which the first `fixed` form the block.
+std::vector<std::vector<bool>> treeSplits(const std::vector<TreeJoin>& tree, std::size_t n, unsigned fixed);
+
 }  // namespace zemtra::consistency

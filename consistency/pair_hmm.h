@@ -36,6 +36,9 @@ std::vector<std::uint8_t> encodeResidues(std::string_view residues);
 // Match odds for every pair of residue codes, row-major 21 x 21.
 using MatchOdds = std::array<double, 21 * 21>;
 const MatchOdds& blosum62MatchOdds();
+// Odds 10^(s/10) from the built-in GONNET table (scores s in tenths of a
+// decimal log, recovered from the table's scaling).
+const MatchOdds& gonnetMatchOdds();
 
 // Sparse matrix of match posteriors: for residue i of the first sequence
 // (0-based) the entries rowStart[i] .. rowStart[i + 1] - 1, columns

@@ -36,7 +36,8 @@ SparsePosterior transpose(const SparsePosterior& m) {
 }
 
 SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_t y,
-                              const std::vector<std::uint32_t>& thirds, std::vector<float>& dense) {
+                              const std::vector<std::uint32_t>& thirds, std::vector<float>& dense,
+                              const std::vector<float>& weights) {
   const SparsePosterior& xy = set.get(x, y);
   const std::size_t rows = xy.rows(), cols = xy.cols;
   dense.assign(rows * cols, 0.0f);
@@ -49,17 +50,20 @@ SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_
     const SparsePosterior& xz = set.get(x, z);
     const SparsePosterior& zy = set.get(z, y);
     if (xz.entries.empty() || zy.entries.empty()) continue;
+    const float weight = weights.empty() ? 1.0f : weights[z];
     for (std::size_t i = 0; i < rows; ++i) {
       float* out = dense.data() + i * cols;
       for (std::uint32_t a = xz.rowStart[i]; a < xz.rowStart[i + 1]; ++a) {
-        const float p = xz.entries[a].p;
+        const float p = weight * xz.entries[a].p;
         const std::uint32_t k = xz.entries[a].col;
         for (std::uint32_t b = zy.rowStart[k]; b < zy.rowStart[k + 1]; ++b)
           out[zy.entries[b].col] += p * zy.entries[b].p;
       }
     }
   }
-  const float scale = 1.0f / static_cast<float>(2 + thirds.size());
+  float weightSum = 0.0f;
+  for (std::uint32_t z : thirds) weightSum += weights.empty() ? 1.0f : weights[z];
+  const float scale = 1.0f / (2.0f + weightSum);
   SparsePosterior out;
   out.cols = static_cast<std::uint32_t>(cols);
   out.rowStart.assign(rows + 1, 0);

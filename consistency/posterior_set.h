@@ -28,11 +28,12 @@ class PosteriorSet {
 // The same posteriors with rows and columns swapped.
 SparsePosterior transpose(const SparsePosterior& m);
 
-// (2 P_xy + sum over third sequences z of P_xz P_zy) / (2 + number of z),
-// entries below kPosteriorCutoff dropped; dense is scratch space of
-// |x| * |y| floats.
+// (2 P_xy + sum over third sequences z of w_z P_xz P_zy) / (2 + sum of w_z),
+// entries below kPosteriorCutoff dropped; w_z = weights[z], or 1 for every
+// z when weights is empty; dense is scratch space of |x| * |y| floats.
 SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_t y,
-                              const std::vector<std::uint32_t>& thirds, std::vector<float>& dense);
+                              const std::vector<std::uint32_t>& thirds, std::vector<float>& dense,
+                              const std::vector<float>& weights = {});
 
 // Expected accuracy of the pair: the largest summed posterior of any
 // alignment of x and y (the maximum expected accuracy alignment), divided by

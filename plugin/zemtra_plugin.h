@@ -96,7 +96,7 @@ inline ZemtraEngineSettings zemtraEngineSettingsFrom(const char* reference, cons
 struct ZemtraParameters {
   ZemtraMethod method = ZemtraMethod::Progressive;
   int consistencyRounds = 2;   // Consistency only: rounds of the consistency transformation
-  int refineIterations = 100;  // Consistency only: refinement attempts
+  int refineIterations = 400;  // Consistency only: refinement attempts
   int matNo = 0;
   int gap = 40;
   int prealigned = 0;

@@ -22,7 +22,7 @@ struct RunResults {
 // The consistency method's own settings, asked for by the window.
 struct ConsistencySettings {
   int rounds = 2;
-  int refineIterations = 100;
+  int refineIterations = 400;
 };
 inline constexpr int kMaxConsistencyRounds = 5;
 inline constexpr int kMaxRefineIterations = 1000;

@@ -79,7 +79,7 @@ TEST(ConsistencyAlign, SameBytesForOneAndTwoThreadsAndRefinementNeverLosesObject
   zc::Options plain = one;
   plain.refineIterations = 0;
   EXPECT_GE(a.objective, zc::align(kFamily, 0, plain).objective);
-  EXPECT_EQ(a.refinementTried, 100);
+  EXPECT_EQ(a.refinementTried, zc::Options{}.refineIterations);
 }
 
 TEST(ConsistencyAlign, RefinementKeepsOnlyClearImprovements) {
@@ -88,6 +88,22 @@ TEST(ConsistencyAlign, RefinementKeepsOnlyClearImprovements) {
   EXPECT_FALSE(zc::acceptRefinement(50.0, 49.0));
   EXPECT_TRUE(zc::acceptRefinement(50.0, 50.01));
   EXPECT_TRUE(zc::acceptRefinement(0.0, 0.001));
+}
+
+// Every edge of the unrooted guide tree once: leaves last row first, then
+// the inner edges from the root down; the prealigned block is one unit.
+TEST(ConsistencyAlign, TreeSplitsVisitEachEdgeOnce) {
+  using Splits = std::vector<std::vector<bool>>;
+  const std::vector<zc::TreeJoin> balanced = {{0, 1, 0.1f}, {2, 3, 0.2f}, {4, 5, 0.5f}};
+  EXPECT_EQ(zc::treeSplits(balanced, 4, 0), (Splits{{false, false, false, true},
+                                                     {false, false, true, false},
+                                                     {false, true, false, false},
+                                                     {true, false, false, false},
+                                                     {true, true, false, false}}));
+  const std::vector<zc::TreeJoin> withBlock = {{0, 1, 0.0f}, {4, 2, 0.3f}, {5, 3, 0.6f}};
+  EXPECT_EQ(zc::treeSplits(withBlock, 4, 2), (Splits{{false, true, false}, {true, true, false}, {true, false, false}}));
+  const std::vector<zc::TreeJoin> chain = {{0, 1, 0.1f}, {5, 2, 0.2f}, {6, 3, 0.3f}, {7, 4, 0.4f}};
+  EXPECT_EQ(zc::treeSplits(chain, 5, 0).size(), 7u);
 }
 
 TEST(ConsistencyAlign, PrealignedBlockKeepsItsColumns) {

@@ -141,6 +141,11 @@ TEST(Consistency, TransformThroughOneThirdSequence) {
   EXPECT_NEAR(out.entries[0].p, 0.6f, 1e-6);
   EXPECT_EQ(out.entries[1].col, 1u);
   EXPECT_NEAR(out.entries[1].p, 0.2f, 1e-6);
+  // Weighted: z counts 0.5, so (2 P_xy + 0.5 P_xz P_zy) / 2.5.
+  const auto weighted = zc::transformPair(set, 0, 1, {2}, dense, {1.0f, 1.0f, 0.5f});
+  ASSERT_EQ(weighted.entries.size(), 2u);
+  EXPECT_NEAR(weighted.entries[0].p, (1.0f + 0.4f) / 2.5f, 1e-6);
+  EXPECT_NEAR(weighted.entries[1].p, 0.3f / 2.5f, 1e-6);
   const auto back = zc::transpose(zc::transpose(set.get(0, 2)));
   EXPECT_EQ(back.rowStart, set.get(0, 2).rowStart);
   EXPECT_EQ(back.entries.size(), 2u);
