@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <filesystem>
+#include <iomanip>
 #include <iostream>
 #include <optional>
 
@@ -351,9 +352,32 @@ std::unique_ptr<KARVO::Alignment> readSelected(const AlignOptions& options, cons
   return alignment;
 }
 
-// The run allocates its tables up front; one that cannot fit is refused
-// before it starts. A plug-in that cannot be loaded is reported by the run.
-void checkMemory(const KARVO::Alignment& alignment, const std::string& pluginDir) {
+// What the plug-in is asked to do. The pairwise tables are asked for only
+// when an output shows them: the distance tables, or a guide tree (a tree
+// of two sequences takes its one distance from them).
+ZemtraParameters runParameters(const AlignOptions& options, const Settings& settings) {
+  ZemtraParameters parameters;
+  parameters.matNo = settings.matNo;
+  parameters.gap = options.gap;
+  parameters.prealigned = options.prealigned;
+  parameters.logName = settings.logPlan.runName;
+  parameters.logFolder = settings.logPlan.folder;
+  parameters.writeLogFile = settings.logPlan.write;
+  parameters.wantTables =
+      !options.distances.empty() || !options.treeNewick.empty() || !options.treeSvg.empty() || options.order == "tree";
+  if (settings.consistency) {
+    parameters.method = ZemtraMethod::Consistency;
+    if (options.consistencyRounds >= 0) parameters.consistencyRounds = options.consistencyRounds;
+    if (options.refine >= 0) parameters.refineIterations = options.refine;
+  }
+  parameters.engine = engineSettings();
+  return parameters;
+}
+
+// The run allocates its tables as its phases need them; a run whose peak
+// cannot fit is refused before it starts. A plug-in that cannot be loaded
+// is reported by the run.
+void checkMemory(const KARVO::Alignment& alignment, const ZemtraParameters& parameters, const std::string& pluginDir) {
   const KARVO::ColumnRange range = alignment.selection;
   const unsigned long width = range.second - range.first;
   std::unique_ptr<LoadedPlugin> plugin;
@@ -365,7 +389,7 @@ void checkMemory(const KARVO::Alignment& alignment, const std::string& pluginDir
   const auto estimate = reinterpret_cast<EstimateRunMemoryFn>(plugin->symbol("EstimateRunMemory"));
   if (estimate == nullptr) return;
   if (plugin->contractVersion() != kZemtraContractVersion) return;
-  const std::uint64_t need = estimate(alignment.sequenceCount(), width, engineSettings());
+  const std::uint64_t need = estimate(alignment.sequenceCount(), width, parameters);
   const std::optional<std::uint64_t> available = availableMemory();
   if (!available) return;
   if (const auto refusal = memoryRefusal(width, need, *available)) throw Failure(kExitUsage, *refusal);
@@ -410,19 +434,7 @@ RunSummary runPlugin(const AlignOptions& options, const Settings& settings, KARV
   if (setExitHandler == nullptr) throw Failure(kExitUsage, plugin->path() + " does not export SetExitHandler");
   setExitHandler(failOnEngineExit);
   RunSummary run{alignment.selection, options.prealigned};
-  ZemtraParameters parameters;
-  parameters.matNo = settings.matNo;
-  parameters.gap = options.gap;
-  parameters.prealigned = options.prealigned;
-  parameters.logName = settings.logPlan.runName;
-  parameters.logFolder = settings.logPlan.folder;
-  parameters.writeLogFile = settings.logPlan.write;
-  if (settings.consistency) {
-    parameters.method = ZemtraMethod::Consistency;
-    if (options.consistencyRounds >= 0) parameters.consistencyRounds = options.consistencyRounds;
-    if (options.refine >= 0) parameters.refineIterations = options.refine;
-  }
-  parameters.engine = engineSettings();
+  const ZemtraParameters parameters = runParameters(options, settings);
   try {
     execute(alignment, parameters, interaction, &report);
   } catch (...) {
@@ -473,7 +485,7 @@ int align(const AlignOptions& options) {
     if (const auto refusal = checkConsistencyRun(*alignment, threads, options.quiet ? nullptr : &std::cerr))
       throw Failure(kExitUsage, *refusal);
   } else {
-    checkMemory(*alignment, options.pluginDir);
+    checkMemory(*alignment, runParameters(options, settings), options.pluginDir);
   }
   const unsigned long firstColumn = firstColumnAfterRun(*alignment, alignment->selection);
   if (settings.log.given.empty() && !options.noLog) {
@@ -483,6 +495,12 @@ int align(const AlignOptions& options) {
   ZemtraRunReport report;
   const RunSummary run = runPlugin(options, settings, *alignment, interaction, report);
   checkRunEnded(report, run);
+  if (options.verbose) {
+    const RunTimings& t = report.run.timings;
+    std::cerr << std::fixed << std::setprecision(2) << "karvo: pairwise phase " << t.pairwise << " s, tree phase "
+              << t.tree << " s, whole run " << t.total << " s\n"
+              << std::defaultfloat;
+  }
 
   if (!run.logWritten && !options.noLog) {
     std::cerr << "karvo: warning: the run log could not be written to " << run.logPath << '\n';

@@ -96,7 +96,7 @@ CLI::App* addAlignCommand(CLI::App& parent, AlignOptions& options) {
                    "libZemtra.so.0")
       ->type_name("DIR");
   command->add_flag("-q,--quiet", options.quiet, "No progress bar and no summary line");
-  command->add_flag("--verbose", options.verbose, "Show the plug-in's diagnostic messages");
+  command->add_flag("--verbose", options.verbose, "Show the plug-in's diagnostic messages and the run's phase timings");
   command->footer(kExitStatusHelp);
   return command;
 }

@@ -33,12 +33,32 @@ class Matrix {
   Matrix(const Matrix&) = delete;
   Matrix& operator=(const Matrix&) = delete;
 
+  // A table handed on leaves an empty one behind; assigning an empty table
+  // releases the cells, which is how a run frees a table when its phase ends.
+  Matrix(Matrix&& other) noexcept : cols_(other.cols_), rows_(other.rows_), rowTable_(other.rowTable_) {
+    other.cols_ = 0;
+    other.rows_ = 0;
+    other.rowTable_ = nullptr;
+  }
+  Matrix& operator=(Matrix&& other) noexcept {
+    if (this != &other) {
+      Matrix gone(static_cast<Matrix&&>(other));
+      swap(gone);
+    }
+    return *this;
+  }
+
   // Bytes the constructor allocates for rows x cols: the cells and the row
   // table.
   static constexpr std::uint64_t bytesFor(std::uint64_t rows, std::uint64_t cols) {
     if (rows == 0 || cols == 0) return 0;
     return bytesPlus(bytesTimes(bytesTimes(rows, cols), sizeof(T)), bytesTimes(rows, sizeof(T*)));
   }
+
+  // An empty table: no cells.
+  Matrix() : cols_(0), rows_(0), rowTable_(nullptr) {}
+
+  bool empty() const { return rowTable_ == nullptr; }
 
   std::uint64_t rows() const { return rows_; }
   std::uint64_t cols() const { return cols_; }
@@ -50,6 +70,18 @@ class Matrix {
   T* const* rowTable() const { return rowTable_; }
 
  private:
+  void swap(Matrix& other) noexcept {
+    const std::uint64_t cols = cols_;
+    const std::uint64_t rows = rows_;
+    T** table = rowTable_;
+    cols_ = other.cols_;
+    rows_ = other.rows_;
+    rowTable_ = other.rowTable_;
+    other.cols_ = cols;
+    other.rows_ = rows;
+    other.rowTable_ = table;
+  }
+
   void allocate() {
     // The block is allocated first so that a failing row table allocation
     // can release it before the exception leaves the constructor.

@@ -1,5 +1,6 @@
 // The entry points that need no window, shared by both plug-in libraries.
 #include "core/diagnostics.h"
+#include "host/logger.h"
 #include "plugin/zemtra_exchange.h"
 #include "plugin/zemtra_plugin.h"
 #include "run/run_memory.h"
@@ -21,6 +22,7 @@ class GivenParameters : public ParameterSource {
   int consistencyRounds() const override { return parameters_.consistencyRounds; }
   int refineIterations() const override { return parameters_.refineIterations; }
   bool wantLogText() const override { return parameters_.wantLogText; }
+  bool wantTables() const override { return parameters_.wantTables; }
   ZemtraEngineSettings engine() const override { return parameters_.engine; }
 
  private:
@@ -46,8 +48,12 @@ DebugOutputFn SetDebugOutput(DebugOutputFn output) { return zemtra::setDebugOutp
 
 ExitHandlerFn SetExitHandler(ExitHandlerFn handler) { return zemtra::setExitHandler(handler); }
 
-std::uint64_t EstimateRunMemory(unsigned long sequences, unsigned long width, const ZemtraEngineSettings& engine) {
-  const std::uint64_t run = runMemoryNeed(sequences, RunInputs::columnsFor(width), width, engineOptions(engine));
+std::uint64_t EstimateRunMemory(unsigned long sequences, unsigned long width, const ZemtraParameters& parameters) {
+  RunKeeps keeps;
+  keeps.logText = parameters.writeLogFile || parameters.wantLogText || Logger::Wanted();
+  keeps.tables = parameters.wantTables;
+  const std::uint64_t run =
+      runMemoryNeed(sequences, RunInputs::columnsFor(width), width, engineOptions(parameters.engine), keeps);
   return KARVO::bytesPlus(RunInputs::bytesFor(sequences, width), run);
 }
 }

@@ -185,6 +185,7 @@ bool exchangeAlignment(KARVO::Alignment& alignment, ParameterSource& parameters,
   log.name = parameters.logName();
   log.writeFile = parameters.writeLogFile();
   if (parameters.wantLogText()) log.text = &out.logText;
+  log.keepTables = parameters.wantTables();
 
   RunDetails details;
   const std::vector<std::string> rows =

@@ -37,6 +37,9 @@ class ParameterSource {
   virtual int refineIterations() const { return ZemtraParameters{}.refineIterations; }
   // True: the report keeps the complete log text.
   virtual bool wantLogText() const { return false; }
+  // True: the report keeps the pairwise identity and distance tables. The
+  // dialog's host, the window, draws the guide tree, which needs them.
+  virtual bool wantTables() const { return true; }
   // The engine and thread count the run uses.
   virtual ZemtraEngineSettings engine() const = 0;
 };

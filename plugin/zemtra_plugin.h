@@ -61,11 +61,12 @@ class Alignment;
 // (joins of the groups' lowest run rows, distance 1 - expected accuracy of
 // the two groups, NaN for a prealigned block), run.identity the percent
 // identity in the re-aligned range, run.distance the distance of the join
-// that united each pair, and the log is the method's own short report.
+// that united each pair (both when asked for, as for the progressive
+// method), and the log is the method's own short report.
 enum class ZemtraMethod { Progressive, Consistency };
 
 // The version of this contract; see ZemtraContractVersion.
-constexpr int kZemtraContractVersion = 2;
+constexpr int kZemtraContractVersion = 3;
 
 // Which implementation a run uses: the straightforward routines kept as the
 // yardstick, or the fast ones that give the same bytes; and how many threads
@@ -105,6 +106,8 @@ struct ZemtraParameters {
   bool writeLogFile = true;            // false: no log file is made, no overwrite question; the text is
                                        // only handed back (logText when wantLogText)
   bool wantLogText = false;            // keep the complete run log text in the report's logText
+  bool wantTables = false;             // fill the report's run.identity and run.distance (ns x ns each:
+                                       // 0.8 GB at 10,000 sequences); a tree of two sequences needs them
   ZemtraEngineSettings engine;
 };
 
@@ -192,9 +195,10 @@ ZEMTRA_ENTRY ExitHandlerFn SetExitHandler(ExitHandlerFn handler);
 using SetExitHandlerFn = ExitHandlerFn (*)(ExitHandlerFn);
 
 // Bytes a run of that many sequences over a range of width columns holds at
-// its peak with those engine settings, worked out from the sizes the run
-// allocates. Saturates instead of overflowing.
+// its peak with those parameters (engine settings, whether a log is written
+// or its text kept, whether the tables are wanted), worked out from the
+// sizes the run allocates. Saturates instead of overflowing.
 ZEMTRA_ENTRY std::uint64_t EstimateRunMemory(unsigned long sequences, unsigned long width,
-                                             const ZemtraEngineSettings& engine);
-using EstimateRunMemoryFn = std::uint64_t (*)(unsigned long, unsigned long, const ZemtraEngineSettings&);
+                                             const ZemtraParameters& parameters);
+using EstimateRunMemoryFn = std::uint64_t (*)(unsigned long, unsigned long, const ZemtraParameters&);
 }

@@ -48,7 +48,7 @@ enum class RunOutcome {
 // Wall-clock seconds of the phases of one run.
 struct RunTimings {
   double pairwise = 0;  // the pairwise phase
-  double tree = 0;      // the tree phase and the final measures
+  double tree = 0;      // the tree phase: guide tree and progressive merges
   double total = 0;     // the whole run, log included
 };
 
@@ -73,8 +73,9 @@ struct RunDetails {
   bool logWritten = false;  // false when the file could not be opened
   std::string logProblem;   // empty when the log was written; else why not, one line
   JoinHistory history;      // joins of the tree phase (empty for two sequences)
-  // Filled once the pairwise phase finished: ns x ns, row-major, run rows in
-  // input order. identity is the percent identity of the log's pairwise
+  // Filled once the pairwise phase finished, when the host asked for them
+  // (ZemtraParameters::wantTables; always for Execute1): ns x ns, row-major,
+  // run rows in input order. identity is the percent identity of the log's pairwise
   // table; distance the distance the tree phase clusters, -100 ln(NAS/100).
   std::vector<float> identity;
   std::vector<float> distance;

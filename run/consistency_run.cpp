@@ -102,7 +102,8 @@ double secondsSince(std::chrono::steady_clock::time_point start) {
 }
 
 // Hands the engine's result to details and output.
-ConsistencyRunOutput keepResult(consistency::Result& result, const ConsistencyRunInput& input, RunDetails& details) {
+ConsistencyRunOutput keepResult(consistency::Result& result, const ConsistencyRunInput& input, bool keepTables,
+                                RunDetails& details) {
   ConsistencyRunOutput output;
   if (result.cancelled) {
     details.outcome = RunOutcome::Cancelled;
@@ -111,8 +112,10 @@ ConsistencyRunOutput keepResult(consistency::Result& result, const ConsistencyRu
   const auto n = static_cast<unsigned long>(input.rows.size());
   details.outcome = RunOutcome::Completed;
   details.history = joinHistoryOf(result.tree, n, input.fixed);
-  details.identity = alignedIdentity(result.rows);
-  details.distance = joinDistanceTable(result.tree, n);
+  if (keepTables) {
+    details.identity = alignedIdentity(result.rows);
+    details.distance = joinDistanceTable(result.tree, n);
+  }
   output.rows = std::move(result.rows);
   output.columnConfidence = std::move(result.columnConfidence);
   return output;
@@ -161,7 +164,7 @@ ConsistencyRunOutput consistencyRun(RunInteraction& interaction, const RunLogOpt
   progress.end();
 
   writeConsistencyLog(log, input, result);
-  ConsistencyRunOutput output = keepResult(result, input, details);
+  ConsistencyRunOutput output = keepResult(result, input, logOptions.keepTables, details);
   details.timings.pairwise = result.timings.posteriors + result.timings.consistency;
   details.timings.tree = result.timings.tree + result.timings.progressive + result.timings.refinement;
   finishRunLog(logFile, place, logOptions, details);

@@ -1,5 +1,7 @@
 #include "run/multiple_phase.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <vector>
 
@@ -12,25 +14,40 @@
 
 using KARVO::Matrix;
 
-RunStorage::RunStorage(unsigned long sequenceCount, unsigned long width)
-    : cmp(width, width),
-      alilen(sequenceCount, sequenceCount),
+RunStorage::RunStorage(unsigned long sequenceCount, unsigned long width, bool identities)
+    : ns(sequenceCount),
+      cmp(width, width),
       path(2, width),
-      family(sequenceCount + 1, sequenceCount + 1),
-      sco(sequenceCount, sequenceCount),
       fscore(sequenceCount, sequenceCount),
-      pid(sequenceCount, sequenceCount),
-      dif(sequenceCount, sequenceCount) {}
+      pid(identities ? sequenceCount : 0, sequenceCount) {}
 
-std::uint64_t RunStorage::bytesFor(unsigned long sequenceCount, unsigned long width) {
+std::uint64_t RunStorage::bytesFor(unsigned long sequenceCount, unsigned long width, bool identities) {
   // The tables of the constructor above, in its order.
   using KARVO::bytesPlus;
   const unsigned long ns = sequenceCount;
   std::uint64_t bytes = Matrix<int>::bytesFor(width, width);
-  bytes = bytesPlus(bytes, Matrix<int>::bytesFor(ns, ns));
   bytes = bytesPlus(bytes, Matrix<long>::bytesFor(2, width));
-  bytes = bytesPlus(bytes, Matrix<unsigned long>::bytesFor(ns + 1, ns + 1));
-  return bytesPlus(bytes, KARVO::bytesTimes(4, Matrix<float>::bytesFor(ns, ns)));
+  bytes = bytesPlus(bytes, Matrix<float>::bytesFor(ns, ns));
+  return bytesPlus(bytes, identities ? Matrix<float>::bytesFor(ns, ns) : 0);
+}
+
+std::uint64_t RunStorage::finalTablesBytes(unsigned long sequenceCount) {
+  const unsigned long ns = sequenceCount;
+  return KARVO::bytesPlus(Matrix<int>::bytesFor(ns, ns), KARVO::bytesTimes(3, Matrix<float>::bytesFor(ns, ns)));
+}
+
+void RunStorage::makeFinalTables() {
+  pid = Matrix<float>(ns, ns);
+  dif = Matrix<float>(ns, ns);
+  sco = Matrix<float>(ns, ns);
+  alilen = Matrix<int>(ns, ns);
+}
+
+void RunStorage::releaseFinalTables() {
+  pid = Matrix<float>();
+  dif = Matrix<float>();
+  sco = Matrix<float>();
+  alilen = Matrix<int>();
 }
 
 void capDistances(Matrix<float>& distances) {
@@ -113,18 +130,38 @@ float measureFinalAlignmentFast(const RunInput& input, RunStorage& storage, unsi
 }
 
 void multipleAlignmentPhase(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress,
-                            JoinHistory* history, const zemtra::EngineOptions& engine) {
-  treeDistances(storage.fscore);
+                            JoinHistory* history, const zemtra::EngineOptions& engine, bool statistics,
+                            RunTimings& timings) {
+  const auto started = std::chrono::steady_clock::now();
+  storage.family = FamilyTable(storage.ns + 1, storage.ns + 1);
   tree_kv(log, input.matNo, input.gap, &storage.alen, input.names, storage.fscore, storage.family, storage.cmp,
           input.seqs, input.len, storage.path, input.fixed, history, engine);
+  timings.tree = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
   progress.interaction.progressSet(progress.step);
   progress.interaction.processEvents();
 
-  const float total = engine.reference ? measureFinalAlignment(input, storage)
-                                       : measureFinalAlignmentFast(input, storage, zemtra::threadCount(engine));
-  printStats(log, input.names, storage.family, storage.pid, storage.dif, storage.sco, storage.fscore, input.nres,
-             storage.alilen, total);
+  if (statistics) {
+    storage.makeFinalTables();
+    const float total = engine.reference ? measureFinalAlignment(input, storage)
+                                         : measureFinalAlignmentFast(input, storage, zemtra::threadCount(engine));
+    printStats(log, input.names, storage.family, storage.pid, storage.dif, storage.sco, storage.fscore, input.nres,
+               storage.alilen, total);
+    storage.releaseFinalTables();
+  }
+  storage.family = FamilyTable();
 
   progress.interaction.progressSet(progress.totalSteps);
   progress.interaction.progressEnd();
+}
+
+std::uint64_t multipleAlignmentPhaseBytes(unsigned long ns, unsigned long columns, const zemtra::EngineOptions& engine,
+                                          bool statistics) {
+  using KARVO::bytesPlus;
+  // The family table lives through both steps; the tree phase's own storage
+  // is released before the final tables are made.
+  const std::uint64_t family = FamilyTable::bytesFor(ns + 1, ns + 1);
+  // The fast measures keep a self score per row.
+  const std::uint64_t measures =
+      statistics ? bytesPlus(RunStorage::finalTablesBytes(ns), KARVO::bytesTimes(ns, sizeof(int))) : 0;
+  return bytesPlus(family, std::max(treePhaseBytes(ns, columns, engine), measures));
 }

@@ -9,22 +9,34 @@
 #include "core/matrix.h"
 #include "pairwise/engine_options.h"
 #include "plugin/zemtra_types.h"
+#include "tree/cluster_steps.h"
 
-// The working storage of one run, allocated once at its largest size and
-// reused by every alignment of the run.
+// The working storage of one run. The comparison matrix, the path and the
+// NAS table live as long as the run; the other tables are made by the phase
+// that needs them and released when it ends, and stay empty otherwise.
 struct RunStorage {
-  RunStorage(unsigned long sequenceCount, unsigned long width);
+  // identities: whether the pairwise phase keeps its percent identities
+  // (for the log or the host); without them pid stays empty.
+  RunStorage(unsigned long sequenceCount, unsigned long width, bool identities = true);
 
   // Bytes the constructor allocates.
-  static std::uint64_t bytesFor(unsigned long sequenceCount, unsigned long width);
+  static std::uint64_t bytesFor(unsigned long sequenceCount, unsigned long width, bool identities);
+  // Bytes of the tables the final measures fill (see makeFinalTables), beside
+  // fscore.
+  static std::uint64_t finalTablesBytes(unsigned long sequenceCount);
 
-  KARVO::Matrix<int> cmp;               // width x width
-  KARVO::Matrix<int> alilen;            // ns x ns
-  KARVO::Matrix<long> path;             // 2 x width
-  KARVO::Matrix<unsigned long> family;  // (ns + 1) x (ns + 1)
-  KARVO::Matrix<float> sco;             // ns x ns, the other tables as well
-  KARVO::Matrix<float> fscore;
-  KARVO::Matrix<float> pid;
+  // pid, dif, sco and alilen at ns x ns, for the final measures.
+  void makeFinalTables();
+  void releaseFinalTables();
+
+  unsigned long ns;
+  KARVO::Matrix<int> cmp;       // width x width
+  KARVO::Matrix<long> path;     // 2 x width
+  KARVO::Matrix<float> fscore;  // ns x ns: pairwise NAS, the tree's distances, the final NAS
+  KARVO::Matrix<float> pid;     // ns x ns: pairwise, later final, identities
+  FamilyTable family;           // (ns + 1) x (ns + 1) in the tree phase and the final tables
+  KARVO::Matrix<int> alilen;    // ns x ns, the final measures
+  KARVO::Matrix<float> sco;
   KARVO::Matrix<float> dif;
   int alen = 0;  // columns of the last alignment path
 };
@@ -66,9 +78,18 @@ float measureFinalAlignment(const RunInput& input, RunStorage& storage);
 // for bit.
 float measureFinalAlignmentFast(const RunInput& input, RunStorage& storage, unsigned threads);
 
-// fscore holds the pairwise NAS with a diagonal of 100 on entry. Builds the
-// multiple alignment in input.seqs and input.len, appends the tree phase and
-// the statistics to log and ends the progress display. history, when not
-// null, receives the joins of the tree phase.
+// fscore holds the tree distances of the pairwise NAS on entry (see
+// treeDistances). Builds the
+// multiple alignment in input.seqs and input.len, appends the tree phase and,
+// when statistics is set, the final measures' statistics to log, and ends the
+// progress display. The measures are made for the log alone: without it they
+// are skipped. history, when not null, receives the joins of the tree phase;
+// timings.tree the phase's seconds.
 void multipleAlignmentPhase(std::ostream& log, const RunInput& input, RunStorage& storage, RunProgress& progress,
-                            JoinHistory* history, const zemtra::EngineOptions& engine);
+                            JoinHistory* history, const zemtra::EngineOptions& engine, bool statistics,
+                            RunTimings& timings);
+
+// Bytes multipleAlignmentPhase allocates at most beside the storage it is
+// given, for ns sequences in a working alignment of columns columns.
+std::uint64_t multipleAlignmentPhaseBytes(unsigned long ns, unsigned long columns, const zemtra::EngineOptions& engine,
+                                          bool statistics);

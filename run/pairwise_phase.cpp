@@ -65,7 +65,8 @@ bool pairsInTurn(std::ostream& log, const RunInput& input, RunStorage& storage, 
     const float nas = norm_kv(j, k, storage.alen, score, input.matNo, 1, input.seqs, storage.path);
     storage.fscore[j][k] = storage.fscore[k][j] = nas;
     if (ns == 2) writeSimilarity(log, score, nas);
-    storage.pid[j][k] = storage.pid[k][j] = pids_kv(j, k, storage.alen, input.seqs, input.nres, storage.path);
+    if (!storage.pid.empty())
+      storage.pid[j][k] = storage.pid[k][j] = pids_kv(j, k, storage.alen, input.seqs, input.nres, storage.path);
   });
 }
 
@@ -199,7 +200,7 @@ class PairsAhead {
           zemtra::measurePath({input_.seqs, input_.nres, o.j, o.k, o.alen, state.path, scores_, input_.gap});
       // Every pair owns its two cells, so threads never write the same one.
       storage_.fscore[o.j][o.k] = storage_.fscore[o.k][o.j] = m.nas;
-      storage_.pid[o.j][o.k] = storage_.pid[o.k][o.j] = m.pid;
+      if (!storage_.pid.empty()) storage_.pid[o.j][o.k] = storage_.pid[o.k][o.j] = m.pid;
     });
   }
 

@@ -8,7 +8,7 @@
 #include "pairwise/engine_options.h"
 #include "run/multiple_phase.h"
 
-// Fills fscore and pid (and, for two sequences, path, alen and the
+// Fills fscore and, unless it is empty, pid (and, for two sequences, path, alen and the
 // similarity block of the log). Before every pair the progress is set to
 // the number of pairs done and pending events are processed; a cancel is
 // noticed at the next row start, and then the phase returns false.

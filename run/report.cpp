@@ -139,8 +139,8 @@ void printRows(std::ostream& os, unsigned long n, const Matrix<char>& names, Seq
   }
 }
 
-auto familyOrder(const Matrix<unsigned long>& family) {
-  return [&family](unsigned long position) { return family[0][position] - 1; };
+auto familyOrder(const FamilyTable& family) {
+  return [&family](unsigned long position) { return static_cast<unsigned long>(family[0][position]) - 1; };
 }
 
 }  // namespace
@@ -165,7 +165,7 @@ void printMatrix(std::ostream& os, unsigned long n, const Matrix<char>& names, c
 }
 
 void printMatrix(std::ostream& os, unsigned long precision, const Matrix<char>& names, const Matrix<float>& values,
-                 const Matrix<unsigned long>& family, const char* heading) {
+                 const FamilyTable& family, const char* heading) {
   const std::streamsize saved = os.precision(static_cast<std::streamsize>(precision));
   const unsigned long n = names.rows();
   printIndices(os, n, heading);
@@ -175,8 +175,8 @@ void printMatrix(std::ostream& os, unsigned long precision, const Matrix<char>& 
 }
 
 template <typename Transform>
-void printMatrix(std::ostream& os, const Matrix<char>& names, const Matrix<float>& values,
-                 const Matrix<unsigned long>& family, const char* heading, Transform transform) {
+void printMatrix(std::ostream& os, const Matrix<char>& names, const Matrix<float>& values, const FamilyTable& family,
+                 const char* heading, Transform transform) {
   const unsigned long n = names.rows();
   printIndices(os, n, heading);
   printRows(os, n, names, familyOrder(family),
@@ -184,13 +184,13 @@ void printMatrix(std::ostream& os, const Matrix<char>& names, const Matrix<float
   os << '\n';
 }
 
-template void printMatrix<PID_dist>(std::ostream&, const Matrix<char>&, const Matrix<float>&,
-                                    const Matrix<unsigned long>&, const char*, PID_dist);
-template void printMatrix<Div100>(std::ostream&, const Matrix<char>&, const Matrix<float>&,
-                                  const Matrix<unsigned long>&, const char*, Div100);
+template void printMatrix<PID_dist>(std::ostream&, const Matrix<char>&, const Matrix<float>&, const FamilyTable&,
+                                    const char*, PID_dist);
+template void printMatrix<Div100>(std::ostream&, const Matrix<char>&, const Matrix<float>&, const FamilyTable&,
+                                  const char*, Div100);
 
 void printLens(std::ostream& os, const Matrix<char>& names, const Matrix<int>& alilen, unsigned long* nres,
-               const Matrix<unsigned long>& family, const char* heading) {
+               const FamilyTable& family, const char* heading) {
   const unsigned long n = names.rows();
   printIndices(os, n, heading);
   // The diagonal of the alignment lengths is never measured; the residue
@@ -201,9 +201,9 @@ void printLens(std::ostream& os, const Matrix<char>& names, const Matrix<int>& a
   os << '\n';
 }
 
-void printStats(std::ostream& os, const Matrix<char>& names, const Matrix<unsigned long>& family,
-                const Matrix<float>& pid, const Matrix<float>& dif, const Matrix<float>& sco,
-                const Matrix<float>& fscore, unsigned long* nres, const Matrix<int>& alilen, float total) {
+void printStats(std::ostream& os, const Matrix<char>& names, const FamilyTable& family, const Matrix<float>& pid,
+                const Matrix<float>& dif, const Matrix<float>& sco, const Matrix<float>& fscore, unsigned long* nres,
+                const Matrix<int>& alilen, float total) {
   os << '\n'
      << '\n'
      << kStars76 << '\n'

@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "core/matrix.h"
+#include "tree/cluster_steps.h"
 
 // |-100 ln(v / 100)| in double precision: identities or NAS into distances.
 struct PID_dist {
@@ -28,25 +29,25 @@ void printMatrix(std::ostream& os, unsigned long n, const KARVO::Matrix<char>& n
 // Heading, header line and rows in the joining order of family row 0, with
 // the given precision; the stream's precision is restored afterwards.
 void printMatrix(std::ostream& os, unsigned long precision, const KARVO::Matrix<char>& names,
-                 const KARVO::Matrix<float>& values, const KARVO::Matrix<unsigned long>& family, const char* heading);
+                 const KARVO::Matrix<float>& values, const FamilyTable& family, const char* heading);
 
 // Like the family-order table above, every cell passed through transform,
 // printed with the stream's current precision. Instantiated for PID_dist and
 // Div100.
 template <typename Transform>
 void printMatrix(std::ostream& os, const KARVO::Matrix<char>& names, const KARVO::Matrix<float>& values,
-                 const KARVO::Matrix<unsigned long>& family, const char* heading, Transform transform);
+                 const FamilyTable& family, const char* heading, Transform transform);
 
 extern template void printMatrix<PID_dist>(std::ostream&, const KARVO::Matrix<char>&, const KARVO::Matrix<float>&,
-                                           const KARVO::Matrix<unsigned long>&, const char*, PID_dist);
+                                           const FamilyTable&, const char*, PID_dist);
 extern template void printMatrix<Div100>(std::ostream&, const KARVO::Matrix<char>&, const KARVO::Matrix<float>&,
-                                         const KARVO::Matrix<unsigned long>&, const char*, Div100);
+                                         const FamilyTable&, const char*, Div100);
 
 // Alignment lengths in family order; the diagonal shows residue counts.
 void printLens(std::ostream& os, const KARVO::Matrix<char>& names, const KARVO::Matrix<int>& alilen,
-               unsigned long* nres, const KARVO::Matrix<unsigned long>& family, const char* heading);
+               unsigned long* nres, const FamilyTable& family, const char* heading);
 
 // The multiple comparison statistics block of a finished alignment.
-void printStats(std::ostream& os, const KARVO::Matrix<char>& names, const KARVO::Matrix<unsigned long>& family,
+void printStats(std::ostream& os, const KARVO::Matrix<char>& names, const FamilyTable& family,
                 const KARVO::Matrix<float>& pid, const KARVO::Matrix<float>& dif, const KARVO::Matrix<float>& sco,
                 const KARVO::Matrix<float>& fscore, unsigned long* nres, const KARVO::Matrix<int>& alilen, float total);

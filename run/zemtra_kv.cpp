@@ -46,16 +46,14 @@ void writePairwiseTables(std::ostream& log, const RunInput& input, const RunStor
   log << '\n';
 }
 
-// The pairwise phase's tables as the host receives them.
+// The pairwise phase's tables as the host receives them; fscore already
+// holds the distances.
 void keepPairwiseTables(const RunStorage& storage, unsigned long ns, RunDetails& result) {
-  KARVO::Matrix<float> distance(ns, ns);
-  for (unsigned long r = 0; r < ns; ++r) std::copy(storage.fscore[r], storage.fscore[r] + ns, distance[r]);
-  treeDistances(distance);
   result.identity.resize(ns * ns);
   result.distance.resize(ns * ns);
   for (unsigned long r = 0; r < ns; ++r) {
     std::copy(storage.pid[r], storage.pid[r] + ns, result.identity.begin() + static_cast<long>(r * ns));
-    std::copy(distance[r], distance[r] + ns, result.distance.begin() + static_cast<long>(r * ns));
+    std::copy(storage.fscore[r], storage.fscore[r] + ns, result.distance.begin() + static_cast<long>(r * ns));
   }
 }
 
@@ -89,7 +87,11 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const RunLogOptions& logOp
     return;
   }
 
-  RunStorage storage(ns, seqs.cols());
+  // Nobody reads the log's text when it goes to no file, no caller and no
+  // host logger; the tables and measures only the log shows are skipped then.
+  const bool logRead = logOptions.writeFile || logOptions.text != nullptr || Logger::Wanted();
+  const bool keepTables = logOptions.keepTables && details != nullptr;
+  RunStorage storage(ns, seqs.cols(), logRead || keepTables);
   const RunInput input{len, nres, names, seqs, fixed, matNo, gap};
 
   RunLogPlace place;
@@ -118,13 +120,15 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const RunLogOptions& logOp
     interaction.progressEnd();
   }
   for (unsigned long d = 0; d < ns; ++d) {
-    storage.pid[d][d] = 100.0f;
+    if (!storage.pid.empty()) storage.pid[d][d] = 100.0f;
     storage.fscore[d][d] = 100.0f;
   }
 
   if (completed) {
-    writePairwiseTables(log, input, storage);
-    if (details != nullptr) keepPairwiseTables(storage, ns, result);
+    if (logRead) writePairwiseTables(log, input, storage);
+    treeDistances(storage.fscore);
+    if (keepTables) keepPairwiseTables(storage, ns, result);
+    storage.pid = KARVO::Matrix<float>();
     if (ns == 2) {
       log << "\n\n";
       *ok = true;
@@ -134,9 +138,8 @@ void zemtra_kv(RunInteraction& interaction, bool* ok, const RunLogOptions& logOp
       const unsigned long second[] = {1};
       copy_kv(first, 1, second, 1, storage.alen, seqs, storage.path, len);
     } else {
-      const auto treeStarted = std::chrono::steady_clock::now();
-      multipleAlignmentPhase(log, input, storage, progress, details != nullptr ? &result.history : nullptr, engine);
-      result.timings.tree = secondsSince(treeStarted);
+      multipleAlignmentPhase(log, input, storage, progress, details != nullptr ? &result.history : nullptr, engine,
+                             logRead, result.timings);
       *ok = true;
     }
   }

@@ -9,12 +9,13 @@
 #include "pairwise/engine_options.h"
 #include "plugin/zemtra_types.h"
 
-// Where and how the run log is kept.
+// Where and how the run log is kept, and what else the caller keeps.
 struct RunLogOptions {
   std::string folder;           // empty: the personal temporary directory, made when missing
   std::string name;             // the file name below folder, in the file system's encoding
   bool writeFile = true;        // false: no file, no overwrite question; the text is only kept
   std::string* text = nullptr;  // when not null, receives the complete log text
+  bool keepTables = false;      // the details receive the pairwise identity and distance tables
 };
 
 // The run through any interaction; logName is the file name in the file

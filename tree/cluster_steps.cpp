@@ -2,13 +2,13 @@
 
 using KARVO::Matrix;
 
-unsigned long familySize(const Matrix<unsigned long>& family, unsigned long row, unsigned long limit) {
+unsigned long familySize(const FamilyTable& family, unsigned long row, unsigned long limit) {
   unsigned long n = 0;
   while (n < limit && n < family.cols() && family[row][n] != 0) ++n;
   return n;
 }
 
-unsigned long liveFamily(const Matrix<unsigned long>& family, unsigned long sequence) {
+unsigned long liveFamily(const FamilyTable& family, unsigned long sequence) {
   for (unsigned long row = 0; row < family.rows() && family[row][0] != 0; ++row) {
     for (unsigned long col = 0; col < family.cols() && family[row][col] != 0; ++col) {
       if (family[row][col] == sequence) return row;
@@ -17,7 +17,7 @@ unsigned long liveFamily(const Matrix<unsigned long>& family, unsigned long sequ
   return kNoFamily;
 }
 
-void refreshClusterDistances(unsigned long ns, const Matrix<float>& fscore, const Matrix<unsigned long>& family,
+void refreshClusterDistances(unsigned long ns, const Matrix<float>& fscore, const FamilyTable& family,
                              Matrix<float>& pro) {
   for (unsigned long i = 1; i < ns; ++i) {
     for (unsigned long j = i + 1; j <= ns; ++j) {
@@ -44,7 +44,7 @@ void refreshClusterDistances(unsigned long ns, const Matrix<float>& fscore, cons
       }
       if (f == kNoFamily) continue;
 
-      const unsigned long* rowF = family[f];
+      const std::uint32_t* rowF = family[f];
       const unsigned long membersF = familySize(family, f, family.cols());
       const unsigned long g = liveFamily(family, y);
       if (g == kNoFamily) {
@@ -56,7 +56,7 @@ void refreshClusterDistances(unsigned long ns, const Matrix<float>& fscore, cons
         continue;
       }
 
-      const unsigned long* rowG = family[g];
+      const std::uint32_t* rowG = family[g];
       const unsigned long membersG = familySize(family, g, family.cols());
       float sum = 0.0f;
       unsigned long count = 0;

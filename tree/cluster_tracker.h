@@ -23,11 +23,12 @@ class ClusterTracker {
   static bool applies(const KARVO::Matrix<float>& fscore, unsigned long ns);
 
   // Every sequence 1..ns on its own; distances from fscore, which must stay
-  // unchanged while the tracker lives.
+  // unchanged while the tracker lives (it is read, never copied).
   ClusterTracker(const KARVO::Matrix<float>& fscore, unsigned long ns);
 
-  // Bytes a tracker of ns sequences holds at most: the distances by cluster
-  // id and a row of sums for each of up to ns + 1 live family rows.
+  // Bytes a tracker of ns sequences holds at most: its records by cluster id
+  // and a row of sums for each of up to ns / 2 live family rows (every live
+  // row has two members or more).
   static std::uint64_t bytesFor(unsigned long ns);
 
   // The pair the reference's closest-pair search returns for the current
@@ -41,8 +42,8 @@ class ClusterTracker {
   // a new row) followed by newcomers, which were single sequences or the
   // members of the family row absorbedRow (kSingle when there was none).
   // All of them now form one cluster.
-  void rowGrew(const KARVO::Matrix<unsigned long>& family, unsigned long row, unsigned long oldMembers,
-               unsigned long members, unsigned long absorbedRow);
+  void rowGrew(const FamilyTable& family, unsigned long row, unsigned long oldMembers, unsigned long members,
+               unsigned long absorbedRow);
 
  private:
   struct Cluster {
@@ -55,21 +56,25 @@ class ClusterTracker {
     unsigned long other = 0;  // 0: no partner above this id
   };
 
-  float& distance(unsigned long a, unsigned long b) { return dist_[a * (ns_ + 1) + b]; }
-  float distance(unsigned long a, unsigned long b) const { return dist_[a * (ns_ + 1) + b]; }
-  void setDistance(unsigned long a, unsigned long b, float d) { distance(a, b) = distance(b, a) = d; }
-  float familyDistance(const KARVO::Matrix<unsigned long>& family, unsigned long rowA, unsigned long sizeA,
-                       unsigned long rowB, unsigned long sizeB) const;
+  // The current distance between two active clusters, by their ids.
+  float distance(unsigned long a, unsigned long b) const;
+  void storeFamilyDistance(unsigned long a, unsigned long b, float d);
+  bool isSingle(unsigned long sequence) const { return clusters_[idOf_[sequence]].row == kSingle; }
+  float familyDistance(const FamilyTable& family, unsigned long rowA, unsigned long sizeA, unsigned long rowB,
+                       unsigned long sizeB) const;
   void rescan(unsigned long id);
   void offer(unsigned long id, unsigned long other);
 
   const KARVO::Matrix<float>& fscore_;
   unsigned long ns_;
-  std::vector<float> dist_;          // by cluster id (its smallest member)
-  std::vector<Cluster> clusters_;    // by cluster id
+  std::vector<Cluster> clusters_;    // by cluster id (its smallest member)
   std::vector<unsigned long> idOf_;  // cluster id of each sequence
-  // Per family row, for every sequence y: the running single-precision sum
-  // over the row's members b, in row order, of fscore[b - 1][y - 1].
+  // Per live family row, indexed by sequence y. For a single y: the running
+  // single-precision sum over the row's members b, in row order, of
+  // fscore[b - 1][y - 1], which divided by the row's size is the distance
+  // between the two. The cell of the id of another live family holds the
+  // distance between the two families. No other cell is read. So there is
+  // no table of cluster distances beside the run's own distances.
   std::vector<std::vector<float>> rowSums_;
   std::vector<Best> best_;  // per cluster id: closest partner with a larger id
 };

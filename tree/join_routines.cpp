@@ -49,8 +49,7 @@ void alignGroups(int pairs, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long*
 }
 
 // Every pair of different members of a family row gets the joined mark.
-void markFamilyJoined(const Matrix<unsigned long>& family, unsigned long row, unsigned long members,
-                      Matrix<float>& pro) {
+void markFamilyJoined(const FamilyTable& family, unsigned long row, unsigned long members, Matrix<float>& pro) {
   for (unsigned long p = 0; p < members; ++p) {
     for (unsigned long q = 0; q < members; ++q) {
       if (p == q) continue;
@@ -90,7 +89,7 @@ int ReferenceEngine::align(Counters& counters, int pairs, const Matrix<int>& cmp
   return pair_kv(counters.lenJ, counters.lenK, counters.gap, &counters.alen, pairs, cmp, path);
 }
 
-void ReferenceEngine::joined(const Matrix<unsigned long>& family, unsigned long row, unsigned long members) {
+void ReferenceEngine::joined(const FamilyTable& family, unsigned long row, unsigned long members) {
   markFamilyJoined(family, row, members, pro_);
 }
 
@@ -104,7 +103,7 @@ int FastEngine::align(Counters& counters, int pairs, const Matrix<int>& cmp, Mat
   return zemtra::pairFast(counters.lenJ, counters.lenK, counters.gap, &counters.alen, pairs, cmp, path, workspace_);
 }
 
-void FamFind(JoinEngine& engine, int& nfam, unsigned long First, unsigned long Other, Matrix<unsigned long>& family,
+void FamFind(JoinEngine& engine, int& nfam, unsigned long First, unsigned long Other, FamilyTable& family,
              Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path,
              Counters& counters) {
   JOIN_ASSERT(First != Other);
@@ -148,12 +147,12 @@ void FamFind(JoinEngine& engine, int& nfam, unsigned long First, unsigned long O
 }
 
 void AlignPair(JoinEngine& engine, unsigned long First, unsigned long Other, const Matrix<char>& names,
-               Matrix<unsigned long>& family, Counters& counters, Matrix<int>& cmp, Matrix<char>& seqs,
-               unsigned long* len, Matrix<long>& path, int& nfam) {
+               FamilyTable& family, Counters& counters, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+               Matrix<long>& path, int& nfam) {
   const unsigned long k = static_cast<unsigned long>(nfam);
   nfam = nfam + 1;
-  family[k][0] = First;
-  family[k][1] = Other;
+  family[k][0] = static_cast<std::uint32_t>(First);
+  family[k][1] = static_cast<std::uint32_t>(Other);
 
   counters.nJ = 1;
   counters.groupJ.data[0] = First - 1;
@@ -170,7 +169,7 @@ void AlignPair(JoinEngine& engine, unsigned long First, unsigned long Other, con
   engine.joined(family, k, 2);
 }
 
-void AddToFamily(JoinEngine& engine, unsigned long sequence, unsigned long familyOther, Matrix<unsigned long>& family,
+void AddToFamily(JoinEngine& engine, unsigned long sequence, unsigned long familyOther, FamilyTable& family,
                  Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names,
                  Matrix<long>& path, Counters& counters) {
   const unsigned long ns = seqs.rows();
@@ -186,7 +185,7 @@ void AddToFamily(JoinEngine& engine, unsigned long sequence, unsigned long famil
   counters.nK = 1;
   counters.groupK.data[0] = sequence - 1;
 
-  family[familyOther][vacant] = sequence;
+  family[familyOther][vacant] = static_cast<std::uint32_t>(sequence);
   // clang-format off
   JOIN_ASSERT(0 == family[ familyOther ][vacant+1]);
   // clang-format on
@@ -200,9 +199,9 @@ void AddToFamily(JoinEngine& engine, unsigned long sequence, unsigned long famil
   engine.joined(family, familyOther, vacant + 1);
 }
 
-void AlignFamilies(JoinEngine& engine, unsigned long familyFirst, unsigned long familyOther,
-                   Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
-                   const Matrix<char>& names, Matrix<long>& path, Counters& counters) {
+void AlignFamilies(JoinEngine& engine, unsigned long familyFirst, unsigned long familyOther, FamilyTable& family,
+                   Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names,
+                   Matrix<long>& path, Counters& counters) {
   const unsigned long ns = seqs.rows();
   unsigned long vacant = familySize(family, familyFirst, ns);
   // clang-format off
@@ -232,30 +231,30 @@ void AlignFamilies(JoinEngine& engine, unsigned long familyFirst, unsigned long 
   engine.joined(family, familyFirst, vacant);
 }
 
-void FamFind(int& nfam, unsigned long First, unsigned long Other, Matrix<unsigned long>& family, Matrix<int>& cmp,
+void FamFind(int& nfam, unsigned long First, unsigned long Other, FamilyTable& family, Matrix<int>& cmp,
              Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path, Matrix<float>& pro,
              Counters& counters) {
   ReferenceEngine engine(pro);
   FamFind(engine, nfam, First, Other, family, cmp, seqs, len, names, path, counters);
 }
 
-void AlignPair(unsigned long First, unsigned long Other, const Matrix<char>& names, Matrix<unsigned long>& family,
+void AlignPair(unsigned long First, unsigned long Other, const Matrix<char>& names, FamilyTable& family,
                Matrix<float>& pro, Counters& counters, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
                Matrix<long>& path, int& nfam) {
   ReferenceEngine engine(pro);
   AlignPair(engine, First, Other, names, family, counters, cmp, seqs, len, path, nfam);
 }
 
-void AddToFamily(unsigned long sequence, unsigned long familyOther, Matrix<unsigned long>& family, Matrix<int>& cmp,
+void AddToFamily(unsigned long sequence, unsigned long familyOther, FamilyTable& family, Matrix<int>& cmp,
                  Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path,
                  Matrix<float>& pro, Counters& counters) {
   ReferenceEngine engine(pro);
   AddToFamily(engine, sequence, familyOther, family, cmp, seqs, len, names, path, counters);
 }
 
-void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, Matrix<unsigned long>& family,
-                   Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names,
-                   Matrix<long>& path, Matrix<float>& pro, Counters& counters) {
+void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, FamilyTable& family, Matrix<int>& cmp,
+                   Matrix<char>& seqs, unsigned long* len, const Matrix<char>& names, Matrix<long>& path,
+                   Matrix<float>& pro, Counters& counters) {
   ReferenceEngine engine(pro);
   AlignFamilies(engine, familyFirst, familyOther, family, cmp, seqs, len, names, path, counters);
 }

@@ -11,6 +11,7 @@
 #include "core/matrix.h"
 #include "pairwise/fast_dp.h"
 #include "pairwise/group_profile.h"
+#include "tree/cluster_steps.h"
 
 // Join state that travels through one tree phase.
 struct Counters {
@@ -50,7 +51,7 @@ class JoinEngine {
   virtual int align(Counters& counters, int pairs, const KARVO::Matrix<int>& cmp, KARVO::Matrix<long>& path) = 0;
 
   // The first members entries of family row `row` now form one cluster.
-  virtual void joined(const KARVO::Matrix<unsigned long>& family, unsigned long row, unsigned long members) = 0;
+  virtual void joined(const FamilyTable& family, unsigned long row, unsigned long members) = 0;
 };
 
 // The straightforward engine: one comp_kv call per member pair, pair_kv,
@@ -61,7 +62,7 @@ class ReferenceEngine : public JoinEngine {
   void compare(Counters& counters, KARVO::Matrix<int>& cmp, const KARVO::Matrix<char>& seqs,
                const unsigned long* len) override;
   int align(Counters& counters, int pairs, const KARVO::Matrix<int>& cmp, KARVO::Matrix<long>& path) override;
-  void joined(const KARVO::Matrix<unsigned long>& family, unsigned long row, unsigned long members) override;
+  void joined(const FamilyTable& family, unsigned long row, unsigned long members) override;
 
  private:
   KARVO::Matrix<float>& pro_;
@@ -75,7 +76,7 @@ class FastEngine : public JoinEngine {
   void compare(Counters& counters, KARVO::Matrix<int>& cmp, const KARVO::Matrix<char>& seqs,
                const unsigned long* len) override;
   int align(Counters& counters, int pairs, const KARVO::Matrix<int>& cmp, KARVO::Matrix<long>& path) override;
-  void joined(const KARVO::Matrix<unsigned long>&, unsigned long, unsigned long) override {}
+  void joined(const FamilyTable&, unsigned long, unsigned long) override {}
 
  private:
   zemtra::GroupProfile profile_;
@@ -83,36 +84,33 @@ class FastEngine : public JoinEngine {
 };
 
 // The join routines with the engine given.
-void FamFind(JoinEngine& engine, int& nfam, unsigned long First, unsigned long Other,
-             KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs,
-             unsigned long* len, const KARVO::Matrix<char>& names, KARVO::Matrix<long>& path, Counters& counters);
+void FamFind(JoinEngine& engine, int& nfam, unsigned long First, unsigned long Other, FamilyTable& family,
+             KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len, const KARVO::Matrix<char>& names,
+             KARVO::Matrix<long>& path, Counters& counters);
 void AlignPair(JoinEngine& engine, unsigned long First, unsigned long Other, const KARVO::Matrix<char>& names,
-               KARVO::Matrix<unsigned long>& family, Counters& counters, KARVO::Matrix<int>& cmp,
-               KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, int& nfam);
-void AddToFamily(JoinEngine& engine, unsigned long sequence, unsigned long familyOther,
-                 KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs,
-                 unsigned long* len, const KARVO::Matrix<char>& names, KARVO::Matrix<long>& path, Counters& counters);
-void AlignFamilies(JoinEngine& engine, unsigned long familyFirst, unsigned long familyOther,
-                   KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs,
-                   unsigned long* len, const KARVO::Matrix<char>& names, KARVO::Matrix<long>& path, Counters& counters);
+               FamilyTable& family, Counters& counters, KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs,
+               unsigned long* len, KARVO::Matrix<long>& path, int& nfam);
+void AddToFamily(JoinEngine& engine, unsigned long sequence, unsigned long familyOther, FamilyTable& family,
+                 KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len,
+                 const KARVO::Matrix<char>& names, KARVO::Matrix<long>& path, Counters& counters);
+void AlignFamilies(JoinEngine& engine, unsigned long familyFirst, unsigned long familyOther, FamilyTable& family,
+                   KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len,
+                   const KARVO::Matrix<char>& names, KARVO::Matrix<long>& path, Counters& counters);
 
 // The join routines on the reference engine, whose joined marks go into pro.
 // The tree phase itself passes its engine to the same routines.
-void FamFind(int& nfam, unsigned long First, unsigned long Other, KARVO::Matrix<unsigned long>& family,
-             KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len, const KARVO::Matrix<char>& names,
-             KARVO::Matrix<long>& path, KARVO::Matrix<float>& pro, Counters& counters);
+void FamFind(int& nfam, unsigned long First, unsigned long Other, FamilyTable& family, KARVO::Matrix<int>& cmp,
+             KARVO::Matrix<char>& seqs, unsigned long* len, const KARVO::Matrix<char>& names, KARVO::Matrix<long>& path,
+             KARVO::Matrix<float>& pro, Counters& counters);
 
-void AlignPair(unsigned long First, unsigned long Other, const KARVO::Matrix<char>& names,
-               KARVO::Matrix<unsigned long>& family, KARVO::Matrix<float>& pro, Counters& counters,
-               KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path,
-               int& nfam);
+void AlignPair(unsigned long First, unsigned long Other, const KARVO::Matrix<char>& names, FamilyTable& family,
+               KARVO::Matrix<float>& pro, Counters& counters, KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs,
+               unsigned long* len, KARVO::Matrix<long>& path, int& nfam);
 
-void AddToFamily(unsigned long sequence, unsigned long familyOther, KARVO::Matrix<unsigned long>& family,
-                 KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len,
-                 const KARVO::Matrix<char>& names, KARVO::Matrix<long>& path, KARVO::Matrix<float>& pro,
-                 Counters& counters);
+void AddToFamily(unsigned long sequence, unsigned long familyOther, FamilyTable& family, KARVO::Matrix<int>& cmp,
+                 KARVO::Matrix<char>& seqs, unsigned long* len, const KARVO::Matrix<char>& names,
+                 KARVO::Matrix<long>& path, KARVO::Matrix<float>& pro, Counters& counters);
 
-void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, KARVO::Matrix<unsigned long>& family,
-                   KARVO::Matrix<int>& cmp, KARVO::Matrix<char>& seqs, unsigned long* len,
-                   const KARVO::Matrix<char>& names, KARVO::Matrix<long>& path, KARVO::Matrix<float>& pro,
-                   Counters& counters);
+void AlignFamilies(unsigned long familyFirst, unsigned long familyOther, FamilyTable& family, KARVO::Matrix<int>& cmp,
+                   KARVO::Matrix<char>& seqs, unsigned long* len, const KARVO::Matrix<char>& names,
+                   KARVO::Matrix<long>& path, KARVO::Matrix<float>& pro, Counters& counters);

@@ -17,20 +17,20 @@ const char* const kStarLine = "\n***********************************************
 const char* const kBannerLine = "\n****** Starting multiple alignment following tree construction ... *******";
 
 // The family rows in use, each up to its terminating 0.
-void recordFamilies(const Matrix<unsigned long>& family, int nfam, JoinHistory& history) {
+void recordFamilies(const FamilyTable& family, int nfam, JoinHistory& history) {
   history.families.clear();
   for (int row = 0; row < nfam; ++row) {
     const unsigned long members = familySize(family, static_cast<unsigned long>(row), family.cols());
-    const unsigned long* cells = family[static_cast<unsigned long>(row)];
+    const std::uint32_t* cells = family[static_cast<unsigned long>(row)];
     history.families.emplace_back(cells, cells + members);
   }
 }
 
-void writeBranchingOrder(std::ostream& log, const Matrix<char>& names, const Matrix<unsigned long>& family, int nfam,
+void writeBranchingOrder(std::ostream& log, const Matrix<char>& names, const FamilyTable& family, int nfam,
                          unsigned long ns) {
   log << "\n\n\nBranching order: ";
   for (int k = 0; k < nfam; ++k) {
-    const unsigned long* row = family[static_cast<unsigned long>(k)];
+    const std::uint32_t* row = family[static_cast<unsigned long>(k)];
     if (k > 0) log << "\nSub    Clusters: ";
     log << "[" << names[row[0] - 1] << " " << names[row[1] - 1] << "] ";
     for (unsigned long p = 2; p < family.cols() && row[p] != 0; ++p) {
@@ -49,9 +49,9 @@ void recordJoin(const Counters& counters, float distance, JoinHistory* history) 
 }
 
 // Clustering by the reference's full refresh of pro before every search.
-void clusterByRescan(std::ostream& log, const Matrix<char>& names, const Matrix<float>& fscore,
-                     Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
-                     Matrix<long>& path, unsigned long block, int& nfam, Counters& counters, JoinHistory* history) {
+void clusterByRescan(std::ostream& log, const Matrix<char>& names, const Matrix<float>& fscore, FamilyTable& family,
+                     Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, Matrix<long>& path, unsigned long block,
+                     int& nfam, Counters& counters, JoinHistory* history) {
   const unsigned long ns = seqs.rows();
   Matrix<float> pro(fscore.rows() + 1);
   ReferenceEngine engine(pro);
@@ -92,7 +92,7 @@ void clusterByRescan(std::ostream& log, const Matrix<char>& names, const Matrix<
 // The same joins with the distances kept up to date by a ClusterTracker and
 // the join routines running on the fast engine.
 void clusterIncrementally(std::ostream& log, const Matrix<char>& names, const Matrix<float>& fscore,
-                          Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
+                          FamilyTable& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
                           Matrix<long>& path, unsigned long block, int& nfam, Counters& counters,
                           JoinHistory* history) {
   const unsigned long ns = seqs.rows();
@@ -137,8 +137,8 @@ void clusterIncrementally(std::ostream& log, const Matrix<char>& names, const Ma
 }  // namespace
 
 void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char>& names, const Matrix<float>& fscore,
-             Matrix<unsigned long>& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len,
-             Matrix<long>& path, unsigned int fixed, JoinHistory* history, const zemtra::EngineOptions& engine) {
+             FamilyTable& family, Matrix<int>& cmp, Matrix<char>& seqs, unsigned long* len, Matrix<long>& path,
+             unsigned int fixed, JoinHistory* history, const zemtra::EngineOptions& engine) {
   const unsigned long ns = seqs.rows();
   Counters counters(ns + 1, gap, matNo, &log);
   if (history != nullptr) {
@@ -152,7 +152,7 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char
   const unsigned long proSize = fscore.rows() + 1;
   if (family.rows() != proSize || family.cols() != proSize)
     zemtra::debugMessage("Tree_kv: Matrix family is wrong size");
-  for (unsigned long r = 0; r < family.rows(); ++r) std::fill(family[r], family[r] + family.cols(), 0UL);
+  for (unsigned long r = 0; r < family.rows(); ++r) std::fill(family[r], family[r] + family.cols(), 0U);
 
   // Tables too small for ns sequences cannot be clustered without reading
   // outside them; the diagnostics above say why nothing was joined.
@@ -160,7 +160,7 @@ void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const Matrix<char
 
   const unsigned long block = std::min<unsigned long>(fixed, ns);
   if (block >= 2) {
-    for (unsigned long m = 1; m <= block; ++m) family[0][m - 1] = m;
+    for (unsigned long m = 1; m <= block; ++m) family[0][m - 1] = static_cast<std::uint32_t>(m);
     counters.step = static_cast<int>(block) - 1;
     if (history != nullptr) {
       for (unsigned long m = 1; m < block; ++m) {

@@ -14,7 +14,7 @@
 // joins and the family table into history when it is not null (the log and
 // every result are the same either way). Both engines give the same bytes.
 void tree_kv(std::ostream& log, int matNo, int gap, int* alen, const KARVO::Matrix<char>& names,
-             const KARVO::Matrix<float>& fscore, KARVO::Matrix<unsigned long>& family, KARVO::Matrix<int>& cmp,
+             const KARVO::Matrix<float>& fscore, FamilyTable& family, KARVO::Matrix<int>& cmp,
              KARVO::Matrix<char>& seqs, unsigned long* len, KARVO::Matrix<long>& path, unsigned int fixed,
              JoinHistory* history, const zemtra::EngineOptions& engine);
 

@@ -11,6 +11,8 @@ ZemtraParameters consistencyParameters(const ConsistencySettings& settings) {
   parameters.consistencyRounds = std::clamp(settings.rounds, 0, kMaxConsistencyRounds);
   parameters.refineIterations = std::clamp(settings.refineIterations, 0, kMaxRefineIterations);
   parameters.writeLogFile = false;
+  // The window draws the run's guide tree.
+  parameters.wantTables = true;
   return parameters;
 }
 

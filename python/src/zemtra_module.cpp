@@ -247,6 +247,8 @@ class HostAlignment {
     }
     const unsigned long firstColumn = firstColumnAfterRun(*alignment_, first);
     parameters.engine = engineSettings;
+    // The result always carries the pairwise tables.
+    parameters.wantTables = true;
     prepareLog(parameters);
     ZemtraRunReport report;
 

@@ -34,7 +34,7 @@ std::string treeAndDescribe(const TreeCase& c, const zemtra::EngineOptions& engi
   ztest::WorkingRows rows(c.rows, width);
   KARVO::Matrix<char> names(ns, 8);
   KARVO::Matrix<float> fscore(ns, ns);
-  KARVO::Matrix<unsigned long> family(ns + 1, ns + 1);
+  FamilyTable family(ns + 1, ns + 1);
   KARVO::Matrix<int> cmp(width, width);
   KARVO::Matrix<long> path(2, width);
   for (unsigned long r = 0; r < ns; ++r) {

@@ -22,6 +22,7 @@ ZemtraRunReport run(KARVO::Alignment& alignment, ZemtraMethod method, int preali
   parameters.writeLogFile = false;
   ZemtraRunReport report;
   parameters.wantLogText = true;
+  parameters.wantTables = true;
   HeadlessRunInteraction interaction;
   ExecuteWithParameters(alignment, parameters, interaction, &report);
   return report;

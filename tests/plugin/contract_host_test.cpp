@@ -54,6 +54,7 @@ TEST(ContractHost, LoadsChecksTheVersionAndRunsThePlugin) {
   ZemtraParameters parameters;
   parameters.writeLogFile = false;
   parameters.wantLogText = true;
+  parameters.wantTables = true;
   parameters.engine.threads = 2;
   CountingInteraction interaction;
   ZemtraRunReport report;

@@ -145,7 +145,7 @@ TEST_F(PluginReliability, AllocationFailureAnywhereReachesTheHostWithEverythingR
 }
 
 // The plug-in's estimate of a run bounds what the run really holds at its
-// peak.
+// peak, for each of what a host can ask: a log file, the tables, neither.
 TEST_F(PluginReliability, MemoryEstimateBoundsTheRunsPeak) {
   const auto estimate = ztest::pluginEntry<EstimateRunMemoryFn>("EstimateRunMemory");
   ASSERT_NE(estimate, nullptr);
@@ -157,17 +157,36 @@ TEST_F(PluginReliability, MemoryEstimateBoundsTheRunsPeak) {
     rows.push_back(row + std::string(300 - row.size(), '-'));
   }
   ASSERT_TRUE(runOnce());  // fills first-use caches
-  auto alignment = ztest::alignmentOf(rows, "s");
-  const std::uint64_t need = estimate(24, 300, ZemtraEngineSettings{});
-  const long before = failing_new::liveBytes();
-  failing_new::resetPeak();
-  HeadlessRunInteraction interaction;
-  interaction.answerOverwrite = [](const std::string&) { return true; };
-  ZemtraRunReport report;
-  ASSERT_TRUE(execute_(*alignment, ZemtraParameters{}, interaction, &report));
-  const auto used = static_cast<std::uint64_t>(failing_new::peakBytes() - before);
-  EXPECT_LE(used, need);
-  EXPECT_GE(used, need / 4) << "the estimate is far above what the run holds";
+  struct Ask {
+    bool logFile;
+    bool tables;
+  };
+  std::vector<std::uint64_t> needs;
+  std::vector<std::string> aligned;
+  for (const Ask ask : {Ask{false, false}, Ask{false, true}, Ask{true, false}, Ask{true, true}}) {
+    ZemtraParameters parameters;
+    parameters.writeLogFile = ask.logFile;
+    parameters.wantTables = ask.tables;
+    auto alignment = ztest::alignmentOf(rows, "s");
+    const std::uint64_t need = estimate(24, 300, parameters);
+    const long before = failing_new::liveBytes();
+    failing_new::resetPeak();
+    HeadlessRunInteraction interaction;
+    interaction.answerOverwrite = [](const std::string&) { return true; };
+    ZemtraRunReport report;
+    ASSERT_TRUE(execute_(*alignment, parameters, interaction, &report));
+    const auto used = static_cast<std::uint64_t>(failing_new::peakBytes() - before);
+    EXPECT_LE(used, need) << ask.logFile << ask.tables;
+    EXPECT_GE(used, need / 4) << ask.logFile << ask.tables << ": the estimate is far above what the run holds";
+    EXPECT_EQ(report.run.identity.size(), ask.tables ? 24u * 24u : 0u);
+    // What is kept for the host never changes the alignment.
+    if (!needs.empty()) {
+      EXPECT_EQ(ztest::rowsOf(*alignment), aligned);
+    }
+    aligned = ztest::rowsOf(*alignment);
+    needs.push_back(need);
+  }
+  EXPECT_LT(needs.front(), needs.back()) << "a run asked for nothing is estimated as one asked for everything";
 }
 
 TEST_F(PluginReliability, HundredRunsInOneProcessDoNotGrowIt) {

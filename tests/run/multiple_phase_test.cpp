@@ -29,6 +29,7 @@ TEST(CapDistancesTest, OnlyUnusableDistancesOffTheDiagonalBecomeTheLargestDistan
 TEST(FinalMeasurementTest, DifferencesLengthsIdentitiesScoresAndDiagonals) {
   RunInputs in({"a", "b", "c"}, {"AC-", "AC-", "A-G"});
   RunStorage storage(3, in.seqs.cols());
+  storage.makeFinalTables();
   storage.alen = 3;
   const float total =
       measureFinalAlignment(RunInput{in.len.data(), in.nres.data(), in.names, in.seqs, 0, 0, 40}, storage);

@@ -37,7 +37,8 @@ struct Tables {
         lengths[r][c] = static_cast<int>(r * 1000) - static_cast<int>(c * 999);
       }
     }
-    for (unsigned long c = 0; c < n + 1; ++c) family[0][c] = c < order.size() ? order[c] : 0;
+    for (unsigned long c = 0; c < n + 1; ++c)
+      family[0][c] = c < order.size() ? static_cast<std::uint32_t>(order[c]) : 0;
   }
   // Every printer once, into os.
   void printAll(std::ostream& os) {
@@ -53,7 +54,7 @@ struct Tables {
   Matrix<char> names;
   Matrix<float> values;
   Matrix<int> lengths;
-  Matrix<unsigned long> family;
+  FamilyTable family;
   std::vector<unsigned long> nres;
 };
 

@@ -20,12 +20,12 @@ const std::string kHead = "\n" + std::string(75, '_') + "\n\n";
 // of pairs.
 struct JoinTest : ::testing::Test {
   JoinTest() : in(std::vector<std::string>(5, "YYYY")), pro(6), counters(6, 10, 0, &log) {
-    for (unsigned long r = 0; r <= 5; ++r) std::fill(in.family[r], in.family[r] + 6, 0UL);
+    for (unsigned long r = 0; r <= 5; ++r) std::fill(in.family[r], in.family[r] + 6, 0U);
     for (unsigned long r = 0; r <= 5; ++r) std::fill(pro[r], pro[r] + 6, 7.0f);
   }
 
   void setRow(unsigned long r, const Row& members) {
-    for (std::size_t c = 0; c < members.size(); ++c) in.family[r][c] = members[c];
+    for (std::size_t c = 0; c < members.size(); ++c) in.family[r][c] = static_cast<std::uint32_t>(members[c]);
   }
 
   // Ordered pairs of different members of the given sequences all carry the

@@ -70,7 +70,7 @@ struct TreeInput {
   KARVO::Matrix<char> names;
   std::vector<unsigned long> len;
   KARVO::Matrix<float> fscore;
-  KARVO::Matrix<unsigned long> family;
+  FamilyTable family;
   KARVO::Matrix<int> cmp;
   KARVO::Matrix<long> path;
   int alen = -1;

@@ -40,7 +40,7 @@ struct FourSequences : ::testing::Test {
     in.setDistance(1, 4, 3.0f);
     in.setDistance(2, 4, 4.75f);
     in.setDistance(3, 4, 7.0f);
-    std::fill(in.family[0], in.family[0] + 25, 0UL);
+    std::fill(in.family[0], in.family[0] + 25, 0U);
   }
   TreeInput in;
 };
