@@ -35,8 +35,8 @@ SparsePosterior transpose(const SparsePosterior& m) {
   return t;
 }
 
-SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_t y,
-                              const std::vector<std::uint32_t>& thirds, std::vector<float>& dense) {
+SparsePosterior transformPairPlain(const PosteriorSet& set, std::size_t x, std::size_t y,
+                                   const std::vector<std::uint32_t>& thirds, std::vector<float>& dense) {
   const SparsePosterior& xy = set.get(x, y);
   const std::size_t rows = xy.rows(), cols = xy.cols;
   dense.assign(rows * cols, 0.0f);
@@ -67,6 +67,54 @@ SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_
     for (std::size_t j = 0; j < cols; ++j) {
       const float p = dense[i * cols + j] * scale;
       if (p >= kPosteriorCutoff) out.entries.push_back({static_cast<std::uint32_t>(j), std::min(p, 1.0f)});
+    }
+    out.rowStart[i + 1] = static_cast<std::uint32_t>(out.entries.size());
+  }
+  out.entries.shrink_to_fit();
+  return out;
+}
+
+// Row by row: one dense row of sums, cleared over the columns it touched.
+// Every cell adds the same products in the same order as the reference
+// (xy, then each third sequence in turn, its entries in order).
+SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_t y,
+                              const std::vector<std::uint32_t>& thirds, std::vector<float>& dense) {
+  const SparsePosterior& xy = set.get(x, y);
+  const std::size_t rows = xy.rows(), cols = xy.cols;
+  std::vector<std::pair<const SparsePosterior*, const SparsePosterior*>> via;
+  via.reserve(thirds.size());
+  for (std::uint32_t z : thirds) {
+    const SparsePosterior& xz = set.get(x, z);
+    const SparsePosterior& zy = set.get(z, y);
+    if (!xz.entries.empty() && !zy.entries.empty()) via.emplace_back(&xz, &zy);
+  }
+  dense.assign(cols, 0.0f);
+  float* row = dense.data();
+  const float scale = 1.0f / static_cast<float>(2 + thirds.size());
+  SparsePosterior out;
+  out.cols = static_cast<std::uint32_t>(cols);
+  out.rowStart.assign(rows + 1, 0);
+  for (std::size_t i = 0; i < rows; ++i) {
+    std::uint32_t lo = static_cast<std::uint32_t>(cols), hi = 0;  // touched columns [lo, hi)
+    for (std::uint32_t k = xy.rowStart[i]; k < xy.rowStart[i + 1]; ++k) row[xy.entries[k].col] = 2.0f * xy.entries[k].p;
+    if (xy.rowStart[i] < xy.rowStart[i + 1]) {
+      lo = xy.entries[xy.rowStart[i]].col;
+      hi = xy.entries[xy.rowStart[i + 1] - 1].col + 1;
+    }
+    for (const auto& [xz, zy] : via) {
+      for (std::uint32_t a = xz->rowStart[i]; a < xz->rowStart[i + 1]; ++a) {
+        const float p = xz->entries[a].p;
+        const std::uint32_t k = xz->entries[a].col, first = zy->rowStart[k], end = zy->rowStart[k + 1];
+        if (first == end) continue;
+        lo = std::min(lo, zy->entries[first].col);
+        hi = std::max(hi, zy->entries[end - 1].col + 1);
+        for (std::uint32_t b = first; b < end; ++b) row[zy->entries[b].col] += p * zy->entries[b].p;
+      }
+    }
+    for (std::uint32_t j = lo; j < hi; ++j) {
+      const float p = row[j] * scale;
+      row[j] = 0.0f;
+      if (p >= kPosteriorCutoff) out.entries.push_back({j, std::min(p, 1.0f)});
     }
     out.rowStart[i + 1] = static_cast<std::uint32_t>(out.entries.size());
   }

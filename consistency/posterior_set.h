@@ -29,10 +29,14 @@ class PosteriorSet {
 SparsePosterior transpose(const SparsePosterior& m);
 
 // (2 P_xy + sum over third sequences z of P_xz P_zy) / (2 + number of z),
-// entries below kPosteriorCutoff dropped; dense is scratch space of
-// |x| * |y| floats.
+// entries below kPosteriorCutoff dropped; dense is scratch space of |y|
+// floats, reused between calls.
 SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_t y,
                               const std::vector<std::uint32_t>& thirds, std::vector<float>& dense);
+// The same over a dense |x| * |y| table: the reference transformPair is
+// checked against (bit for bit).
+SparsePosterior transformPairPlain(const PosteriorSet& set, std::size_t x, std::size_t y,
+                                   const std::vector<std::uint32_t>& thirds, std::vector<float>& dense);
 
 // Expected accuracy of the pair: the largest summed posterior of any
 // alignment of x and y (the maximum expected accuracy alignment), divided by
