@@ -42,6 +42,8 @@ SparsePosterior transformPairPlain(const PosteriorSet& set, std::size_t x, std::
 // alignment of x and y (the maximum expected accuracy alignment), divided by
 // the shorter length; 0 when either is empty.
 double expectedAccuracy(const SparsePosterior& m);
+// The same cell by cell: the reference expectedAccuracy is checked against.
+double expectedAccuracyPlain(const SparsePosterior& m);
 
 // Posteriors of two rows of an existing alignment: 1 where their residues
 // share a column, given the column of every residue of each row.
