@@ -74,44 +74,47 @@ SparsePosterior transformPairPlain(const PosteriorSet& set, std::size_t x, std::
   return out;
 }
 
-// Row by row: one dense row of sums, cleared over the columns it touched.
-// Every cell adds the same products in the same order as the reference
-// (xy, then each third sequence in turn, its entries in order).
+// Third sequence by third sequence as the reference, so every cell adds the
+// same products in the same order, but the dense table is never filled or
+// scanned whole: each row keeps the span of columns it touched, and only
+// that span is read and cleared again.
 SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_t y,
                               const std::vector<std::uint32_t>& thirds, std::vector<float>& dense) {
   const SparsePosterior& xy = set.get(x, y);
   const std::size_t rows = xy.rows(), cols = xy.cols;
-  std::vector<std::pair<const SparsePosterior*, const SparsePosterior*>> via;
-  via.reserve(thirds.size());
+  if (dense.size() < rows * cols) dense.assign(rows * cols, 0.0f);
+  std::vector<std::uint32_t> lo(rows, static_cast<std::uint32_t>(cols)), hi(rows, 0);  // touched [lo, hi)
+  for (std::size_t i = 0; i < rows; ++i) {
+    const std::uint32_t first = xy.rowStart[i], end = xy.rowStart[i + 1];
+    for (std::uint32_t k = first; k < end; ++k) dense[i * cols + xy.entries[k].col] = 2.0f * xy.entries[k].p;
+    if (first < end) {
+      lo[i] = xy.entries[first].col;
+      hi[i] = xy.entries[end - 1].col + 1;
+    }
+  }
   for (std::uint32_t z : thirds) {
     const SparsePosterior& xz = set.get(x, z);
     const SparsePosterior& zy = set.get(z, y);
-    if (!xz.entries.empty() && !zy.entries.empty()) via.emplace_back(&xz, &zy);
+    if (xz.entries.empty() || zy.entries.empty()) continue;
+    for (std::size_t i = 0; i < rows; ++i) {
+      float* out = dense.data() + i * cols;
+      for (std::uint32_t a = xz.rowStart[i]; a < xz.rowStart[i + 1]; ++a) {
+        const float p = xz.entries[a].p;
+        const std::uint32_t k = xz.entries[a].col, first = zy.rowStart[k], end = zy.rowStart[k + 1];
+        if (first == end) continue;
+        lo[i] = std::min(lo[i], zy.entries[first].col);
+        hi[i] = std::max(hi[i], zy.entries[end - 1].col + 1);
+        for (std::uint32_t b = first; b < end; ++b) out[zy.entries[b].col] += p * zy.entries[b].p;
+      }
+    }
   }
-  dense.assign(cols, 0.0f);
-  float* row = dense.data();
   const float scale = 1.0f / static_cast<float>(2 + thirds.size());
   SparsePosterior out;
   out.cols = static_cast<std::uint32_t>(cols);
   out.rowStart.assign(rows + 1, 0);
   for (std::size_t i = 0; i < rows; ++i) {
-    std::uint32_t lo = static_cast<std::uint32_t>(cols), hi = 0;  // touched columns [lo, hi)
-    for (std::uint32_t k = xy.rowStart[i]; k < xy.rowStart[i + 1]; ++k) row[xy.entries[k].col] = 2.0f * xy.entries[k].p;
-    if (xy.rowStart[i] < xy.rowStart[i + 1]) {
-      lo = xy.entries[xy.rowStart[i]].col;
-      hi = xy.entries[xy.rowStart[i + 1] - 1].col + 1;
-    }
-    for (const auto& [xz, zy] : via) {
-      for (std::uint32_t a = xz->rowStart[i]; a < xz->rowStart[i + 1]; ++a) {
-        const float p = xz->entries[a].p;
-        const std::uint32_t k = xz->entries[a].col, first = zy->rowStart[k], end = zy->rowStart[k + 1];
-        if (first == end) continue;
-        lo = std::min(lo, zy->entries[first].col);
-        hi = std::max(hi, zy->entries[end - 1].col + 1);
-        for (std::uint32_t b = first; b < end; ++b) row[zy->entries[b].col] += p * zy->entries[b].p;
-      }
-    }
-    for (std::uint32_t j = lo; j < hi; ++j) {
+    float* row = dense.data() + i * cols;
+    for (std::uint32_t j = lo[i]; j < hi[i]; ++j) {
       const float p = row[j] * scale;
       row[j] = 0.0f;
       if (p >= kPosteriorCutoff) out.entries.push_back({j, std::min(p, 1.0f)});

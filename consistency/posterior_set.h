@@ -29,8 +29,9 @@ class PosteriorSet {
 SparsePosterior transpose(const SparsePosterior& m);
 
 // (2 P_xy + sum over third sequences z of P_xz P_zy) / (2 + number of z),
-// entries below kPosteriorCutoff dropped; dense is scratch space of |y|
-// floats, reused between calls.
+// entries below kPosteriorCutoff dropped; dense is scratch space of
+// |x| * |y| floats, all zero (or too small) on entry and left all zero, so
+// it is only cleared where it was used.
 SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_t y,
                               const std::vector<std::uint32_t>& thirds, std::vector<float>& dense);
 // The same over a dense |x| * |y| table: the reference transformPair is
