@@ -77,7 +77,8 @@ SparsePosterior transformPairPlain(const PosteriorSet& set, std::size_t x, std::
 // Third sequence by third sequence as the reference, so every cell adds the
 // same products in the same order, but the dense table is never filled or
 // scanned whole: each row keeps the span of columns it touched, and only
-// that span is read and cleared again.
+// that span is read and cleared again (cells outside it are 0, below any
+// positive cutoff).
 SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_t y,
                               const std::vector<std::uint32_t>& thirds, std::vector<float>& dense) {
   const SparsePosterior& xy = set.get(x, y);

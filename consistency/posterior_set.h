@@ -34,8 +34,9 @@ SparsePosterior transpose(const SparsePosterior& m);
 // it is only cleared where it was used.
 SparsePosterior transformPair(const PosteriorSet& set, std::size_t x, std::size_t y,
                               const std::vector<std::uint32_t>& thirds, std::vector<float>& dense);
-// The same over a dense |x| * |y| table: the reference transformPair is
-// checked against (bit for bit).
+// The same over a dense |x| * |y| table, cleared and scanned whole: the
+// reference transformPair is checked against (bit for bit). It leaves dense
+// filled, so the two never share one scratch vector.
 SparsePosterior transformPairPlain(const PosteriorSet& set, std::size_t x, std::size_t y,
                                    const std::vector<std::uint32_t>& thirds, std::vector<float>& dense);
 
