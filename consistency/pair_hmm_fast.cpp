@@ -125,8 +125,8 @@ struct BwdScratch {
 // reciprocal scale). prof is null on the last row, which has no successor
 // below; endCell marks the last row, whose last cell is the end state.
 ZEMTRA_ROW_KERNEL
-void backwardRow(const Trans t, const double* __restrict prof, const BwdRow& nx, const BwdRow& cur,
-                 const BwdScratch& s, std::size_t m, double inv, bool endCell) {
+void backwardRow(const Trans t, const double* __restrict prof, const BwdRow& nx, const BwdRow& cur, const BwdScratch& s,
+                 std::size_t m, double inv, bool endCell) {
   double* __restrict mt = s.mterm;
   double* __restrict xs = s.xs;
   double* __restrict xl = s.xl;
