@@ -288,11 +288,11 @@ bool transformRound(RunContext& ctx, const PairList& list, PosteriorSet& post) {
   if (!pairDistances(ctx, list, post, distance)) return false;
   const std::vector<float> weights = thirdWeights(ctx.in, distance);
   std::vector<std::vector<float>> dense(std::max(1u, ctx.options.threads));
-  const bool ok = parallelFor(list.pairs.size(), ctx.options.threads, ctx.progress, ctx.done, ctx.total,
-                              [&](std::size_t k, unsigned w) {
-                                const auto [x, y] = list.pairs[k];
-                                next[k] = transformPair(post, x, y, thirdSequences(ctx.in, near, x, y), dense[w], weights);
-                              });
+  const bool ok = parallelFor(
+      list.pairs.size(), ctx.options.threads, ctx.progress, ctx.done, ctx.total, [&](std::size_t k, unsigned w) {
+        const auto [x, y] = list.pairs[k];
+        next[k] = transformPair(post, x, y, thirdSequences(ctx.in, near, x, y), dense[w], weights);
+      });
   if (!ok) return false;
   for (std::size_t k = 0; k < list.pairs.size(); ++k)
     post.at(list.pairs[k].first, list.pairs[k].second) = std::move(next[k]);

@@ -71,9 +71,9 @@ double estimateSeconds(unsigned long n, unsigned long meanLength, unsigned threa
   // Forward-backward under both emission tables, and the expected accuracy
   // of every pair for the third sequences' weights in each round.
   const double cellPasses = 2.0 + 0.5 * Options{}.consistencyRounds;
-  const double cpu = pairs * length * length * kCellSeconds * cellPasses + 2.0 * pairs * thirds * length * kThirdStepSeconds +
-                     Options{}.refineIterations * 0.25 * rows * rows * length * kRefineSeconds +
-                     1e-9 * rows * rows * rows;
+  const double cpu =
+      pairs * length * length * kCellSeconds * cellPasses + 2.0 * pairs * thirds * length * kThirdStepSeconds +
+      Options{}.refineIterations * 0.25 * rows * rows * length * kRefineSeconds + 1e-9 * rows * rows * rows;
   return 1.5 * cpu / std::max(1u, threads) + 0.5;
 }
 

@@ -134,15 +134,11 @@ const MatchOdds& blosum62MatchOdds() {
   return table;
 }
 
-std::uint64_t pairHmmWorkspaceBytes(std::uint64_t n, std::uint64_t m) {
-  return ((n + 1) * (m + 1) * kStates + (n + 1) + 2 * (m + 1) * kStates) * sizeof(double);
-}
-
 // The backward pass, the posteriors and the expected counts share one sweep
 // over the rows, last row first; it reads best as one piece.
-SparsePosterior pairPosteriors(const std::vector<std::uint8_t>& x, const std::vector<std::uint8_t>& y,
-                               const PairHmmParams& params, const MatchOdds& odds, PairHmmWorkspace& work,
-                               TransitionCounts* counts) {
+SparsePosterior pairPosteriorsPlain(const std::vector<std::uint8_t>& x, const std::vector<std::uint8_t>& y,
+                                    const PairHmmParams& params, const MatchOdds& odds, PairHmmWorkspace& work,
+                                    TransitionCounts* counts) {
   SparsePosterior out;
   out.cols = static_cast<std::uint32_t>(y.size());
   out.rowStart.assign(x.size() + 1, 0);

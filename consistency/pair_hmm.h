@@ -70,9 +70,9 @@ struct TransitionCounts {
 
 // Scratch space of one worker; reused between pairs.
 struct PairHmmWorkspace {
-  std::vector<double> forward;  // (n + 1) x (m + 1) cells of five states
+  std::vector<double> forward;  // forward table (plain: five states a cell; by rows: match only) and rows
   std::vector<double> scale;    // n + 1 row scale factors
-  std::vector<double> back;     // two rows of the backward table
+  std::vector<double> back;     // two rows of the backward table (plain path)
 };
 
 // Match posteriors of x against y (residue codes), entries at or above
@@ -82,7 +82,14 @@ SparsePosterior pairPosteriors(const std::vector<std::uint8_t>& x, const std::ve
                                const PairHmmParams& params, const MatchOdds& odds, PairHmmWorkspace& work,
                                TransitionCounts* counts = nullptr);
 
-// Bytes of a workspace for sequences of lengths n and m.
+// The same by the plain cell-by-cell recurrences: the reference the row
+// kernels behind pairPosteriors are checked against (bit for bit), and the
+// path that gives transition counts.
+SparsePosterior pairPosteriorsPlain(const std::vector<std::uint8_t>& x, const std::vector<std::uint8_t>& y,
+                                    const PairHmmParams& params, const MatchOdds& odds, PairHmmWorkspace& work,
+                                    TransitionCounts* counts = nullptr);
+
+// Bytes of a workspace for sequences of lengths n and m (posteriors only).
 std::uint64_t pairHmmWorkspaceBytes(std::uint64_t n, std::uint64_t m);
 
 }  // namespace zemtra::consistency

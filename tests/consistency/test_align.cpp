@@ -96,10 +96,10 @@ TEST(ConsistencyAlign, TreeSplitsVisitEachEdgeOnce) {
   using Splits = std::vector<std::vector<bool>>;
   const std::vector<zc::TreeJoin> balanced = {{0, 1, 0.1f}, {2, 3, 0.2f}, {4, 5, 0.5f}};
   EXPECT_EQ(zc::treeSplits(balanced, 4, 0), (Splits{{false, false, false, true},
-                                                     {false, false, true, false},
-                                                     {false, true, false, false},
-                                                     {true, false, false, false},
-                                                     {true, true, false, false}}));
+                                                    {false, false, true, false},
+                                                    {false, true, false, false},
+                                                    {true, false, false, false},
+                                                    {true, true, false, false}}));
   const std::vector<zc::TreeJoin> withBlock = {{0, 1, 0.0f}, {4, 2, 0.3f}, {5, 3, 0.6f}};
   EXPECT_EQ(zc::treeSplits(withBlock, 4, 2), (Splits{{false, true, false}, {true, true, false}, {true, false, false}}));
   const std::vector<zc::TreeJoin> chain = {{0, 1, 0.1f}, {5, 2, 0.2f}, {6, 3, 0.3f}, {7, 4, 0.4f}};
