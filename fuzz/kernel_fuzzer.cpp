@@ -85,6 +85,9 @@ struct Batch {
   std::vector<unsigned long> len, nres, ks;
   unsigned long cols = 0;
   std::unique_ptr<KARVO::Matrix<char>> seqs;
+  // Comparison matrix of the pairs, lent to every routine in turn: comp_kv
+  // writes all of it that a pair's alignment reads.
+  std::unique_ptr<KARVO::Matrix<int>> cmp;
 };
 
 Batch decode(const std::uint8_t* data, std::size_t size) {
@@ -117,6 +120,7 @@ Batch decode(const std::uint8_t* data, std::size_t size) {
   b.seqs = std::make_unique<KARVO::Matrix<char>>(std::max<std::size_t>(b.text.size(), 1), b.cols);
   for (unsigned long r = 0; r < b.text.size(); ++r)
     for (unsigned long c = 0; c < b.cols; ++c) (*b.seqs)[r][c] = c >= 1 && c <= b.len[r] ? b.text[r][c - 1] : '.';
+  b.cmp = std::make_unique<KARVO::Matrix<int>>(lengths[0] + 1, lengths[0] + 1);
   return b;
 }
 
@@ -168,7 +172,7 @@ using RowRoutine = std::function<std::vector<PairSeen>(const Batch&, unsigned lo
 template <class Align>
 std::vector<PairSeen> pairsOneByOne(const Batch& b, unsigned long j, Path& path, const Align& align) {
   std::vector<PairSeen> seen;
-  KARVO::Matrix<int> cmp(b.len[j] + 1, b.cols);
+  KARVO::Matrix<int>& cmp = *b.cmp;
   for (unsigned long k = j + 1; k < b.text.size(); ++k) {
     bool first = true;
     unsigned long lenJ = 0, lenK = 0;
@@ -358,26 +362,33 @@ std::vector<std::pair<std::string, JoinRoutine>> joinRoutines() {
 }
 
 // A comparison matrix whose stale cells are recognisable.
-std::unique_ptr<KARVO::Matrix<int>> markedCmp(const Batch& b) {
-  const unsigned long longest = b.len.empty() ? 0 : *std::max_element(b.len.begin(), b.len.end());
-  auto cmp = std::make_unique<KARVO::Matrix<int>>(longest + 1, b.cols);
-  for (unsigned long r = 0; r <= longest; ++r) std::fill((*cmp)[r], (*cmp)[r] + b.cols, -9999);
+std::unique_ptr<KARVO::Matrix<int>> markedCmp(unsigned long rows, unsigned long cols) {
+  auto cmp = std::make_unique<KARVO::Matrix<int>>(rows, cols);
+  for (unsigned long r = 0; r < rows; ++r) std::fill((*cmp)[r], (*cmp)[r] + cols, -9999);
   return cmp;
 }
 
 void checkJoins(const Batch& b) {
   static const auto routines = joinRoutines();
-  auto refCmp = markedCmp(b);
+  std::vector<Join> joins;
+  unsigned long rows = 1, cols = 1;
+  for (unsigned long split = 1; split < b.text.size(); ++split) {
+    Join g = joinAt(b, split);
+    if (g.cells > kCellBudget) continue;
+    rows = std::max(rows, g.len.front() + 1);
+    cols = std::max(cols, g.len.back() + 1);
+    joins.push_back(std::move(g));
+  }
+  auto refCmp = markedCmp(rows, cols);
   auto refPath = markedPath(b.cols);
   std::vector<std::unique_ptr<KARVO::Matrix<int>>> cmps;
   std::vector<std::unique_ptr<Path>> paths;
   for (std::size_t i = 0; i < routines.size(); ++i) {
-    cmps.push_back(markedCmp(b));
+    cmps.push_back(markedCmp(rows, cols));
     paths.push_back(markedPath(b.cols));
   }
-  for (unsigned long split = 1; split < b.text.size(); ++split) {
-    const Join g = joinAt(b, split);
-    if (g.cells > kCellBudget) continue;
+  for (const Join& g : joins) {
+    const unsigned long split = g.members2.front();
     const JoinSeen want = joinReference(b, g, *refCmp, *refPath);
     for (std::size_t i = 0; i < routines.size(); ++i) {
       const JoinSeen got = routines[i].second(b, g, *cmps[i], *paths[i]);
