@@ -356,8 +356,16 @@ std::unique_ptr<Alignment> readMsf(const TextFile& file) {
   blocks.endBlock();
   if (!blocks.sawRows()) fail(file, 0, 0, "no sequence lines after the '//' line");
   // A sequence that ends early is padded to the length its 'Name:' line
-  // gives.
+  // gives, but never past the longest sequence: no file has more columns
+  // than that, and a huge Len: would only claim memory.
+  std::size_t widest = 0;
+  for (std::size_t row = 0; row < rows.size(); ++row) widest = std::max(widest, rows.rowLength(row));
   for (const DeclaredLength& declared : lengths) {
+    if (declared.length > widest) {
+      fail(file, declared.line, declared.column,
+           "sequence " + rows.name(declared.row) + ": its 'Name:' line says Len: " + std::to_string(declared.length) +
+               ", but no sequence has more than " + std::to_string(widest) + " columns");
+    }
     if (rows.rowLength(declared.row) > declared.length) {
       fail(file, declared.line, declared.column,
            "sequence " + rows.name(declared.row) + " has " + std::to_string(rows.rowLength(declared.row)) +

@@ -8,6 +8,12 @@
 // process exit and its message, the similarity, normalised score and
 // identities taken through the path, and the column measures of the two
 // aligned rows.
+// The joins of the progressive run are checked the same way: for every split
+// of the batch, the rows before it against the rows from it on, each group
+// padded with gaps to its longest row, once by the comp_kv series over all
+// member pairs + pair_kv and once by the group profile + pairFast on each
+// level; the lengths compare leaves, the score, the alignment's length, the
+// path (carried over from join to join) and the exit must agree.
 // Input: matrix, gap and shape bytes, then the rows, one per line: '-' and
 // '.' are gaps, "*N" repeats the row so far to N copies in all ("AC*1500" is
 // 3,000 residues), any other byte is a residue. Rows are cut at 3,000
@@ -31,6 +37,7 @@
 #include "pairwise/comp_kv.h"
 #include "pairwise/fast_dp.h"
 #include "pairwise/fast_measures.h"
+#include "pairwise/group_profile.h"
 #include "pairwise/measures.h"
 #include "pairwise/pair_kv.h"
 
@@ -78,6 +85,9 @@ struct Batch {
   std::vector<unsigned long> len, nres, ks;
   unsigned long cols = 0;
   std::unique_ptr<KARVO::Matrix<char>> seqs;
+  // Comparison matrix of the pairs, lent to every routine in turn: comp_kv
+  // writes all of it that a pair's alignment reads.
+  std::unique_ptr<KARVO::Matrix<int>> cmp;
 };
 
 Batch decode(const std::uint8_t* data, std::size_t size) {
@@ -110,6 +120,7 @@ Batch decode(const std::uint8_t* data, std::size_t size) {
   b.seqs = std::make_unique<KARVO::Matrix<char>>(std::max<std::size_t>(b.text.size(), 1), b.cols);
   for (unsigned long r = 0; r < b.text.size(); ++r)
     for (unsigned long c = 0; c < b.cols; ++c) (*b.seqs)[r][c] = c >= 1 && c <= b.len[r] ? b.text[r][c - 1] : '.';
+  b.cmp = std::make_unique<KARVO::Matrix<int>>(lengths[0] + 1, lengths[0] + 1);
   return b;
 }
 
@@ -138,6 +149,20 @@ std::unique_ptr<Path> markedPath(unsigned long cols) {
   return path;
 }
 
+// One alignment's outcome: align(&alen) returns the score or ends the
+// process; the path is read afterwards either way.
+template <class Align>
+PairSeen alignedSeen(const Path& path, const Align& align) {
+  PairSeen s;
+  try {
+    s.score = align(&s.alen);
+  } catch (const EngineExit& e) {
+    s = PairSeen{e.reason, 0, 0, {}};
+  }
+  s.path = pathCells(path);
+  return s;
+}
+
 // Row j's pairs, in order, through one routine; the path carries over from
 // pair to pair as in the run.
 using RowRoutine = std::function<std::vector<PairSeen>(const Batch&, unsigned long j, Path& path)>;
@@ -147,19 +172,12 @@ using RowRoutine = std::function<std::vector<PairSeen>(const Batch&, unsigned lo
 template <class Align>
 std::vector<PairSeen> pairsOneByOne(const Batch& b, unsigned long j, Path& path, const Align& align) {
   std::vector<PairSeen> seen;
-  KARVO::Matrix<int> cmp(b.len[j] + 1, b.cols);
+  KARVO::Matrix<int>& cmp = *b.cmp;
   for (unsigned long k = j + 1; k < b.text.size(); ++k) {
-    PairSeen s;
     bool first = true;
     unsigned long lenJ = 0, lenK = 0;
     comp_kv(j, k, b.matNo, &lenJ, &lenK, cmp, *b.seqs, b.len.data(), first);
-    try {
-      s.score = align(lenJ, lenK, cmp, path, &s.alen);
-    } catch (const EngineExit& e) {
-      s = PairSeen{e.reason, 0, 0, {}};
-    }
-    s.path = pathCells(path);
-    seen.push_back(std::move(s));
+    seen.push_back(alignedSeen(path, [&](int* alen) { return align(lenJ, lenK, cmp, path, alen); }));
   }
   return seen;
 }
@@ -171,10 +189,14 @@ std::vector<PairSeen> reference(const Batch& b, unsigned long j, Path& path) {
                        });
 }
 
-[[noreturn]] void defect(const std::string& routine, unsigned long j, unsigned long k, const std::string& what) {
-  std::fprintf(stderr, "fuzz_kernels: %s differs from the reference on pair %lu-%lu: %s\n", routine.c_str(), j, k,
+[[noreturn]] void defectAt(const std::string& routine, const std::string& where, const std::string& what) {
+  std::fprintf(stderr, "fuzz_kernels: %s differs from the reference on %s: %s\n", routine.c_str(), where.c_str(),
                what.c_str());
   std::abort();
+}
+
+[[noreturn]] void defect(const std::string& routine, unsigned long j, unsigned long k, const std::string& what) {
+  defectAt(routine, "pair " + std::to_string(j) + "-" + std::to_string(k), what);
 }
 
 std::vector<PairSeen> rowPairs(const Batch& b, unsigned long j, Path& path, zemtra::SimdLevel level,
@@ -219,15 +241,18 @@ std::vector<std::pair<std::string, RowRoutine>> fastRoutines() {
   return routines;
 }
 
-void expectSame(const std::string& routine, unsigned long j, unsigned long k, const PairSeen& want,
-                const PairSeen& got) {
-  if (want == got) return;
+std::string difference(const PairSeen& want, const PairSeen& got) {
   auto reason = [](const char* r) { return std::string(r == nullptr ? "none" : r); };
   std::string what = "exit " + reason(want.exit) + " / " + reason(got.exit) + ", score " + std::to_string(want.score) +
                      " / " + std::to_string(got.score) + ", length " + std::to_string(want.alen) + " / " +
                      std::to_string(got.alen);
   if (want.path != got.path) what += ", paths differ";
-  defect(routine, j, k, what);
+  return what;
+}
+
+void expectSame(const std::string& routine, unsigned long j, unsigned long k, const PairSeen& want,
+                const PairSeen& got) {
+  if (!(want == got)) defect(routine, j, k, difference(want, got));
 }
 
 std::uint32_t bits(float f) { return std::bit_cast<std::uint32_t>(f); }
@@ -261,6 +286,125 @@ void checkMeasures(const Batch& b, unsigned long j, unsigned long k, const Path&
     defect("measureColumns", j, k, "a column measure of the aligned rows");
 }
 
+// Two groups of a join laid out as the run's working alignment: the rows
+// before split and the rows from it on, each padded with gaps to its
+// group's longest row, as the rows of an aligned group are.
+struct Join {
+  std::unique_ptr<KARVO::Matrix<char>> seqs;
+  std::vector<unsigned long> len, members1, members2;
+  unsigned long long cells = 0;  // what the comp_kv series over all member pairs visits
+  int pairs() const { return static_cast<int>(members1.size() * members2.size()); }
+};
+
+Join joinAt(const Batch& b, unsigned long split) {
+  Join g;
+  const unsigned long rows = b.text.size();
+  unsigned long longest[2] = {0, 0};
+  for (unsigned long r = 0; r < rows; ++r) longest[r < split ? 0 : 1] = std::max(longest[r < split ? 0 : 1], b.len[r]);
+  g.seqs = std::make_unique<KARVO::Matrix<char>>(rows, b.cols);
+  for (unsigned long r = 0; r < rows; ++r) {
+    const unsigned long padded = longest[r < split ? 0 : 1];
+    g.len.push_back(padded);
+    (r < split ? g.members1 : g.members2).push_back(r);
+    for (unsigned long c = 0; c < b.cols; ++c)
+      (*g.seqs)[r][c] = c < 1 || c > padded ? '.' : c <= b.len[r] ? b.text[r][c - 1] : '-';
+  }
+  g.cells = static_cast<unsigned long long>(g.pairs()) * longest[0] * longest[1];
+  return g;
+}
+
+// What the run reads from a join: the lengths compare leaves, then the
+// alignment as from a pair.
+struct JoinSeen {
+  unsigned long lenJ = 0, lenK = 0;
+  PairSeen aligned;
+  bool operator==(const JoinSeen& o) const { return lenJ == o.lenJ && lenK == o.lenK && aligned == o.aligned; }
+};
+
+// One join through one routine; cmp and path carry over from join to join
+// as in the run.
+using JoinRoutine = std::function<JoinSeen(const Batch&, const Join&, KARVO::Matrix<int>& cmp, Path& path)>;
+
+JoinSeen joinReference(const Batch& b, const Join& g, KARVO::Matrix<int>& cmp, Path& path) {
+  JoinSeen seen;
+  bool first = true;
+  for (const unsigned long j : g.members1)
+    for (const unsigned long k : g.members2)
+      comp_kv(j, k, b.matNo, &seen.lenJ, &seen.lenK, cmp, *g.seqs, g.len.data(), first);
+  seen.aligned =
+      alignedSeen(path, [&](int* alen) { return pair_kv(seen.lenJ, seen.lenK, b.gap, alen, g.pairs(), cmp, path); });
+  return seen;
+}
+
+// The fast engine's joins on every level this CPU runs; one profile and one
+// workspace per level, warmed up by the joins before.
+std::vector<std::pair<std::string, JoinRoutine>> joinRoutines() {
+  std::vector<std::pair<std::string, JoinRoutine>> routines;
+  for (const zemtra::SimdLevel level : zemtra::kSimdLevels) {
+    if (!zemtra::simdLevelSupported(level)) continue;
+    auto profile = std::make_shared<zemtra::GroupProfile>();
+    auto ws = std::make_shared<zemtra::DpWorkspace>();
+    routines.emplace_back("GroupProfile + pairFast, level " + std::to_string(static_cast<int>(level)),
+                          [level, profile, ws](const Batch& b, const Join& g, KARVO::Matrix<int>& cmp, Path& path) {
+                            JoinSeen seen;
+                            const zemtra::GroupComparison groups{*g.seqs,
+                                                                 g.len.data(),
+                                                                 g.members1.data(),
+                                                                 static_cast<int>(g.members1.size()),
+                                                                 g.members2.data(),
+                                                                 static_cast<int>(g.members2.size()),
+                                                                 b.matNo};
+                            profile->compare(groups, cmp, &seen.lenJ, &seen.lenK);
+                            seen.aligned = alignedSeen(path, [&](int* alen) {
+                              return zemtra::pairFast(seen.lenJ, seen.lenK, b.gap, alen, g.pairs(), cmp, path, *ws,
+                                                      level);
+                            });
+                            return seen;
+                          });
+  }
+  return routines;
+}
+
+// A comparison matrix whose stale cells are recognisable.
+std::unique_ptr<KARVO::Matrix<int>> markedCmp(unsigned long rows, unsigned long cols) {
+  auto cmp = std::make_unique<KARVO::Matrix<int>>(rows, cols);
+  for (unsigned long r = 0; r < rows; ++r) std::fill((*cmp)[r], (*cmp)[r] + cols, -9999);
+  return cmp;
+}
+
+void checkJoins(const Batch& b) {
+  static const auto routines = joinRoutines();
+  std::vector<Join> joins;
+  unsigned long rows = 1, cols = 1;
+  for (unsigned long split = 1; split < b.text.size(); ++split) {
+    Join g = joinAt(b, split);
+    if (g.cells > kCellBudget) continue;
+    rows = std::max(rows, g.len.front() + 1);
+    cols = std::max(cols, g.len.back() + 1);
+    joins.push_back(std::move(g));
+  }
+  auto refCmp = markedCmp(rows, cols);
+  auto refPath = markedPath(b.cols);
+  std::vector<std::unique_ptr<KARVO::Matrix<int>>> cmps;
+  std::vector<std::unique_ptr<Path>> paths;
+  for (std::size_t i = 0; i < routines.size(); ++i) {
+    cmps.push_back(markedCmp(rows, cols));
+    paths.push_back(markedPath(b.cols));
+  }
+  for (const Join& g : joins) {
+    const unsigned long split = g.members2.front();
+    const JoinSeen want = joinReference(b, g, *refCmp, *refPath);
+    for (std::size_t i = 0; i < routines.size(); ++i) {
+      const JoinSeen got = routines[i].second(b, g, *cmps[i], *paths[i]);
+      if (got == want) continue;
+      defectAt(routines[i].first, "the join at row " + std::to_string(split),
+               "lengths " + std::to_string(want.lenJ) + "x" + std::to_string(want.lenK) + " / " +
+                   std::to_string(got.lenJ) + "x" + std::to_string(got.lenK) + ", " +
+                   difference(want.aligned, got.aligned));
+    }
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -290,5 +434,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       checkMeasures(b, j, k, *path, seen.alen);
     }
   }
+  checkJoins(b);
   return 0;
 }

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <set>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "formats/alignment_formats.h"
 #include "formats/alignment_io.h"
@@ -59,18 +61,23 @@ bool plainName(const std::string& name) {
          std::isalpha(static_cast<unsigned char>(name.front()));
 }
 
-void checkSameRows(const Alignment& original, const Alignment& copy, const char* format) {
-  if (copy.sequenceCount() != original.sequenceCount()) defect(std::string(format) + " copy has another row count");
-  for (unsigned long r = 0; r < original.sequenceCount(); ++r) {
-    if (copy.GetSeqName(r) != original.GetSeqName(r))
-      defect(std::string(format) + " copy renamed row " + std::to_string(r));
-    if (copy.rowText(r) != original.rowText(r)) defect(std::string(format) + " copy changed row " + std::to_string(r));
+// An alignment's names and row texts, taken once and compared with every
+// copy (rows are kept by column, so each row text is built anew).
+struct Rows {
+  std::vector<std::string> names, texts;
+};
+
+void checkSameRows(const Rows& original, const Alignment& copy, const char* format) {
+  if (copy.sequenceCount() != original.names.size()) defect(std::string(format) + " copy has another row count");
+  for (unsigned long r = 0; r < original.names.size(); ++r) {
+    if (copy.GetSeqName(r) != original.names[r]) defect(std::string(format) + " copy renamed row " + std::to_string(r));
+    if (copy.rowText(r) != original.texts[r]) defect(std::string(format) + " copy changed row " + std::to_string(r));
   }
 }
 
 // The copy is read under a name with the format's extension, as karvo's
 // own output files are.
-void roundTrip(const Alignment& alignment, AlignmentFormat format, const char* formatName) {
+void roundTrip(const Alignment& alignment, const Rows& rows, AlignmentFormat format, const char* formatName) {
   std::ostringstream out;
   KARVO::writeAlignment(out, alignment, format);
   std::istringstream in(out.str());
@@ -82,23 +89,24 @@ void roundTrip(const Alignment& alignment, AlignmentFormat format, const char* f
   } catch (const KARVO::AlignmentReadError& error) {
     defect(std::string(formatName) + " copy unreadable: " + error.what());
   }
-  checkSameRows(alignment, *copy, formatName);
+  checkSameRows(rows, *copy, formatName);
 }
 
 void checkAlignment(const Alignment& alignment) {
   const unsigned long rows = alignment.sequenceCount();
   if (rows == 0) defect("alignment without sequences");
   std::set<std::string> names;
+  Rows taken;
   bool residues = false;
   bool plain = true;
   for (unsigned long r = 0; r < rows; ++r) {
-    const std::string name = alignment.GetSeqName(r);
+    const std::string& name = taken.names.emplace_back(alignment.GetSeqName(r));
     if (name.empty() || std::any_of(name.begin(), name.end(), [](unsigned char c) { return c <= ' ' || c == 0x7f; })) {
       defect("name empty or with blanks or control characters");
     }
     if (!names.insert(name).second) defect("duplicate name " + name);
     plain = plain && plainName(name);
-    const std::string text = alignment.rowText(r);
+    const std::string& text = taken.texts.emplace_back(alignment.rowText(r));
     if (text.size() != alignment.columnCount()) defect("row of another width");
     for (const char c : text) {
       if (c != '-' && (c < 'A' || c > 'Z')) defect("residue code outside A-Z");
@@ -109,13 +117,14 @@ void checkAlignment(const Alignment& alignment) {
   for (const auto& column : alignment.columns) {
     if (column.size() != rows) defect("column with another row count");
   }
-  roundTrip(alignment, AlignmentFormat::Fasta, "FASTA");
-  if (!KARVO::formats::isA3mAnnotation(alignment.GetSeqName(0))) roundTrip(alignment, AlignmentFormat::A3m, "A3M");
-  roundTrip(alignment, AlignmentFormat::Phylip, "PHYLIP");
+  roundTrip(alignment, taken, AlignmentFormat::Fasta, "FASTA");
+  if (!KARVO::formats::isA3mAnnotation(alignment.GetSeqName(0)))
+    roundTrip(alignment, taken, AlignmentFormat::A3m, "A3M");
+  roundTrip(alignment, taken, AlignmentFormat::Phylip, "PHYLIP");
   if (plain) {
-    roundTrip(alignment, AlignmentFormat::Clustal, "Clustal");
-    roundTrip(alignment, AlignmentFormat::Msf, "MSF");
-    roundTrip(alignment, AlignmentFormat::Stockholm, "Stockholm");
+    roundTrip(alignment, taken, AlignmentFormat::Clustal, "Clustal");
+    roundTrip(alignment, taken, AlignmentFormat::Msf, "MSF");
+    roundTrip(alignment, taken, AlignmentFormat::Stockholm, "Stockholm");
   }
 }
 

@@ -9,7 +9,8 @@
 # committed seed corpus, unless that would take the seed folder past
 # FUZZ_CORPUS_CAP_KB (default 256); and one line per fuzzer is printed and
 # appended to the campaign record at the end of fuzz/README.md: date,
-# inputs run, seconds, coverage (edges and features) and findings.
+# inputs run, seconds, coverage (edges and features), the largest input of
+# the work corpus against the length limit, and findings.
 #   fuzz/run-long.sh BUILD_DIR [FUZZER...]
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
@@ -48,6 +49,9 @@ for fuzzer in "${selected[@]}"; do
   runs="$(grep -o 'stat::number_of_executed_units: *[0-9]*' "$log" | grep -o '[0-9]*$' || echo '?')"
   coverage="$(grep -o 'cov: [0-9]* ft: [0-9]*' "$log" | tail -n 1 | awk '{print $2 " edges, " $4 " features"}')"
   found=$(($(zemtra_fuzz_findings "$findings") - found_before))
+  # How close the inputs came to the length limit.
+  largest="$(find "$corpus" -type f -printf '%s\n' | sort -n | tail -n 1)"
+  limit="$(zemtra_fuzz_target_flags "$fuzzer" | grep -o 'max_len=[0-9]*' | grep -o '[0-9]*$')"
 
   # Into the seed corpus only what adds coverage, within the size cap.
   merged=0
@@ -63,7 +67,7 @@ for fuzzer in "${selected[@]}"; do
       merged=0
     fi
   fi
-  line="| $(date +%F) | \`$fuzzer\` | $runs | $elapsed | $coverage | $found | $merged |"
+  line="| $(date +%F) | \`$fuzzer\` | $runs | $elapsed | $coverage | ${largest:-0} of $limit | $found | $merged |"
   echo "$line"
   record+=("$line")
 done
