@@ -165,7 +165,7 @@ TEST_F(ZemtraRunTest, TheConsistencyEntryIsOneUndoStepWithItsLogAndConfidence) {
   const int plainRows = view.annotationHeight();
   ModalAutoAnswer answer([](QWidget& modal) {
     auto* refine = modal.findChild<QSpinBox*>(QStringLiteral("refineIterations"));
-    EXPECT_EQ(refine->value(), 100);
+    EXPECT_EQ(refine->value(), ZemtraParameters{}.refineIterations);
     EXPECT_EQ(refine->maximum(), 1000);
     refine->setValue(20);
     modal.findChild<QSpinBox*>(QStringLiteral("consistencyRounds"))->setValue(1);

@@ -53,7 +53,7 @@ TEST(RunResults, ConfidenceLandsOnTheRunsColumnsAndSettingsStayInRange) {
   EXPECT_EQ(clamped.consistencyRounds, kMaxConsistencyRounds);
   EXPECT_EQ(clamped.refineIterations, 0);
   EXPECT_FALSE(clamped.writeLogFile);
-  EXPECT_EQ(consistencyParameters({}).refineIterations, 100);
+  EXPECT_EQ(consistencyParameters({}).refineIterations, ZemtraParameters{}.refineIterations);
 }
 
 }  // namespace
