@@ -22,8 +22,8 @@ struct Options {
   // (leaves first, then the inner edges from the root down), this many times
   // over, then at random; every split counts as one attempt.
   int treeEdgePasses = 2;
-  unsigned threads = 1;        // worker threads of the all-pairs steps (at least 1); bytes never depend on it
-  std::uint64_t seed = 0;      // the refinement's random splits follow it; fixed for reproducible runs
+  unsigned threads = 1;    // worker threads of the all-pairs steps (at least 1); bytes never depend on it
+  std::uint64_t seed = 0;  // the refinement's random splits follow it; fixed for reproducible runs
   // Third sequences per pair in the consistency transformation: when more
   // rows have residues than this plus two, a pair (x, y) goes through the
   // union of the thirdSequences / 2 rows nearest to x and those nearest to y
