@@ -18,7 +18,8 @@ extern "C" {
 extern std::uint8_t __start___sancov_cntrs[] __attribute__((weak));
 extern std::uint8_t __stop___sancov_cntrs[] __attribute__((weak));
 void __sanitizer_set_death_callback(void (*callback)());
-int __lsan_do_recoverable_leak_check();
+// Absent from builds without AddressSanitizer: no leak check there.
+int __lsan_do_recoverable_leak_check() __attribute__((weak));
 }
 
 namespace {
@@ -81,7 +82,7 @@ void recordDebug(const char* text) { lastDebugText = text; }
   ::on_exit(onExit, nullptr);
   zemtra::setDebugOutput(recordDebug);
   body();
-  if (checkLeaks && __lsan_do_recoverable_leak_check() != 0) {
+  if (checkLeaks && &__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) {
     sendReport(ChildEnding::Sanitizer, 0, "leak");
     ::_exit(2);
   }

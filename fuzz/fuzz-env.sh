@@ -3,6 +3,7 @@
 zemtra_fuzzers=(fuzz_read_any fuzz_read_fasta fuzz_read_clustal fuzz_read_msf fuzz_read_stockholm fuzz_read_phylip
   fuzz_read_pir fuzz_read_a3m fuzz_exchange fuzz_run fuzz_kernels fuzz_consistency)
 zemtra_fuzz_flags=(-timeout=30 -rss_limit_mb=4096)
+zemtra_sanitizer_dir="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 
 zemtra_fuzz_corpus() {
   case "$1" in
@@ -16,7 +17,7 @@ zemtra_fuzz_corpus() {
 
 zemtra_fuzz_target_flags() {
   case "$1" in
-    fuzz_read_*) echo "-max_len=4096" ;;
+    fuzz_read_*) echo "-max_len=4096 -dict=$zemtra_sanitizer_dir/readers.dict" ;;
     fuzz_exchange) echo "-max_len=1024" ;;
     fuzz_run) echo "-max_len=512 -len_control=0" ;;
     fuzz_kernels) echo "-max_len=2048 -timeout=120" ;;
@@ -24,7 +25,6 @@ zemtra_fuzz_target_flags() {
   esac
 }
 
-zemtra_sanitizer_dir="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=0:detect_stack_use_after_return=0}"
 export LSAN_OPTIONS="${LSAN_OPTIONS:-suppressions=$zemtra_sanitizer_dir/lsan.supp:print_suppressions=0}"
 export UBSAN_OPTIONS="${UBSAN_OPTIONS:-halt_on_error=1:print_stacktrace=1}"

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Fuzzes for longer than CI does: every fuzzer (or those named) for
-# FUZZ_SECONDS each (default 1800), one after the other, growing
+# FUZZ_SECONDS each (default 1800), or until FUZZ_RUNS inputs when that is
+# set (FUZZ_SECONDS then only bounds it), one after the other, growing
 # fuzz/corpus-work/<fuzzer> (not committed) from the seed corpus. Crashes
 # land in fuzz/findings/ and belong, once fixed, in
 # fuzz/regressions/<fuzzer>/.
@@ -17,6 +18,14 @@ here="$(cd "$(dirname "$0")" && pwd)"
 build="$(cd "${1:?usage: run-long.sh BUILD_DIR [FUZZER...]}" && pwd)"
 shift
 seconds="${FUZZ_SECONDS:-1800}"
+# What the build checks, for the record: its sanitizers and whether the
+# libraries carry comparison tracing.
+build_kind="$(grep -o '^ZEMTRA_FUZZ_SANITIZERS:STRING=.*' "$build/CMakeCache.txt" | cut -d= -f2)"
+if grep -q '^CMAKE_CXX_FLAGS:STRING=.*-fno-sanitize-coverage=trace-cmp' "$build/CMakeCache.txt"; then
+  build_kind="$build_kind, no comparison tracing"
+fi
+runs_flag=()
+if [ -n "${FUZZ_RUNS:-}" ]; then runs_flag=(-runs="$FUZZ_RUNS"); fi
 cap_kb="${FUZZ_CORPUS_CAP_KB:-256}"
 source "$here/fuzz-env.sh"
 selected=("$@")
@@ -39,7 +48,7 @@ for fuzzer in "${selected[@]}"; do
   started=$(date +%s)
   ok=yes
   if ! (cd "$findings" && nice -n 19 "$build/bin/$fuzzer" "${zemtra_fuzz_flags[@]}" \
-      $(zemtra_fuzz_target_flags "$fuzzer") -max_total_time="$seconds" -print_final_stats=1 \
+      $(zemtra_fuzz_target_flags "$fuzzer") -max_total_time="$seconds" "${runs_flag[@]}" -print_final_stats=1 \
       "$corpus" "$seeds") >"$log" 2>&1; then
     echo "== $fuzzer found a defect; see fuzz/findings/ and $log" >&2
     ok=no
@@ -67,7 +76,7 @@ for fuzzer in "${selected[@]}"; do
       merged=0
     fi
   fi
-  line="| $(date +%F) | \`$fuzzer\` | $runs | $elapsed | $coverage | ${largest:-0} of $limit | $found | $merged |"
+  line="| $(date +%F) | \`$fuzzer\` | $runs | $elapsed | $coverage | ${largest:-0} of $limit | $found | $merged | $build_kind |"
   echo "$line"
   record+=("$line")
 done
