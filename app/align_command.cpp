@@ -482,7 +482,9 @@ int align(const AlignOptions& options) {
   const std::unique_ptr<KARVO::Alignment> alignment = readSelected(options, settings);
   if (settings.consistency) {
     const unsigned threads = zemtra::threadCount(zemtra::EngineOptions{false, engineSettings().threads});
-    if (const auto refusal = checkConsistencyRun(*alignment, threads, options.quiet ? nullptr : &std::cerr))
+    const ZemtraParameters parameters = runParameters(options, settings);
+    if (const auto refusal = checkConsistencyRun(*alignment, parameters.consistencyRounds, parameters.refineIterations,
+                                                 threads, options.quiet ? nullptr : &std::cerr))
       throw Failure(kExitUsage, *refusal);
   } else {
     checkMemory(*alignment, runParameters(options, settings), options.pluginDir);

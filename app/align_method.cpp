@@ -61,6 +61,7 @@ RangeSize rangeSize(const KARVO::Alignment& alignment, const KARVO::ColumnRange&
     if (own == 0) continue;
     ++size.sequences;
     residues += own;
+    size.maxLength = std::max(size.maxLength, own);
   }
   size.meanLength = size.sequences == 0 ? 0 : (residues + size.sequences / 2) / size.sequences;
   return size;
@@ -99,14 +100,15 @@ std::optional<std::string> consistencyMemoryRefusal(const RangeSize& size, std::
          " GiB available; choose a smaller --range, fewer sequences, or --method progressive";
 }
 
-std::optional<std::string> checkConsistencyRun(const KARVO::Alignment& alignment, unsigned threads,
-                                               std::ostream* notes) {
+std::optional<std::string> checkConsistencyRun(const KARVO::Alignment& alignment, int rounds, int refine,
+                                               unsigned threads, std::ostream* notes) {
   const RangeSize size = rangeSize(alignment, alignment.selection);
   const std::uint64_t bytes = zemtra::consistency::estimateBytes(size.sequences, size.meanLength);
   if (const std::optional<std::uint64_t> available = availableMemory()) {
     if (auto refusal = consistencyMemoryRefusal(size, bytes, *available)) return refusal;
   }
-  const double seconds = zemtra::consistency::estimateSeconds(size.sequences, size.meanLength, threads);
+  const double seconds =
+      zemtra::consistency::estimateSeconds(size.sequences, size.meanLength, size.maxLength, threads, rounds, refine);
   const std::string line = consistencyEstimateLine(size, bytes, seconds);
   if (notes != nullptr && !line.empty()) *notes << "karvo: " << line << '\n';
   return std::nullopt;

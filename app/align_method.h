@@ -28,11 +28,12 @@ void addMethodOptions(CLI::App& command, AlignOptions& options);
 // --method consistency.
 std::string methodOptionsProblem(const AlignOptions& options);
 
-// The sequences with residues in range and their mean residue count there,
-// what the consistency method's estimates take.
+// The sequences with residues in range, their mean and largest residue
+// count there: what the consistency method's estimates take.
 struct RangeSize {
   unsigned long sequences = 0;
   unsigned long meanLength = 0;
+  unsigned long maxLength = 0;
 };
 RangeSize rangeSize(const KARVO::Alignment& alignment, const KARVO::ColumnRange& range);
 
@@ -47,12 +48,13 @@ std::string consistencyEstimateLine(const RangeSize& size, std::uint64_t bytes, 
 std::optional<std::string> consistencyMemoryRefusal(const RangeSize& size, std::uint64_t bytes,
                                                     std::uint64_t available);
 
-// Judges a consistency run of the alignment's selection before it starts:
+// Judges a consistency run of the alignment's selection with the run's
+// rounds and refinement attempts before it starts:
 // the refusal when the machine cannot hold it; nullopt when it may go on,
 // after writing the estimate line (with "karvo: " before it) to notes when
 // the run is large and notes is not null.
-std::optional<std::string> checkConsistencyRun(const KARVO::Alignment& alignment, unsigned threads,
-                                               std::ostream* notes);
+std::optional<std::string> checkConsistencyRun(const KARVO::Alignment& alignment, int rounds, int refine,
+                                               unsigned threads, std::ostream* notes);
 
 // The column of the written alignment (0-based) where the re-aligned range
 // starts: its first column less the columns before it that are gaps in every

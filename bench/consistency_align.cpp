@@ -85,11 +85,15 @@ int main(int argc, char** argv) {
               << " progressive " << t.progressive << " refinement " << t.refinement << " total " << t.total
               << " objective " << result.objective << " kept " << result.refinementKept << "/" << result.refinementTried
               << " maxrss_mb " << usage.ru_maxrss / 1024;
-    unsigned long residues = 0;
-    for (const std::string& row : in.rows) residues += row.size();
+    unsigned long residues = 0, longest = 0;
+    for (const std::string& row : in.rows)
+      residues += row.size(), longest = std::max<unsigned long>(longest, row.size());
     const unsigned long mean = residues / std::max<std::size_t>(1, in.rows.size());
     std::cerr << " estimate_mb " << zemtra::consistency::estimateBytes(in.rows.size(), mean) / (1u << 20)
-              << " estimate_s " << zemtra::consistency::estimateSeconds(in.rows.size(), mean, options.threads) << '\n';
+              << " estimate_s "
+              << zemtra::consistency::estimateSeconds(in.rows.size(), mean, longest, options.threads,
+                                                      options.consistencyRounds, options.refineIterations)
+              << '\n';
   } catch (const std::exception& e) {
     std::cerr << argv[0] << ": " << e.what() << '\n';
     return 1;

@@ -84,9 +84,11 @@ Result align(const std::vector<std::string>& rows, unsigned fixed, const Options
              const Progress& progress = {});
 
 // Upper bounds before a run, for a refusal or a warning that comes first:
-// bytes at the peak and seconds on `threads` threads, for n rows of mean
-// length meanLength.
+// bytes at the peak and seconds on `threads` idle cores, for n rows of mean
+// length meanLength (the longest maxLength), with the given consistency
+// rounds and refinement attempts.
 std::uint64_t estimateBytes(unsigned long n, unsigned long meanLength);
-double estimateSeconds(unsigned long n, unsigned long meanLength, unsigned threads);
+double estimateSeconds(unsigned long n, unsigned long meanLength, unsigned long maxLength, unsigned threads,
+                       int rounds = Options{}.consistencyRounds, int refine = Options{}.refineIterations);
 
 }  // namespace zemtra::consistency

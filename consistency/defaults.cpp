@@ -41,13 +41,23 @@ const MatchOdds& gonnetMatchOdds() {
 }
 
 // Measured on the synthetic families of 200 and 500 rows of about 300
-// residues (2 threads): at most 3.4 posterior entries per residue after the
-// transformation; CPU seconds per unit below, with half again as margin.
+// residues: at most 3.4 posterior entries per residue after the
+// transformation. Processor seconds per unit on one core of the development
+// machine (AMD EPYC, AVX2), from one-thread runs of 200 x 300 (forward-
+// backward 63.3 s, transformation 8.2 s, expected accuracy 2.3 s a pass,
+// refinement 2.1 s) and 20 x 3,000 (forward-backward 60.6 s, refinement
+// 16.4 s, nearly all in aligning two groups of 3,300 columns); the estimate
+// adds half again as margin.
 namespace {
 constexpr double kEntriesPerResidue = 4.0;
-constexpr double kCellSeconds = 3.5e-8;     // forward-backward and accuracy, per table cell
-constexpr double kThirdStepSeconds = 7e-8;  // transformation, per residue of x and third sequence
-constexpr double kRefineSeconds = 2e-8;     // refinement, per residue pair across a split
+constexpr double kPosteriorCellSeconds = 1.75e-8;  // forward-backward under one emission table, per table cell
+constexpr double kAccuracyCellSeconds = 1.3e-9;    // expected accuracy of a pair, per table cell
+// Transformation, per residue of x and third sequence, per round: twice the
+// 7e-9 of the synthetic families, whose sharper posteriors keep fewer
+// entries than those of divergent families (BAliBASE's RV30 cases).
+constexpr double kThirdStepSeconds = 1.4e-8;
+constexpr double kRefineSeconds = 2e-9;       // refinement, per residue pair across a split
+constexpr double kMergeCellSeconds = 4.5e-9;  // aligning two groups, per cell of their columns' table
 constexpr unsigned kThirdLimit = Options{}.thirdSequences;
 }  // namespace
 
@@ -63,18 +73,29 @@ std::uint64_t estimateBytes(unsigned long n, unsigned long meanLength) {
   return static_cast<std::uint64_t>(1.5 * pairs * perMatrix + workers) + (64u << 20);
 }
 
-double estimateSeconds(unsigned long n, unsigned long meanLength, unsigned threads) {
+double estimateSeconds(unsigned long n, unsigned long meanLength, unsigned long maxLength, unsigned threads, int rounds,
+                       int refine) {
   const double rows = static_cast<double>(n), length = static_cast<double>(meanLength);
   const double pairs = 0.5 * rows * std::max(0.0, rows - 1);
   const double thirds =
       kThirdLimit == 0 ? std::max(0.0, rows - 2) : std::min(std::max(0.0, rows - 2), double{kThirdLimit});
-  // Forward-backward under both emission tables, and the expected accuracy
-  // of every pair for the third sequences' weights in each round.
-  const double cellPasses = 2.0 + 0.5 * Options{}.consistencyRounds;
-  const double cpu =
-      pairs * length * length * kCellSeconds * cellPasses + 2.0 * pairs * thirds * length * kThirdStepSeconds +
-      Options{}.refineIterations * 0.25 * rows * rows * length * kRefineSeconds + 1e-9 * rows * rows * rows;
-  return 1.5 * cpu / std::max(1u, threads) + 0.5;
+  const double passes = std::max(0, rounds);
+  // On every thread: forward-backward under both emission tables; the
+  // expected accuracy of every pair for the third sequences' weights in
+  // each round and for the guide tree; each round's transformation.
+  const double cells = pairs * length * length;
+  const double shared = cells * (2.0 * kPosteriorCellSeconds + (passes + 1.0) * kAccuracyCellSeconds) +
+                        passes * 2.0 * pairs * thirds * length * kThirdStepSeconds;
+  // On one thread: the guide tree, the progressive joins and the refinement,
+  // which align groups of up to twice the longest row's width (divergent
+  // families with long ends reach that: 1,735 columns for rows of at most
+  // 819 residues).
+  const double width = 2.0 * static_cast<double>(std::max(maxLength, meanLength));
+  const double groupCells = width * width;
+  const double alone =
+      1e-9 * rows * rows * rows + std::max(0.0, rows - 1) * groupCells * kMergeCellSeconds +
+      std::max(0, refine) * (0.25 * rows * rows * length * kRefineSeconds + groupCells * kMergeCellSeconds);
+  return 1.5 * (shared / std::max(1u, threads) + alone) + 0.5;
 }
 
 }  // namespace zemtra::consistency

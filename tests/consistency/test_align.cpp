@@ -125,3 +125,18 @@ TEST(ConsistencyAlign, PrealignedBlockKeepsItsColumns) {
 }
 
 }  // namespace
+
+// The time bound follows what the run asks for: its rounds, its refinement
+// attempts, its threads (which share only the all-pairs steps) and the
+// longest row, whose group alignments the refinement repeats.
+TEST(ConsistencyEstimate, FollowsRoundsRefinementThreadsAndTheLongestRow) {
+  using zemtra::consistency::estimateSeconds;
+  const double base = estimateSeconds(100, 300, 320, 2, 2, 400);
+  EXPECT_GT(estimateSeconds(100, 300, 320, 2, 5, 400), base);
+  EXPECT_GT(estimateSeconds(100, 300, 320, 2, 2, 1000), base);
+  EXPECT_LT(estimateSeconds(100, 300, 320, 2, 0, 0), base);
+  EXPECT_GT(estimateSeconds(100, 300, 2000, 2, 2, 400), base);
+  const double one = estimateSeconds(100, 300, 320, 1, 2, 400);
+  EXPECT_GT(one, base);
+  EXPECT_LT(one, 2.0 * base);
+}
