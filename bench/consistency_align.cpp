@@ -3,7 +3,7 @@
 // large families. Timings, objective and peak memory go to standard error.
 //
 // Usage: zemtra_consistency_align IN.fa OUT.fa [--threads N] [--rounds N]
-//                                 [--refine N] [--seed N] [--fixed N]
+//                                 [--refine N] [--profile-passes N] [--seed N] [--fixed N]
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -45,7 +45,7 @@ Fasta readFasta(const std::string& file) {
 int main(int argc, char** argv) {
   if (argc < 3) {
     std::cerr << "usage: " << argv[0]
-              << " IN.fa OUT.fa [--threads N] [--rounds N] [--refine N] [--seed N] [--fixed N]\n";
+              << " IN.fa OUT.fa [--threads N] [--rounds N] [--refine N] [--profile-passes N] [--seed N] [--fixed N]\n";
     return 2;
   }
   zemtra::consistency::Options options;
@@ -59,6 +59,8 @@ int main(int argc, char** argv) {
       options.consistencyRounds = static_cast<int>(value);
     else if (key == "--refine")
       options.refineIterations = static_cast<int>(value);
+    else if (key == "--profile-passes")
+      options.profilePasses = static_cast<int>(value);
     else if (key == "--seed")
       options.seed = value;
     else if (key == "--fixed")

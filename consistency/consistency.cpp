@@ -18,6 +18,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// In a re-estimation pass each residue keeps this weight on its own code;
+// the rest goes to the other residues of its column.
+constexpr double kProfileOwnWeight = 0.3;
+
 double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
 bool isGap(char c) { return c == '-' || c == '.'; }
@@ -95,7 +99,7 @@ bool parallelFor(std::size_t count, unsigned threads, const Progress& progress, 
 struct RunContext {
   const Input& in;
   unsigned fixed;
-  const Options& options;
+  Options options;
   const Progress& progress;
   long done = 0;
   long total = 0;
@@ -233,7 +237,11 @@ SparsePosterior meanPosterior(const SparsePosterior& a, const SparsePosterior& b
   return out;
 }
 
-bool computePosteriors(RunContext& ctx, const PairList& list, PosteriorSet& post) {
+// Posteriors of every free pair from the rows' profiles (plain residues on
+// the first pass), the mean of the two emission tables'; the prealigned
+// block's pairs as its columns say.
+bool computePosteriors(RunContext& ctx, const PairList& list, const std::vector<ResidueProfile>& profiles,
+                       PosteriorSet& post) {
   const Input& in = ctx.in;
   for (std::uint32_t x = 0; x < ctx.fixed; ++x) {
     for (std::uint32_t y = x + 1; y < ctx.fixed; ++y)
@@ -243,14 +251,13 @@ bool computePosteriors(RunContext& ctx, const PairList& list, PosteriorSet& post
   const MatchOdds& blosum = blosum62MatchOdds();
   const MatchOdds& gonnet = gonnetMatchOdds();
   std::vector<PairHmmWorkspace> work(std::max(1u, ctx.options.threads));
-  const bool ok = parallelFor(list.pairs.size(), ctx.options.threads, ctx.progress, ctx.done, ctx.total,
-                              [&](std::size_t k, unsigned w) {
-                                const auto [x, y] = list.pairs[k];
-                                const auto& cx = in.codes[x];
-                                const auto& cy = in.codes[y];
-                                post.at(x, y) = meanPosterior(pairPosteriors(cx, cy, params, blosum, work[w]),
-                                                              pairPosteriors(cx, cy, params, gonnet, work[w]));
-                              });
+  const bool ok = parallelFor(
+      list.pairs.size(), ctx.options.threads, ctx.progress, ctx.done, ctx.total, [&](std::size_t k, unsigned w) {
+        const ResidueProfile& px = profiles[list.pairs[k].first];
+        const ResidueProfile& py = profiles[list.pairs[k].second];
+        post.at(list.pairs[k].first, list.pairs[k].second) = meanPosterior(
+            profilePosteriors(px, py, params, blosum, work[w]), profilePosteriors(px, py, params, gonnet, work[w]));
+      });
   post.mirrorUpper();
   return ok;
 }
@@ -306,13 +313,13 @@ Group progressive(RunContext& ctx, const std::vector<TreeJoin>& tree, const Post
   for (std::uint32_t r = 0; r < n; ++r) clusters[r] = singleton(ctx.in, r);
   const std::size_t blockJoins = ctx.fixed > 0 ? ctx.fixed - 1 : 0;
   if (ctx.fixed > 0) clusters[ctx.fixed == 1 ? 0 : n + blockJoins - 1] = ctx.in.block;
-  std::vector<double> score;
+  MergeWork work;
   for (std::size_t k = blockJoins; k < tree.size(); ++k) {
     Group& a = clusters[static_cast<std::size_t>(tree[k].left)];
     Group& b = clusters[static_cast<std::size_t>(tree[k].right)];
-    columnPairScores(a, b, post, score);
+    columnPairScores(a, b, post, work);
     double best = 0;
-    clusters[n + k] = mergeGroups(a, b, score, best);
+    clusters[n + k] = mergeGroups(a, b, work, best);
     a = Group{};
     b = Group{};
     ++ctx.done;
@@ -339,7 +346,7 @@ void refine(RunContext& ctx, const PosteriorSet& post, const std::vector<TreeJoi
   std::mt19937_64 random(ctx.options.seed);
   const std::vector<std::vector<bool>> edges = treeSplits(tree, ctx.in.codes.size(), ctx.fixed);
   const std::size_t edgeSteps = edges.size() * static_cast<std::size_t>(std::max(0, ctx.options.treeEdgePasses));
-  std::vector<double> score;
+  MergeWork work;
   std::vector<int> keepA, keepB;
   for (int it = 0; it < ctx.options.refineIterations; ++it) {
     if (ctx.progress.cancel != nullptr && ctx.progress.cancel->load()) return;
@@ -354,10 +361,10 @@ void refine(RunContext& ctx, const PosteriorSet& post, const std::vector<TreeJoi
     std::sort(membersB.begin(), membersB.end());
     const Group a = projectGroup(alignment, membersA, keepA);
     const Group b = projectGroup(alignment, membersB, keepB);
-    columnPairScores(a, b, post, score);
-    const double before = currentPairing(keepA, keepB, b.width, score);
+    columnPairScores(a, b, post, work);
+    const double before = currentPairing(keepA, keepB, b.width, work.score);
     double after = 0;
-    Group merged = mergeGroups(a, b, score, after);
+    Group merged = mergeGroups(a, b, work, after);
     ++result.refinementTried;
     if (acceptRefinement(before, after)) {
       alignment = std::move(merged);
@@ -388,7 +395,34 @@ void writeResult(const Input& in, const Group& g, const PosteriorSet& post, Resu
   }
 }
 
+// From the posteriors of every pair: the transformation rounds, the guide
+// tree, the progressive alignment and its refinement, timed into result.
+// Returns false when cancelled.
+bool alignByPosteriors(RunContext& ctx, const PairList& list, PosteriorSet& post, Group& alignment,
+                       std::vector<double>& distance, Result& result) {
+  auto t = Clock::now();
+  const long rounds = std::max(0, ctx.options.consistencyRounds);
+  bool ok = true;
+  for (long r = 0; ok && r < rounds; ++r) ok = transformRound(ctx, list, post);
+  result.timings.consistency += secondsSince(t);
+  t = Clock::now();
+  if (!ok || !pairDistances(ctx, list, post, distance)) return false;
+  result.tree = guideTree(distance, ctx.in.codes.size(), ctx.in.units);
+  result.timings.tree += secondsSince(t);
+  t = Clock::now();
+  alignment = progressive(ctx, result.tree, post);
+  result.timings.progressive += secondsSince(t);
+  t = Clock::now();
+  refine(ctx, post, result.tree, alignment, result);
+  result.timings.refinement += secondsSince(t);
+  return !(ctx.progress.cancel != nullptr && ctx.progress.cancel->load());
+}
+
 }  // namespace
+
+int profilePassesFor(const Options& options, std::size_t rows) {
+  return rows <= options.profilePassRows ? std::max(0, options.profilePasses) : 0;
+}
 
 Result align(const std::vector<std::string>& rows, unsigned fixed, const Options& options, const Progress& progress) {
   const auto start = Clock::now();
@@ -399,35 +433,28 @@ Result align(const std::vector<std::string>& rows, unsigned fixed, const Options
   RunContext ctx{in, fixed, opts, progress};
   const PairList list = freePairs(in, fixed);
   const long rounds = std::max(0, opts.consistencyRounds);
-  ctx.total = static_cast<long>(list.pairs.size()) * (1 + rounds) + static_cast<long>(in.units.size()) - 1 +
-              std::max(0, opts.refineIterations);
+  const long passes = 1 + profilePassesFor(opts, n);
+  Options later = opts;  // the re-estimation passes: a shorter refinement
+  later.refineIterations = std::max(0, opts.refineIterations) / kLaterRefineShare;
+  ctx.total = passes * (static_cast<long>(list.pairs.size()) * (1 + rounds) + static_cast<long>(in.units.size()) - 1) +
+              std::max(0, opts.refineIterations) + (passes - 1) * later.refineIterations;
   Result result;
   PosteriorSet post(n);
-  auto t = Clock::now();
-  bool ok = computePosteriors(ctx, list, post);
-  result.timings.posteriors = secondsSince(t);
-  t = Clock::now();
-  for (long r = 0; ok && r < rounds; ++r) ok = transformRound(ctx, list, post);
-  result.timings.consistency = secondsSince(t);
-  if (!ok) {
-    result.cancelled = true;
-    return result;
-  }
-  t = Clock::now();
+  Group alignment;
   std::vector<double> distance;
-  if (!pairDistances(ctx, list, post, distance)) {
-    result.cancelled = true;
-    return result;
+  std::vector<ResidueProfile> profiles;
+  for (const auto& codes : in.codes) profiles.push_back(plainProfile(codes));
+  bool ok = true;
+  for (long pass = 0; ok && pass < passes; ++pass) {
+    if (pass == 1) ctx.options = later;
+    if (pass > 0) profiles = columnProfiles(alignment, in.codes, thirdWeights(in, distance), kProfileOwnWeight);
+    const auto t = Clock::now();
+    ok = computePosteriors(ctx, list, profiles, post);
+    result.timings.posteriors += secondsSince(t);
+    ok = ok && alignByPosteriors(ctx, list, post, alignment, distance, result);
   }
-  result.tree = guideTree(distance, n, in.units);
-  result.timings.tree = secondsSince(t);
-  t = Clock::now();
-  Group alignment = progressive(ctx, result.tree, post);
-  result.timings.progressive = secondsSince(t);
-  t = Clock::now();
-  refine(ctx, post, result.tree, alignment, result);
-  result.timings.refinement = secondsSince(t);
-  if (progress.cancel != nullptr && progress.cancel->load()) {
+  result.alignments = static_cast<int>(passes);
+  if (!ok) {
     result.cancelled = true;
     result.tree.clear();
     return result;

@@ -22,6 +22,14 @@ struct Options {
   // (leaves first, then the inner edges from the root down), this many times
   // over, then at random; every split counts as one attempt.
   int treeEdgePasses = 2;
+  // Re-estimation passes after the first alignment: each residue gets the
+  // residue distribution of its column in the alignment so far, and the
+  // pair model, transformation, tree, progressive alignment and refinement
+  // (see kLaterRefineShare) run again on those profiles. They
+  // double the all-pairs work, so families of more than profilePassRows
+  // rows align once.
+  int profilePasses = 1;
+  unsigned profilePassRows = 200;
   unsigned threads = 1;    // worker threads of the all-pairs steps (at least 1); bytes never depend on it
   std::uint64_t seed = 0;  // the refinement's random splits follow it; fixed for reproducible runs
   // Third sequences per pair in the consistency transformation: when more
@@ -63,8 +71,9 @@ struct Result {
   std::vector<float> columnConfidence;
   std::vector<TreeJoin> tree;  // n - 1 joins (the prealigned block's own joins at distance 0 first)
   double objective = 0;        // summed transformed posterior of aligned residue pairs, after refinement
-  int refinementTried = 0;
-  int refinementKept = 0;  // attempts that improved the objective and were kept
+  int alignments = 0;          // the first alignment and one per re-estimation pass
+  int refinementTried = 0;     // over all alignments
+  int refinementKept = 0;      // attempts that improved the objective and were kept
   Timings timings;
   bool cancelled = false;  // stopped on request; rows are then empty
 };
@@ -82,6 +91,13 @@ struct Progress {
 // stay all-gap. Needs at least two rows.
 Result align(const std::vector<std::string>& rows, unsigned fixed, const Options& options,
              const Progress& progress = {});
+
+// A re-estimation pass refines with refineIterations / kLaterRefineShare
+// attempts: it starts from posteriors of an alignment refined already.
+inline constexpr int kLaterRefineShare = 4;
+
+// The re-estimation passes a run of `rows` rows makes under options.
+int profilePassesFor(const Options& options, std::size_t rows);
 
 // Upper bounds before a run, for a refusal or a warning that comes first:
 // bytes at the peak and seconds on `threads` idle cores, for n rows of mean

@@ -59,6 +59,7 @@ constexpr double kThirdStepSeconds = 1.4e-8;
 constexpr double kRefineSeconds = 2e-9;       // refinement, per residue pair across a split
 constexpr double kMergeCellSeconds = 4.5e-9;  // aligning two groups, per cell of their columns' table
 constexpr unsigned kThirdLimit = Options{}.thirdSequences;
+constexpr double kProfilePassShare = 1.3;  // a re-estimation pass's all-pairs steps against the first ones
 }  // namespace
 
 // Both directions of every pair's posteriors, the transformed half of a
@@ -92,10 +93,15 @@ double estimateSeconds(unsigned long n, unsigned long meanLength, unsigned long 
   // 819 residues).
   const double width = 2.0 * static_cast<double>(std::max(maxLength, meanLength));
   const double groupCells = width * width;
-  const double alone =
-      1e-9 * rows * rows * rows + std::max(0.0, rows - 1) * groupCells * kMergeCellSeconds +
-      std::max(0, refine) * (0.25 * rows * rows * length * kRefineSeconds + groupCells * kMergeCellSeconds);
-  return 1.5 * (shared / std::max(1u, threads) + alone) + 0.5;
+  const double refineStep = 0.25 * rows * rows * length * kRefineSeconds + groupCells * kMergeCellSeconds;
+  const double alignOnce = 1e-9 * rows * rows * rows + std::max(0.0, rows - 1) * groupCells * kMergeCellSeconds;
+  // Each re-estimation pass repeats all of it on profiles, whose emission
+  // rows add to the forward-backward, with a quarter of the refinement.
+  const double again = profilePassesFor(Options{}, n);
+  const double attempts = std::max(0, refine) + again * (std::max(0, refine) / kLaterRefineShare);
+  const double all = (1.0 + again * kProfilePassShare) * shared / std::max(1u, threads) + (1.0 + again) * alignOnce +
+                     attempts * refineStep;
+  return 1.5 * all + 0.5;
 }
 
 }  // namespace zemtra::consistency

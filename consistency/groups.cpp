@@ -1,79 +1,54 @@
 #include "consistency/groups.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <numeric>
 
 namespace zemtra::consistency {
 
-namespace {
-
-enum Step : std::uint8_t { kPair = 0, kOnlyA = 1, kOnlyB = 2 };
-
-}  // namespace
-
-void columnPairScores(const Group& a, const Group& b, const PosteriorSet& post, std::vector<double>& score) {
-  const std::size_t wb = b.width;
-  score.assign(std::size_t{a.width} * wb, 0.0);
-  for (std::size_t ia = 0; ia < a.members.size(); ++ia) {
-    const std::vector<std::uint32_t>& ca = a.columns[ia];
-    for (std::size_t ib = 0; ib < b.members.size(); ++ib) {
-      const std::vector<std::uint32_t>& cb = b.columns[ib];
-      const SparsePosterior& p = post.get(a.members[ia], b.members[ib]);
-      for (std::uint32_t i = 0; i < p.rows(); ++i) {
-        double* row = score.data() + std::size_t{ca[i]} * wb;
-        for (std::uint32_t k = p.rowStart[i]; k < p.rowStart[i + 1]; ++k) row[cb[p.entries[k].col]] += p.entries[k].p;
+std::vector<ResidueProfile> columnProfiles(const Group& g, const std::vector<std::vector<std::uint8_t>>& codes,
+                                           const std::vector<float>& rowWeights, double own) {
+  // Per column and residue code, how many rows hold it and their summed weight.
+  struct Tally {
+    std::array<std::uint32_t, 21> rows{};
+    std::array<double, 21> weight{};
+    double total = 0;
+  };
+  std::vector<Tally> tally(g.width);
+  for (std::size_t k = 0; k < g.members.size(); ++k) {
+    const std::uint32_t r = g.members[k];
+    for (std::size_t i = 0; i < g.columns[k].size(); ++i) {
+      Tally& t = tally[g.columns[k][i]];
+      ++t.rows[codes[r][i]];
+      t.weight[codes[r][i]] += rowWeights[r];
+      t.total += rowWeights[r];
+    }
+  }
+  std::vector<ResidueProfile> out(codes.size());
+  for (std::size_t k = 0; k < g.members.size(); ++k) {
+    const std::uint32_t r = g.members[k];
+    ResidueProfile& p = out[r];
+    p.start.assign(1, 0);
+    for (std::size_t i = 0; i < g.columns[k].size(); ++i) {
+      const Tally& t = tally[g.columns[k][i]];
+      const std::uint8_t mine = codes[r][i];
+      const double others = t.total - rowWeights[r];
+      const bool alone = std::accumulate(t.rows.begin(), t.rows.end(), 0u) == 1 || !(others > 0);
+      for (std::uint8_t a = 0; a < 21; ++a) {
+        const std::uint32_t rows = t.rows[a] - (a == mine ? 1u : 0u);
+        double w = a == mine ? (alone ? 1.0 : own) : 0.0;
+        if (!alone && rows > 0) w += (1.0 - own) * (a == mine ? t.weight[a] - rowWeights[r] : t.weight[a]) / others;
+        if (!(w > 0)) continue;
+        p.code.push_back(a);
+        p.weight.push_back(w);
       }
+      p.start.push_back(static_cast<std::uint32_t>(p.code.size()));
     }
   }
-}
-
-Group mergeGroups(const Group& a, const Group& b, const std::vector<double>& score, double& bestScore) {
-  const std::size_t wa = a.width, wb = b.width, stride = wb + 1;
-  std::vector<std::uint8_t> step((wa + 1) * stride, kOnlyB);
-  std::vector<double> prev(stride, 0.0), cur(stride, 0.0);
-  for (std::size_t i = 1; i <= wa; ++i) {
-    cur[0] = 0.0;
-    step[i * stride] = kOnlyA;
-    for (std::size_t j = 1; j <= wb; ++j) {
-      const double pair = prev[j - 1] + score[(i - 1) * wb + (j - 1)];
-      const double onlyA = prev[j], onlyB = cur[j - 1];
-      std::uint8_t s = kPair;
-      double v = pair;
-      if (onlyA > v) s = kOnlyA, v = onlyA;
-      if (onlyB > v) s = kOnlyB, v = onlyB;
-      cur[j] = v;
-      step[i * stride + j] = s;
-    }
-    std::swap(prev, cur);
-  }
-  bestScore = prev[wb];
-  std::vector<std::uint8_t> path;
-  for (std::size_t i = wa, j = wb; i > 0 || j > 0;) {
-    const std::uint8_t s = step[i * stride + j];
-    path.push_back(s);
-    if (s != kOnlyB) --i;
-    if (s != kOnlyA) --j;
-  }
-  std::vector<std::uint32_t> newA(wa), newB(wb);
-  std::uint32_t col = 0, ia = 0, ib = 0;
-  for (auto it = path.rbegin(); it != path.rend(); ++it, ++col) {
-    if (*it != kOnlyB) newA[ia++] = col;
-    if (*it != kOnlyA) newB[ib++] = col;
-  }
-  Group merged;
-  merged.width = col;
-  std::size_t pa = 0, pb = 0;
-  while (pa < a.members.size() || pb < b.members.size()) {
-    const bool takeA = pb == b.members.size() || (pa < a.members.size() && a.members[pa] < b.members[pb]);
-    const std::vector<std::uint32_t>& old = takeA ? a.columns[pa] : b.columns[pb];
-    const std::vector<std::uint32_t>& map = takeA ? newA : newB;
-    merged.members.push_back(takeA ? a.members[pa++] : b.members[pb++]);
-    std::vector<std::uint32_t>& cols = merged.columns.emplace_back(old.size());
-    for (std::size_t r = 0; r < old.size(); ++r) cols[r] = map[old[r]];
-  }
-  return merged;
+  return out;
 }
 
 Group projectGroup(const Group& g, const std::vector<std::uint32_t>& members, std::vector<int>& keep) {

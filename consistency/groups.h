@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "consistency/consistency.h"
+#include "consistency/pair_hmm.h"
 #include "consistency/posterior_set.h"
 
 namespace zemtra::consistency {
@@ -17,14 +18,34 @@ struct Group {
   std::uint32_t width = 0;
 };
 
-// score[a * b.width + c]: summed posterior of the residue pairs that column a
-// of group a and column c of group b would put together.
-void columnPairScores(const Group& a, const Group& b, const PosteriorSet& post, std::vector<double>& score);
+// Scratch of the group alignments, reused from one to the next: the
+// column-pair score table, all zero between uses (a use clears only the
+// cells it touched), and the dynamic programme's rows and trace.
+struct MergeWork {
+  struct Cell {
+    std::uint32_t col;  // b's column + 1
+    double score;
+  };
+  std::vector<double> score;  // score[a * b.width + c], see columnPairScores
+  std::vector<std::size_t> touched;
+  std::vector<std::size_t> rowStart;  // the touched cells by row of a's columns
+  std::vector<Cell> cells;
+  std::vector<std::uint8_t> step;
+  std::vector<double> prev, cur, best;
+};
 
-// The alignment of a's and b's columns with the largest summed score, ties
-// resolved towards pairing columns, then towards a's column first; bestScore
-// receives its sum.
-Group mergeGroups(const Group& a, const Group& b, const std::vector<double>& score, double& bestScore);
+// work.score[a * b.width + c]: summed posterior of the residue pairs that
+// column a of group a and column c of group b would put together.
+void columnPairScores(const Group& a, const Group& b, const PosteriorSet& post, MergeWork& work);
+
+// The alignment of a's and b's columns with the largest summed score in
+// work.score, ties resolved towards pairing columns, then towards a's column
+// first; bestScore receives its sum. Clears work.score for the next use.
+Group mergeGroups(const Group& a, const Group& b, MergeWork& work, double& bestScore);
+
+// The same cell by cell from a plain score table: the reference the row
+// loops of mergeGroups are checked against.
+Group mergeGroupsPlain(const Group& a, const Group& b, const std::vector<double>& score, double& bestScore);
 
 // The rows `members` of group g with their all-gap columns removed; keep[c]
 // receives the new column of old column c, or -1.
@@ -38,6 +59,14 @@ double currentPairing(const std::vector<int>& keepA, const std::vector<int>& kee
 // A refinement step replaces the alignment only when it improves the
 // objective by more than rounding noise.
 bool acceptRefinement(double before, double after);
+
+// Every residue of the alignment as a distribution over residue codes: its
+// own code at weight `own`, the rest shared among the other residues of its
+// column in proportion to their rows' weights; a residue alone in its
+// column keeps its own code at weight 1. codes[r] are row r's residues;
+// rows outside g get empty profiles.
+std::vector<ResidueProfile> columnProfiles(const Group& g, const std::vector<std::vector<std::uint8_t>>& codes,
+                                           const std::vector<float>& rowWeights, double own);
 
 // Average-linkage guide tree over units (sets of sequences that are joined
 // first, in order, at distance 0), from the distance of every sequence pair

@@ -26,10 +26,30 @@ struct Transitions {
         c2(1.0 - p.extendLong) {}
 };
 
-// Scaled forward table: every row divided by its sum, the sums kept in
+// The match emission of position i of x against position j of y.
+struct CellOdds {
+  const ResidueProfile& x;
+  const ResidueProfile& y;
+  const MatchOdds& odds;
+  double against(std::size_t a, std::size_t j) const {
+    std::uint32_t l = y.start[j];
+    double q = y.weight[l] * odds[a * 21 + y.code[l]];
+    for (++l; l < y.start[j + 1]; ++l) q += y.weight[l] * odds[a * 21 + y.code[l]];
+    return q;
+  }
+  double operator()(std::size_t i, std::size_t j) const {
+    std::uint32_t k = x.start[i];
+    double e = x.weight[k] * against(x.code[k], j);
+    for (++k; k < x.start[i + 1]; ++k) e += x.weight[k] * against(x.code[k], j);
+    return e;
+  }
+};
+
+// Scaled forward table: every row times the inverse of its sum, the sums kept in
 // work.scale. The begin state counts as row 0's scale, 1 / scale[0] there.
-void forwardPass(const std::vector<std::uint8_t>& x, const std::vector<std::uint8_t>& y, const PairHmmParams& params,
-                 const MatchOdds& odds, PairHmmWorkspace& work) {
+void forwardPass(const CellOdds& odds, const PairHmmParams& params, PairHmmWorkspace& work) {
+  const ResidueProfile& x = odds.x;
+  const ResidueProfile& y = odds.y;
   const std::size_t n = x.size(), m = y.size(), w = m + 1;
   const Transitions t(params);
   work.forward.assign((n + 1) * w * kStates, 0.0);
@@ -44,7 +64,7 @@ void forwardPass(const std::vector<std::uint8_t>& x, const std::vector<std::uint
         const double* d = c - (w + 1) * kStates;
         double s = t.mm * d[kM] + t.c1 * (d[kX1] + d[kY1]) + t.c2 * (d[kX2] + d[kY2]);
         if (j == 1) s += begin * params.startMatch;
-        c[kM] = odds[x[i - 1] * 21u + y[j - 1]] * s;
+        c[kM] = odds(i - 1, j - 1) * s;
       }
       if (i > 0) {
         const double* u = c - w * kStates;
@@ -62,7 +82,8 @@ void forwardPass(const std::vector<std::uint8_t>& x, const std::vector<std::uint
     if (rowSum > 0) {
       work.scale[i] = rowSum;
       double* row = f + i * w * kStates;
-      for (std::size_t k = 0; k < w * kStates; ++k) row[k] /= rowSum;
+      const double inv = 1.0 / rowSum;
+      for (std::size_t k = 0; k < w * kStates; ++k) row[k] *= inv;
     }
   }
 }
@@ -83,6 +104,21 @@ void countCell(const double* f, const Transitions& t, double mterm, double xs, d
 }
 
 }  // namespace
+
+ResidueProfile plainProfile(const std::vector<std::uint8_t>& codes) {
+  ResidueProfile p;
+  p.start.resize(codes.size() + 1);
+  for (std::size_t i = 0; i <= codes.size(); ++i) p.start[i] = static_cast<std::uint32_t>(i);
+  p.code = codes;
+  p.weight.assign(codes.size(), 1.0);
+  return p;
+}
+
+SparsePosterior pairPosteriorsPlain(const std::vector<std::uint8_t>& x, const std::vector<std::uint8_t>& y,
+                                    const PairHmmParams& params, const MatchOdds& odds, PairHmmWorkspace& work,
+                                    TransitionCounts* counts) {
+  return profilePosteriorsPlain(plainProfile(x), plainProfile(y), params, odds, work, counts);
+}
 
 double SparsePosterior::sum() const {
   double s = 0;
@@ -136,14 +172,14 @@ const MatchOdds& blosum62MatchOdds() {
 
 // The backward pass, the posteriors and the expected counts share one sweep
 // over the rows, last row first; it reads best as one piece.
-SparsePosterior pairPosteriorsPlain(const std::vector<std::uint8_t>& x, const std::vector<std::uint8_t>& y,
-                                    const PairHmmParams& params, const MatchOdds& odds, PairHmmWorkspace& work,
-                                    TransitionCounts* counts) {
+SparsePosterior profilePosteriorsPlain(const ResidueProfile& x, const ResidueProfile& y, const PairHmmParams& params,
+                                       const MatchOdds& matchOdds, PairHmmWorkspace& work, TransitionCounts* counts) {
   SparsePosterior out;
   out.cols = static_cast<std::uint32_t>(y.size());
   out.rowStart.assign(x.size() + 1, 0);
-  if (x.empty() || y.empty()) return out;
-  forwardPass(x, y, params, odds, work);
+  if (x.size() == 0 || y.size() == 0) return out;
+  const CellOdds odds{x, y, matchOdds};
+  forwardPass(odds, params, work);
   const std::size_t n = x.size(), m = y.size(), w = m + 1;
   const Transitions t(params);
   const double* f = work.forward.data();
@@ -160,7 +196,7 @@ SparsePosterior pairPosteriorsPlain(const std::vector<std::uint8_t>& x, const st
     for (std::size_t j = m + 1; j-- > 0;) {
       double* b = cur + j * kStates;
       const bool end = i == n && j == m;
-      const double mterm = (nx && j < m) ? odds[x[i] * 21u + y[j]] * nx[(j + 1) * kStates + kM] * inv : 0.0;
+      const double mterm = (nx && j < m) ? odds(i, j) * nx[(j + 1) * kStates + kM] * inv : 0.0;
       const double xs = nx ? nx[j * kStates + kX1] * inv : 0.0;
       const double xl = nx ? nx[j * kStates + kX2] * inv : 0.0;
       const double ys = j < m ? b[kStates + kY1] : 0.0;

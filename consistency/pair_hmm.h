@@ -55,6 +55,17 @@ struct SparsePosterior {
   double sum() const;
 };
 
+// A sequence as residue distributions: position i weighs residue code
+// code[k] by weight[k] for k in start[i] .. start[i + 1] - 1 (at least one
+// entry). A plain sequence is one code of weight 1 at every position.
+struct ResidueProfile {
+  std::vector<std::uint32_t> start;  // positions + 1 offsets
+  std::vector<std::uint8_t> code;
+  std::vector<double> weight;
+  std::size_t size() const { return start.empty() ? 0 : start.size() - 1; }
+};
+ResidueProfile plainProfile(const std::vector<std::uint8_t>& codes);
+
 // Posteriors below this are dropped from the sparse matrices.
 inline constexpr float kPosteriorCutoff = 0.01f;
 
@@ -88,6 +99,15 @@ SparsePosterior pairPosteriors(const std::vector<std::uint8_t>& x, const std::ve
 SparsePosterior pairPosteriorsPlain(const std::vector<std::uint8_t>& x, const std::vector<std::uint8_t>& y,
                                     const PairHmmParams& params, const MatchOdds& odds, PairHmmWorkspace& work,
                                     TransitionCounts* counts = nullptr);
+
+// Match posteriors of two profiles: a match of positions i and j emits
+// sum_k wx_k * (sum_l wy_l * odds(ax_k, ay_l)), each sum taken in its
+// entries' order. For plain profiles this is pairPosteriors, bit for bit.
+SparsePosterior profilePosteriors(const ResidueProfile& x, const ResidueProfile& y, const PairHmmParams& params,
+                                  const MatchOdds& odds, PairHmmWorkspace& work);
+SparsePosterior profilePosteriorsPlain(const ResidueProfile& x, const ResidueProfile& y, const PairHmmParams& params,
+                                       const MatchOdds& odds, PairHmmWorkspace& work,
+                                       TransitionCounts* counts = nullptr);
 
 // Bytes of a workspace for sequences of lengths n and m (posteriors only).
 std::uint64_t pairHmmWorkspaceBytes(std::uint64_t n, std::uint64_t m);

@@ -7,24 +7,17 @@
 // row sum, which carry a dependency along the row, stay scalar. Only the
 // scaled forward match values are kept for the whole table (one double per
 // cell instead of five); every other state lives in two rolling rows.
-// Emission odds come from a per-pair profile of y, one contiguous row per
-// residue code of x.
+// Emission odds come from a per-pair table of every residue code against
+// each position of y; a position of x that mixes codes gets its row as the
+// weighted sum of its codes' rows.
 #include <algorithm>
 
 #include "consistency/pair_hmm.h"
+#include "consistency/row_kernel.h"
 
 namespace zemtra::consistency {
 
 namespace {
-
-// The row kernels are built for AVX2 beside the baseline and picked once at
-// load time; without FMA contraction the vector lanes compute what the
-// scalar code would.
-#if defined(__GNUC__) && defined(__x86_64__) && !defined(__clang__)
-#define ZEMTRA_ROW_KERNEL __attribute__((target_clones("avx2", "default")))
-#else
-#define ZEMTRA_ROW_KERNEL
-#endif
 
 struct Trans {
   double mm, o1, o2, e1, e2, c1, c2;
@@ -84,9 +77,10 @@ double forwardRow(const Trans t, const double* __restrict prof, const FwdRow& p,
 
 ZEMTRA_ROW_KERNEL
 void scaleRow(const FwdRow& c, std::size_t m, double rowSum) {
+  const double inv = 1.0 / rowSum;
   for (double* a : {c.mat, c.x1, c.y1, c.x2, c.y2}) {
     double* __restrict r = a;
-    for (std::size_t j = 0; j <= m; ++j) r[j] /= rowSum;
+    for (std::size_t j = 0; j <= m; ++j) r[j] *= inv;
   }
 }
 
@@ -170,12 +164,48 @@ void posteriorRow(const double* __restrict fm, const double* __restrict bm, doub
   for (std::size_t j = 1; j <= m; ++j) post[j] = fm[j] * bm[j] * invTotal;
 }
 
-// Offsets of the workspace's arrays for an n x m pair.
+// Offsets of the workspace's arrays for an n x m pair: the forward match
+// table, the odds of every residue code against each position of y, the
+// rolling rows, and one emission row for positions of x that mix codes.
 struct Layout {
   std::size_t w, table, profile, rolling;
-  Layout(std::size_t n, std::size_t m) : w(m + 2), table((n + 1) * w), profile(21 * m), rolling(20 * w) {}
+  Layout(std::size_t n, std::size_t m) : w(m + 2), table((n + 1) * w), profile(21 * m), rolling(21 * w) {}
   std::size_t total() const { return table + profile + rolling; }
 };
+
+// prof[a * m + j]: the odds of residue code a against position j of y, its
+// codes' odds weighted and summed in order.
+void fillOddsProfile(const ResidueProfile& y, const MatchOdds& odds, double* prof) {
+  const std::size_t m = y.size();
+  for (std::size_t a = 0; a < 21; ++a) {
+    double* row = prof + a * m;
+    for (std::size_t j = 0; j < m; ++j) {
+      std::uint32_t k = y.start[j];
+      double q = y.weight[k] * odds[a * 21 + y.code[k]];
+      for (++k; k < y.start[j + 1]; ++k) q += y.weight[k] * odds[a * 21 + y.code[k]];
+      row[j] = q;
+    }
+  }
+}
+
+// The emission row of position i of x: its codes' rows of prof, weighted and
+// summed in order; a position that is one code of weight 1 is that row.
+ZEMTRA_ROW_KERNEL
+const double* emissionRow(const ResidueProfile& x, std::size_t i, const double* prof, std::size_t m,
+                          double* __restrict out) {
+  std::uint32_t k = x.start[i];
+  const std::uint32_t end = x.start[i + 1];
+  if (end - k == 1 && x.weight[k] == 1.0) return prof + std::size_t{x.code[k]} * m;
+  const double w0 = x.weight[k];
+  const double* __restrict q0 = prof + std::size_t{x.code[k]} * m;
+  for (std::size_t j = 0; j < m; ++j) out[j] = w0 * q0[j];
+  for (++k; k < end; ++k) {
+    const double wk = x.weight[k];
+    const double* __restrict q = prof + std::size_t{x.code[k]} * m;
+    for (std::size_t j = 0; j < m; ++j) out[j] += wk * q[j];
+  }
+  return out;
+}
 
 }  // namespace
 
@@ -188,21 +218,25 @@ SparsePosterior pairPosteriors(const std::vector<std::uint8_t>& x, const std::ve
                                const PairHmmParams& params, const MatchOdds& odds, PairHmmWorkspace& work,
                                TransitionCounts* counts) {
   if (counts) return pairPosteriorsPlain(x, y, params, odds, work, counts);
+  return profilePosteriors(plainProfile(x), plainProfile(y), params, odds, work);
+}
+
+SparsePosterior profilePosteriors(const ResidueProfile& x, const ResidueProfile& y, const PairHmmParams& params,
+                                  const MatchOdds& odds, PairHmmWorkspace& work) {
   SparsePosterior out;
   out.cols = static_cast<std::uint32_t>(y.size());
   out.rowStart.assign(x.size() + 1, 0);
-  if (x.empty() || y.empty()) return out;
+  if (x.size() == 0 || y.size() == 0) return out;
   const std::size_t n = x.size(), m = y.size();
   const Layout lay(n, m);
   work.forward.resize(lay.total());
   work.scale.assign(n + 1, 1.0);
   double* table = work.forward.data();  // scaled forward match values, row stride lay.w
   double* prof = table + lay.table;
-  for (std::size_t a = 0; a < 21; ++a) {
-    for (std::size_t j = 0; j < m; ++j) prof[a * m + j] = odds[a * 21 + y[j]];
-  }
+  fillOddsProfile(y, odds, prof);
   double* roll = prof + lay.profile;
   const std::size_t w = lay.w;
+  double* emit = roll + 20 * w;
   const Trans t{1.0 - 2.0 * params.openShort - 2.0 * params.openLong,
                 params.openShort,
                 params.openLong,
@@ -217,8 +251,9 @@ SparsePosterior pairPosteriors(const std::vector<std::uint8_t>& x, const std::ve
   for (std::size_t i = 0; i <= n; ++i) {
     const FwdRow c = fwdRow(i);
     const double begin = i == 1 ? 1.0 / work.scale[0] : 0.0;
-    const double rowSum = i == 0 ? forwardFirstRow(t, c, m, params)
-                                 : forwardRow(t, prof + std::size_t{x[i - 1]} * m, fwdRow(i - 1), c, m, begin, params);
+    const double rowSum = i == 0
+                              ? forwardFirstRow(t, c, m, params)
+                              : forwardRow(t, emissionRow(x, i - 1, prof, m, emit), fwdRow(i - 1), c, m, begin, params);
     if (rowSum > 0) {
       work.scale[i] = rowSum;
       scaleRow(c, m, rowSum);
@@ -239,7 +274,7 @@ SparsePosterior pairPosteriors(const std::vector<std::uint8_t>& x, const std::ve
     const BwdRow& nx = rows[(i + 1) % 2];
     if (i == 0) break;  // row 0 holds no match posteriors
     const double inv = i < n ? 1.0 / work.scale[i + 1] : 0.0;
-    backwardRow(t, i < n ? prof + std::size_t{x[i]} * m : nullptr, nx, cur, s, m, inv, i == n);
+    backwardRow(t, i < n ? emissionRow(x, i, prof, m, emit) : nullptr, nx, cur, s, m, inv, i == n);
     posteriorRow(table + i * w, cur.mat, post, m, invTotal);
     for (std::size_t j = m; j >= 1; --j) {
       const double p = post[j];

@@ -63,6 +63,7 @@ void writeParameters(std::ostream& out, const ConsistencyRunInput& input) {
       << "Parameters\n"
       << "  consistency rounds    " << std::max(0, input.consistencyRounds) << '\n'
       << "  refinement attempts   " << std::max(0, input.refineIterations) << '\n'
+      << "  re-estimation passes  " << consistency::profilePassesFor({}, input.rows.size()) << '\n'
       << "  prealigned sequences  " << input.fixed << '\n'
       << "  columns re-aligned    " << width << "\n\n";
 }
@@ -131,7 +132,8 @@ void writeConsistencyLog(std::ostream& out, const ConsistencyRunInput& input, co
     out << "Cancelled: the range was not re-aligned\n\n";
   } else {
     writeTree(out, result.tree, input.rows.size());
-    out << "Refinement: " << result.refinementTried << " attempts, " << result.refinementKept << " kept\n"
+    out << "Refinement: " << result.refinementTried << " attempts over " << result.alignments << " alignments, "
+        << result.refinementKept << " kept\n"
         << "Objective: " << std::setprecision(3) << result.objective
         << " (summed transformed posterior of aligned residue pairs)\n"
         << "Result: " << (result.rows.empty() ? 0 : result.rows.front().size()) << " columns\n\n";

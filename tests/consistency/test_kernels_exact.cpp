@@ -1,10 +1,12 @@
-// The row kernels of the pair model, the consistency transformation and the
-// expected accuracy against their cell-by-cell references, bit for bit, on
+// The row kernels of the pair model, the consistency transformation, the
+// expected accuracy and the group alignment against their cell-by-cell references, bit for bit, on
 // related and unrelated sequences whose lengths hit every vector tail.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
+#include "consistency/groups.h"
 #include "consistency/pair_hmm.h"
 #include "consistency/posterior_set.h"
 
@@ -100,6 +102,43 @@ TEST(ExactKernels, PairPosteriorsByRowsEqualTheReference) {
   }
 }
 
+// Positions of x mixed from one to four codes (weights summing to 1), a
+// third of them plain, so the rows take both the shared and the summed path.
+zc::ResidueProfile mixedProfile(const std::vector<std::uint8_t>& x, Lcg& r) {
+  zc::ResidueProfile p;
+  p.start.push_back(0);
+  for (std::uint8_t c : x) {
+    const std::uint32_t terms = r.next(3) == 0 ? 1 : 1 + r.next(4);
+    double left = 1.0;
+    for (std::uint32_t k = 0; k < terms; ++k) {
+      const double w = k + 1 == terms ? left : left * (0.3 + 0.1 * r.next(5));
+      p.code.push_back(static_cast<std::uint8_t>(k == 0 ? c : (c + 1 + 5 * k) % 21));
+      p.weight.push_back(w);
+      left -= w;
+    }
+    p.start.push_back(static_cast<std::uint32_t>(p.code.size()));
+  }
+  return p;
+}
+
+TEST(ExactKernels, ProfilePosteriorsByRowsEqualTheReference) {
+  Lcg r{77};
+  zc::PairHmmWorkspace rowsWork, plainWork;
+  for (const Model& model : models()) {
+    for (const auto& [n, m] : std::vector<std::pair<std::size_t, std::size_t>>{{1, 1}, {3, 7}, {17, 16}, {65, 70}}) {
+      SCOPED_TRACE(std::string(model.name) + " " + std::to_string(n) + " x " + std::to_string(m));
+      const auto x = randomSeq(n, r);
+      auto y = mutate(x, 5, r);
+      if (y.empty()) y.push_back(2);
+      const zc::ResidueProfile px = mixedProfile(x, r), py = mixedProfile(y, r);
+      expectSame(zc::profilePosteriors(px, py, model.params, model.odds, rowsWork),
+                 zc::profilePosteriorsPlain(px, py, model.params, model.odds, plainWork));
+      expectSame(zc::profilePosteriors(py, zc::plainProfile(x), model.params, model.odds, rowsWork),
+                 zc::profilePosteriorsPlain(py, zc::plainProfile(x), model.params, model.odds, plainWork));
+    }
+  }
+}
+
 // A family of related sequences: every pair's posteriors, then one round of
 // the transformation through all third sequences, and the expected
 // accuracies before and after.
@@ -140,3 +179,65 @@ TEST(ExactKernels, TransformationAndAccuracyEqualTheReference) {
 }
 
 }  // namespace
+
+namespace {
+
+// Rows first .. first + count - 1 of lengths up to `width`, each row's
+// residues in random ascending columns of a group of that width.
+zc::Group randomGroup(std::uint32_t first, std::uint32_t count, std::uint32_t width, Lcg& r,
+                      std::vector<std::uint32_t>& lengths) {
+  zc::Group g;
+  g.width = width;
+  for (std::uint32_t k = 0; k < count; ++k) {
+    g.members.push_back(first + k);
+    std::vector<std::uint32_t>& cols = g.columns.emplace_back();
+    for (std::uint32_t c = 0; c < width; ++c) {
+      if (r.next(3) != 0) cols.push_back(c);
+    }
+    lengths[first + k] = static_cast<std::uint32_t>(cols.size());
+  }
+  return g;
+}
+
+}  // namespace
+
+// Scores in quarters, so ties between pairing and either gap are common;
+// widths across the vector tails; one workspace for every merge, so a
+// table left dirty by one merge would show in the next.
+TEST(ExactKernels, GroupMergeByRowsEqualsTheReference) {
+  Lcg r{4242};
+  zc::MergeWork work;
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE("round " + std::to_string(round));
+    const std::uint32_t ka = 1 + r.next(4), kb = 1 + r.next(4);
+    std::vector<std::uint32_t> lengths(ka + kb);
+    const zc::Group a = randomGroup(0, ka, 1 + r.next(round < 30 ? 12 : 70), r, lengths);
+    const zc::Group b = randomGroup(ka, kb, 1 + r.next(round < 30 ? 12 : 70), r, lengths);
+    zc::PosteriorSet post(ka + kb);
+    for (std::uint32_t x = 0; x < ka; ++x) {
+      for (std::uint32_t y = ka; y < ka + kb; ++y) {
+        zc::SparsePosterior& p = post.at(x, y);
+        p.cols = lengths[y];
+        p.rowStart.assign(lengths[x] + 1, 0);
+        for (std::uint32_t i = 0; i < lengths[x]; ++i) {
+          for (std::uint32_t j = 0; j < lengths[y]; ++j) {
+            if (r.next(4) == 0) p.entries.push_back({j, 0.25f * static_cast<float>(1 + r.next(4))});
+          }
+          p.rowStart[i + 1] = static_cast<std::uint32_t>(p.entries.size());
+        }
+      }
+    }
+    post.mirrorUpper();
+    zc::columnPairScores(a, b, post, work);
+    const std::vector<double> dense(work.score.begin(),
+                                    work.score.begin() + static_cast<std::ptrdiff_t>(std::size_t{a.width} * b.width));
+    double fast = -1, plain = -1;
+    const zc::Group got = zc::mergeGroups(a, b, work, fast);
+    const zc::Group want = zc::mergeGroupsPlain(a, b, dense, plain);
+    EXPECT_EQ(fast, plain);
+    EXPECT_EQ(got.width, want.width);
+    EXPECT_EQ(got.members, want.members);
+    EXPECT_EQ(got.columns, want.columns);
+    EXPECT_TRUE(std::all_of(work.score.begin(), work.score.end(), [](double v) { return v == 0.0; }));
+  }
+}
