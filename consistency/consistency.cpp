@@ -237,11 +237,11 @@ SparsePosterior meanPosterior(const SparsePosterior& a, const SparsePosterior& b
   return out;
 }
 
-// Posteriors of every free pair from the rows' profiles (plain residues on
-// the first pass), the mean of the two emission tables'; the prealigned
-// block's pairs as its columns say.
-bool computePosteriors(RunContext& ctx, const PairList& list, const std::vector<ResidueProfile>& profiles,
-                       PosteriorSet& post) {
+// Posteriors of every free pair, the mean of the two emission tables', from
+// the rows' residues, or with `profiles` from the pair's column profiles
+// (each row without the other); the prealigned block's pairs as its
+// columns say.
+bool computePosteriors(RunContext& ctx, const PairList& list, const ColumnProfiles* profiles, PosteriorSet& post) {
   const Input& in = ctx.in;
   for (std::uint32_t x = 0; x < ctx.fixed; ++x) {
     for (std::uint32_t y = x + 1; y < ctx.fixed; ++y)
@@ -250,14 +250,22 @@ bool computePosteriors(RunContext& ctx, const PairList& list, const std::vector<
   const PairHmmParams params = defaultPairHmmParams();
   const MatchOdds& blosum = blosum62MatchOdds();
   const MatchOdds& gonnet = gonnetMatchOdds();
-  std::vector<PairHmmWorkspace> work(std::max(1u, ctx.options.threads));
-  const bool ok = parallelFor(
-      list.pairs.size(), ctx.options.threads, ctx.progress, ctx.done, ctx.total, [&](std::size_t k, unsigned w) {
-        const ResidueProfile& px = profiles[list.pairs[k].first];
-        const ResidueProfile& py = profiles[list.pairs[k].second];
-        post.at(list.pairs[k].first, list.pairs[k].second) = meanPosterior(
-            profilePosteriors(px, py, params, blosum, work[w]), profilePosteriors(px, py, params, gonnet, work[w]));
-      });
+  const unsigned workers = std::max(1u, ctx.options.threads);
+  std::vector<PairHmmWorkspace> work(workers);
+  std::vector<ResidueProfile> px(workers), py(workers);
+  const bool ok = parallelFor(list.pairs.size(), ctx.options.threads, ctx.progress, ctx.done, ctx.total,
+                              [&](std::size_t k, unsigned w) {
+                                const auto [x, y] = list.pairs[k];
+                                if (profiles != nullptr) {
+                                  profiles->profileOf(x, y, px[w]);
+                                  profiles->profileOf(y, x, py[w]);
+                                } else {
+                                  px[w] = plainProfile(in.codes[x]);
+                                  py[w] = plainProfile(in.codes[y]);
+                                }
+                                post.at(x, y) = meanPosterior(profilePosteriors(px[w], py[w], params, blosum, work[w]),
+                                                              profilePosteriors(px[w], py[w], params, gonnet, work[w]));
+                              });
   post.mirrorUpper();
   return ok;
 }
@@ -442,14 +450,16 @@ Result align(const std::vector<std::string>& rows, unsigned fixed, const Options
   PosteriorSet post(n);
   Group alignment;
   std::vector<double> distance;
-  std::vector<ResidueProfile> profiles;
-  for (const auto& codes : in.codes) profiles.push_back(plainProfile(codes));
   bool ok = true;
   for (long pass = 0; ok && pass < passes; ++pass) {
     if (pass == 1) ctx.options = later;
-    if (pass > 0) profiles = columnProfiles(alignment, in.codes, thirdWeights(in, distance), kProfileOwnWeight);
     const auto t = Clock::now();
-    ok = computePosteriors(ctx, list, profiles, post);
+    if (pass == 0) {
+      ok = computePosteriors(ctx, list, nullptr, post);
+    } else {
+      const ColumnProfiles profiles(alignment, in.codes, thirdWeights(in, distance), kProfileOwnWeight);
+      ok = computePosteriors(ctx, list, &profiles, post);
+    }
     result.timings.posteriors += secondsSince(t);
     ok = ok && alignByPosteriors(ctx, list, post, alignment, distance, result);
   }

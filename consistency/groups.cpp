@@ -1,54 +1,58 @@
 #include "consistency/groups.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <numeric>
 
 namespace zemtra::consistency {
 
-std::vector<ResidueProfile> columnProfiles(const Group& g, const std::vector<std::vector<std::uint8_t>>& codes,
-                                           const std::vector<float>& rowWeights, double own) {
-  // Per column and residue code, how many rows hold it and their summed weight.
-  struct Tally {
-    std::array<std::uint32_t, 21> rows{};
-    std::array<double, 21> weight{};
-    double total = 0;
-  };
-  std::vector<Tally> tally(g.width);
+ColumnProfiles::ColumnProfiles(const Group& g, const std::vector<std::vector<std::uint8_t>>& codes,
+                               const std::vector<float>& rowWeights, double own)
+    : codes_(codes), rowWeights_(rowWeights), own_(own), tally_(g.width), at_(codes.size()), codeAt_(codes.size()) {
   for (std::size_t k = 0; k < g.members.size(); ++k) {
     const std::uint32_t r = g.members[k];
+    at_[r] = g.columns[k];
+    codeAt_[r].assign(g.width, kGap);
     for (std::size_t i = 0; i < g.columns[k].size(); ++i) {
-      Tally& t = tally[g.columns[k][i]];
-      ++t.rows[codes[r][i]];
-      t.weight[codes[r][i]] += rowWeights[r];
+      const std::uint8_t code = codes[r][i];
+      Tally& t = tally_[g.columns[k][i]];
+      ++t.rows[code];
+      t.weight[code] += rowWeights[r];
+      ++t.residues;
       t.total += rowWeights[r];
+      codeAt_[r][g.columns[k][i]] = code;
     }
   }
-  std::vector<ResidueProfile> out(codes.size());
-  for (std::size_t k = 0; k < g.members.size(); ++k) {
-    const std::uint32_t r = g.members[k];
-    ResidueProfile& p = out[r];
-    p.start.assign(1, 0);
-    for (std::size_t i = 0; i < g.columns[k].size(); ++i) {
-      const Tally& t = tally[g.columns[k][i]];
-      const std::uint8_t mine = codes[r][i];
-      const double others = t.total - rowWeights[r];
-      const bool alone = std::accumulate(t.rows.begin(), t.rows.end(), 0u) == 1 || !(others > 0);
-      for (std::uint8_t a = 0; a < 21; ++a) {
-        const std::uint32_t rows = t.rows[a] - (a == mine ? 1u : 0u);
-        double w = a == mine ? (alone ? 1.0 : own) : 0.0;
-        if (!alone && rows > 0) w += (1.0 - own) * (a == mine ? t.weight[a] - rowWeights[r] : t.weight[a]) / others;
-        if (!(w > 0)) continue;
-        p.code.push_back(a);
-        p.weight.push_back(w);
+}
+
+void ColumnProfiles::profileOf(std::uint32_t r, std::uint32_t without, ResidueProfile& out) const {
+  out.start.assign(1, 0);
+  out.code.clear();
+  out.weight.clear();
+  const std::vector<std::uint32_t>& columns = at_[r];
+  const std::vector<std::uint8_t>* away = !codeAt_[without].empty() && without != r ? &codeAt_[without] : nullptr;
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    const Tally& t = tally_[columns[i]];
+    const std::uint8_t mine = codes_[r][i];
+    const std::uint8_t gone = away != nullptr ? (*away)[columns[i]] : kGap;
+    // The column's residues other than r's and the left-out row's.
+    const std::uint32_t others = t.residues - 1 - (gone != kGap ? 1u : 0u);
+    const double otherWeight = t.total - rowWeights_[r] - (gone != kGap ? rowWeights_[without] : 0.0);
+    const bool alone = others == 0 || !(otherWeight > 0);
+    for (std::uint8_t a = 0; a < 21; ++a) {
+      const std::uint32_t rows = t.rows[a] - (a == mine ? 1u : 0u) - (a == gone ? 1u : 0u);
+      double w = a == mine ? (alone ? 1.0 : own_) : 0.0;
+      if (!alone && rows > 0) {
+        const double held = t.weight[a] - (a == mine ? rowWeights_[r] : 0.0) - (a == gone ? rowWeights_[without] : 0.0);
+        w += (1.0 - own_) * held / otherWeight;
       }
-      p.start.push_back(static_cast<std::uint32_t>(p.code.size()));
+      if (!(w > 0)) continue;
+      out.code.push_back(a);
+      out.weight.push_back(w);
     }
+    out.start.push_back(static_cast<std::uint32_t>(out.code.size()));
   }
-  return out;
 }
 
 Group projectGroup(const Group& g, const std::vector<std::uint32_t>& members, std::vector<int>& keep) {

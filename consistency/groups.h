@@ -3,6 +3,7 @@
 // residue pairs they put in one column is largest; gaps cost nothing.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -60,13 +61,35 @@ double currentPairing(const std::vector<int>& keepA, const std::vector<int>& kee
 // objective by more than rounding noise.
 bool acceptRefinement(double before, double after);
 
-// Every residue of the alignment as a distribution over residue codes: its
+// Every residue of an alignment as a distribution over residue codes: its
 // own code at weight `own`, the rest shared among the other residues of its
 // column in proportion to their rows' weights; a residue alone in its
-// column keeps its own code at weight 1. codes[r] are row r's residues;
-// rows outside g get empty profiles.
-std::vector<ResidueProfile> columnProfiles(const Group& g, const std::vector<std::vector<std::uint8_t>>& codes,
-                                           const std::vector<float>& rowWeights, double own);
+// column keeps its own code at weight 1.
+class ColumnProfiles {
+ public:
+  // codes[r] are row r's residues (kept by reference); rows outside g have
+  // no residues.
+  ColumnProfiles(const Group& g, const std::vector<std::vector<std::uint8_t>>& codes,
+                 const std::vector<float>& rowWeights, double own);
+  // Row r's profile with the residues of row `without` left out of every
+  // column, so that a pair is not scored against its own first alignment.
+  void profileOf(std::uint32_t r, std::uint32_t without, ResidueProfile& out) const;
+
+ private:
+  struct Tally {
+    std::array<std::uint32_t, 21> rows{};  // of each residue code
+    std::array<double, 21> weight{};
+    std::uint32_t residues = 0;
+    double total = 0;
+  };
+  static constexpr std::uint8_t kGap = 0xFF;
+  const std::vector<std::vector<std::uint8_t>>& codes_;
+  std::vector<float> rowWeights_;
+  double own_;
+  std::vector<Tally> tally_;                       // per column
+  std::vector<std::vector<std::uint32_t>> at_;     // per row, the column of each residue (none outside g)
+  std::vector<std::vector<std::uint8_t>> codeAt_;  // per row and column, the residue code or kGap
+};
 
 // Average-linkage guide tree over units (sets of sequences that are joined
 // first, in order, at distance 0), from the distance of every sequence pair

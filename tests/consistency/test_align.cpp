@@ -94,27 +94,36 @@ TEST(ConsistencyAlign, RefinementKeepsOnlyClearImprovements) {
 }
 
 // A residue keeps its own weight and shares the rest among the other
-// residues of its column by their rows' weights; alone, it is its own code.
-TEST(ConsistencyAlign, ColumnProfilesShareEachColumnByRowWeight) {
+// residues of its column by their rows' weights, the pair's other row left
+// out; alone, it is its own code.
+TEST(ConsistencyAlign, ColumnProfilesShareEachColumnByRowWeightLeavingThePartnerOut) {
   zc::Group g;
   g.members = {0, 1, 2};
   g.columns = {{0, 1}, {0}, {0, 2}};
   g.width = 3;
   const std::vector<std::vector<std::uint8_t>> codes = {{0, 1}, {0}, {4, 2}, {}};
-  const auto p = zc::columnProfiles(g, codes, {1.0f, 1.0f, 2.0f, 0.0f}, 0.3);
-  ASSERT_EQ(p.size(), 4u);
-  EXPECT_EQ(p[3].size(), 0u);
-  EXPECT_EQ(p[0].start, (std::vector<std::uint32_t>{0, 2, 3}));
-  EXPECT_EQ(p[0].code, (std::vector<std::uint8_t>{0, 4, 1}));
-  EXPECT_DOUBLE_EQ(p[0].weight[0], 0.3 + 0.7 / 3.0);
-  EXPECT_DOUBLE_EQ(p[0].weight[1], 0.7 * 2.0 / 3.0);
-  EXPECT_EQ(p[0].weight[2], 1.0);
-  EXPECT_EQ(p[1].code, (std::vector<std::uint8_t>{0, 4}));
-  EXPECT_DOUBLE_EQ(p[1].weight[0], 0.3 + 0.7 / 3.0);
-  EXPECT_EQ(p[2].code, (std::vector<std::uint8_t>{0, 4, 2}));
-  EXPECT_DOUBLE_EQ(p[2].weight[0], 0.7);
-  EXPECT_DOUBLE_EQ(p[2].weight[1], 0.3);
-  EXPECT_EQ(p[2].weight[2], 1.0);
+  const zc::ColumnProfiles profiles(g, codes, {1.0f, 1.0f, 2.0f, 0.0f}, 0.3);
+  zc::ResidueProfile p;
+  profiles.profileOf(3, 0, p);
+  EXPECT_EQ(p.size(), 0u);
+  profiles.profileOf(0, 3, p);  // row 3 has no residues: nothing left out
+  EXPECT_EQ(p.start, (std::vector<std::uint32_t>{0, 2, 3}));
+  EXPECT_EQ(p.code, (std::vector<std::uint8_t>{0, 4, 1}));
+  EXPECT_DOUBLE_EQ(p.weight[0], 0.3 + 0.7 / 3.0);
+  EXPECT_DOUBLE_EQ(p.weight[1], 0.7 * 2.0 / 3.0);
+  EXPECT_EQ(p.weight[2], 1.0);
+  profiles.profileOf(0, 2, p);
+  EXPECT_EQ(p.code, (std::vector<std::uint8_t>{0, 1}));
+  EXPECT_DOUBLE_EQ(p.weight[0], 1.0);
+  profiles.profileOf(1, 0, p);
+  EXPECT_EQ(p.code, (std::vector<std::uint8_t>{0, 4}));
+  EXPECT_DOUBLE_EQ(p.weight[0], 0.3);
+  EXPECT_DOUBLE_EQ(p.weight[1], 0.7);
+  profiles.profileOf(2, 1, p);
+  EXPECT_EQ(p.code, (std::vector<std::uint8_t>{0, 4, 2}));
+  EXPECT_DOUBLE_EQ(p.weight[0], 0.7);
+  EXPECT_DOUBLE_EQ(p.weight[1], 0.3);
+  EXPECT_EQ(p.weight[2], 1.0);
 }
 
 // Every edge of the unrooted guide tree once: leaves last row first, then
