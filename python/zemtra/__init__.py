@@ -6,8 +6,10 @@ their residues exactly where they were. Two methods: ``"progressive"`` (guide
 tree by average linkage over pairwise alignments, then progressive profile
 alignment) and ``"consistency"`` (pair-HMM posteriors made consistent over
 third sequences, a guide tree from their expected accuracies, progressive
-alignment that maximises the summed posteriors, then refinement), which also
-rates every column it aligns (``Result.column_confidence``).
+alignment that maximises the summed posteriors, then refinement; for up to
+200 sequences all of it once more on residue profiles from the first
+alignment's columns), which also rates every column it aligns
+(``Result.column_confidence``).
 
     >>> import zemtra
     >>> result = zemtra.realign([("a", "MKV"), ("b", "MKIV")])
@@ -225,7 +227,8 @@ def realign(
         0 or more (default 2).
     refine
         Consistency method only: refinement attempts, 0 for none (default
-        100).
+        400); the re-estimation pass, made for up to 200 sequences,
+        refines with a quarter of them.
 
     The run itself does not hold the interpreter lock: other threads keep
     running, and two threads may re-align two alignments at once. Ctrl-C
