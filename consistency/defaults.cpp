@@ -21,22 +21,40 @@ PairHmmParams defaultPairHmmParams() {
   return p;
 }
 
+namespace {
+
+// Odds of every residue pair from a built-in table's stored value; the
+// neutral code matches everything at odds 1.
+template <class StoredToOdds>
+MatchOdds builtInOdds(const char* name, StoredToOdds toOdds) {
+  MatchOdds odds{};
+  const int matNo = ScoMat::findMatrix(name).value_or(0);
+  for (int a = 0; a < 21; ++a) {
+    for (int b = 0; b < 21; ++b) {
+      const bool neutral = a == ScoMat::kNeutral || b == ScoMat::kNeutral;
+      odds[static_cast<std::size_t>(a * 21 + b)] = neutral ? 1.0 : toOdds(ScoMat::mats[matNo * 441 + a * 21 + b]);
+    }
+  }
+  return odds;
+}
+
+}  // namespace
+
+// The built-in BLOSUM62 table holds round(100 * (s + 4) / 15) for the
+// published half-bit score s, so s is recovered exactly by the inverse
+// rounding.
+const MatchOdds& blosum62MatchOdds() {
+  static const MatchOdds table =
+      builtInOdds("BLOSUM62", [](int stored) { return std::exp2(std::round(stored * 0.15 - 4.0) / 2.0); });
+  return table;
+}
+
 // The built-in GONNET table holds round(100 * (s + 5.2) / 19.4) for the
 // published score s (tenths of a decimal log at 250 PAM); the inverse is
 // exact to 0.1 units of s, a factor within 2.3 % on the odds.
 const MatchOdds& gonnetMatchOdds() {
-  static const MatchOdds table = [] {
-    MatchOdds odds{};
-    const int matNo = ScoMat::findMatrix("GONNET").value_or(0);
-    for (int a = 0; a < 21; ++a) {
-      for (int b = 0; b < 21; ++b) {
-        const double score = ScoMat::mats[matNo * 441 + a * 21 + b] * 0.194 - 5.2;
-        const bool neutral = a == ScoMat::kNeutral || b == ScoMat::kNeutral;
-        odds[static_cast<std::size_t>(a * 21 + b)] = neutral ? 1.0 : std::pow(10.0, score / 10.0);
-      }
-    }
-    return odds;
-  }();
+  static const MatchOdds table =
+      builtInOdds("GONNET", [](int stored) { return std::pow(10.0, (stored * 0.194 - 5.2) / 10.0); });
   return table;
 }
 

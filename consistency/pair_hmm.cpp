@@ -150,26 +150,6 @@ std::vector<std::uint8_t> encodeResidues(std::string_view residues) {
   return codes;
 }
 
-// The built-in BLOSUM62 table holds round(100 * (s + 4) / 15) for the
-// published half-bit score s, so s is recovered exactly by the inverse
-// rounding; the neutral code matches everything at odds 1.
-const MatchOdds& blosum62MatchOdds() {
-  static const MatchOdds table = [] {
-    MatchOdds odds{};
-    const int matNo = ScoMat::findMatrix("BLOSUM62").value_or(0);
-    for (int a = 0; a < 21; ++a) {
-      for (int b = 0; b < 21; ++b) {
-        const int stored = ScoMat::mats[matNo * 441 + a * 21 + b];
-        const double score = std::round(stored * 0.15 - 4.0);
-        const bool neutral = a == ScoMat::kNeutral || b == ScoMat::kNeutral;
-        odds[static_cast<std::size_t>(a * 21 + b)] = neutral ? 1.0 : std::exp2(score / 2.0);
-      }
-    }
-    return odds;
-  }();
-  return table;
-}
-
 // The backward pass, the posteriors and the expected counts share one sweep
 // over the rows, last row first; it reads best as one piece.
 SparsePosterior profilePosteriorsPlain(const ResidueProfile& x, const ResidueProfile& y, const PairHmmParams& params,
