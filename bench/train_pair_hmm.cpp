@@ -2,9 +2,10 @@
 // maximisation (Baum-Welch) on unaligned sequences: every FASTA file given is
 // one family, and up to --pairs pairs of each family (spread evenly over its
 // pair list) are the training pairs. No reference alignment is read. Prints
-// the parameters after every iteration; emissions stay fixed.
+// the parameters after every iteration; emissions stay fixed, from the
+// BLOSUM62 table unless --table gonnet.
 //
-// Usage: zemtra_train_pair_hmm [--iterations N] [--pairs N] FILE.fa...
+// Usage: zemtra_train_pair_hmm [--iterations N] [--pairs N] [--table blosum62|gonnet] FILE.fa...
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -63,11 +64,19 @@ void print(int iteration, const PairHmmParams& p, double logLik) {
 int main(int argc, char** argv) {
   int iterations = 10;
   std::size_t perFamily = 40;
+  bool gonnet = false;
   std::vector<std::vector<std::uint8_t>> xs, ys;
   try {
     for (int k = 1; k < argc; ++k) {
       if (std::strcmp(argv[k], "--iterations") == 0 && k + 1 < argc) {
         iterations = std::atoi(argv[++k]);
+        continue;
+      }
+      if (std::strcmp(argv[k], "--table") == 0 && k + 1 < argc) {
+        const std::string table = argv[++k];
+        if (table != "blosum62" && table != "gonnet")
+          throw std::runtime_error("--table: blosum62 or gonnet, not " + table);
+        gonnet = table == "gonnet";
         continue;
       }
       if (std::strcmp(argv[k], "--pairs") == 0 && k + 1 < argc) {
@@ -91,12 +100,12 @@ int main(int argc, char** argv) {
     return 1;
   }
   if (xs.empty()) {
-    std::cerr << "usage: " << argv[0] << " [--iterations N] [--pairs N] FILE.fa...\n";
+    std::cerr << "usage: " << argv[0] << " [--iterations N] [--pairs N] [--table blosum62|gonnet] FILE.fa...\n";
     return 2;
   }
   std::cout << "training pairs " << xs.size() << std::endl;
   PairHmmParams params = zemtra::consistency::defaultPairHmmParams();
-  const auto& odds = zemtra::consistency::blosum62MatchOdds();
+  const auto& odds = gonnet ? zemtra::consistency::gonnetMatchOdds() : zemtra::consistency::blosum62MatchOdds();
   zemtra::consistency::PairHmmWorkspace work;
   for (int it = 0; it < iterations; ++it) {
     TransitionCounts counts;
