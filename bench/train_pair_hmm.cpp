@@ -106,14 +106,13 @@ int main(int argc, char** argv) {
   std::cout << "training pairs " << xs.size() << std::endl;
   // The starting guess the shipped parameters were trained from: mostly
   // matches, short gaps opened four times as often as long ones.
-  PairHmmParams params;
-  params.startMatch = 0.6;
-  params.startShort = 0.1;
-  params.startLong = 0.1;
-  params.openShort = 0.02;
-  params.openLong = 0.005;
-  params.extendShort = 0.4;
-  params.extendLong = 0.9;
+  PairHmmParams params{.startMatch = 0.6,
+                       .startShort = 0.1,
+                       .startLong = 0.1,
+                       .openShort = 0.02,
+                       .openLong = 0.005,
+                       .extendShort = 0.4,
+                       .extendLong = 0.9};
   const auto& odds = gonnet ? zemtra::consistency::gonnetMatchOdds() : zemtra::consistency::blosum62MatchOdds();
   zemtra::consistency::PairHmmWorkspace work;
   for (int it = 0; it < iterations; ++it) {
