@@ -4,7 +4,6 @@
 #include <cctype>
 #include <cmath>
 
-#include "scoring/matrix_names.h"
 #include "scoring/scomat.h"
 
 namespace zemtra::consistency {
